@@ -1,0 +1,51 @@
+/* TARN: access to the correlation parameter block by keyword, and the
+ * distillation temperature points of the percent-off conversions.
+ *
+ * A correlation keyword picks a parameter group and is matched without regard
+ * to case (at most 79 characters); a parameter keyword picks a field within
+ * the group and must match exactly, case included ("ChangeData", "MinVol",
+ * "Perturb"). Changes take effect at the next calculation.
+ */
+#ifndef TARN_CORPARMS_H
+#define TARN_CORPARMS_H
+
+#include "tarn/export.h"
+
+TARN_EXTERN_C_BEGIN
+
+/* Stores value into the field named by (correlation, parameter).
+ * Returns 0 when stored, 1 when the pair is unknown (also for a null or
+ * overlong keyword) or the value is refused; a refused store changes nothing.
+ * Store rules beyond a plain assignment:
+ *   REIDVAPORPRESSURE <any>       the vapour-pressure blending exponent
+ *   TARN ChangeData               on when value > 0, else off
+ *   TARN CARB_CORF                'F' when value > 0, else 'C'
+ *   CETANEIMPROVER[2] P2, P4 and T10INDEX P2
+ *                                 refused unless the stored value is > 0
+ *   ND86... NTEMP (NPOFF)         refused above 13 (25), else trunc(value + 0.5)
+ *   EVAPORATIVE NPTS              trunc(value + 0.5)
+ *   CARBOB2 ALTOXY                truncated toward zero
+ *   T20GAUSSIAN P1, P2, P3        after the store the ratio (P2-P1)/(P3-P1) is
+ *                                 recomputed; if P3-P1 or P2-P1 is not positive
+ *                                 the whole group returns to its defaults and
+ *                                 the result is 1
+ *   HC94                          only X1 is reachable */
+TARN_API int TARN_CALL gfx_setCorParms(const char* correlation, const char* parameter, double value);
+
+/* Reads the field named by (correlation, parameter), or 1e30 when the pair is
+ * unknown. TARN ChangeData reads 1.0 (on) or -1.0 (off); TARN CARB_CORF reads
+ * -1.0 for 'C' and 1.0 otherwise; integer fields read as doubles. */
+TARN_API double TARN_CALL gfx_getCorParms(const char* correlation, const char* parameter);
+
+/* Converts the ten percent-off temperature points (D86FROMPERCENTOFF P1..P10)
+ * in place from degrees F to degrees C. Not idempotent: a second call converts
+ * again. Returns 0. */
+TARN_API int TARN_CALL ConvertD86TempPt(void);
+
+/* Restores the ten percent-off temperature points to 30, 70, 100, 140, 180,
+ * 250, 330, 360, 390, 450 (degrees F). Returns 0. */
+TARN_API int TARN_CALL ResetD86TempPt(void);
+
+TARN_EXTERN_C_END
+
+#endif /* TARN_CORPARMS_H */
