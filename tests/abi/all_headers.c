@@ -3,6 +3,7 @@
 #include "tarn/tarn.h"
 #include "tarn/corparms.h"
 #include "tarn/props.h"
+#include "tarn/emissions.h"
 
 #include <stdio.h>
 
