@@ -4,6 +4,7 @@
 #include "tarn/corparms.h"
 #include "tarn/props.h"
 #include "tarn/emissions.h"
+#include "tarn/blending.h"
 
 #include <stdio.h>
 
@@ -12,8 +13,10 @@ int main(void) {
   int status = gfx_tarnInitializeAllocate(NULL);
   double index = gfx_RVPIndex(8.0, 0, NULL);
   double exponent = gfx_getCorParms("REIDVAPORPRESSURE", "any");
+  double volumes[2] = {1.0, 3.0}, values[2] = {90.0, 94.0};
+  double blend = gfx_LinearByVolume(volumes, 2, values);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }
