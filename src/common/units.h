@@ -40,4 +40,14 @@ inline double callerDegreesPer(double fahrenheitPerUnit, char unit) {
   return isCelsius(unit) ? fahrenheitPerUnit / kFahrenheitPerCelsius : fahrenheitPerUnit;
 }
 
+// A temperature difference in degrees F, expressed in degrees C.
+inline double fahrenheitIntervalToCelsius(double difference) {
+  return difference / kFahrenheitPerCelsius;
+}
+
+// A slope per degree C of temperature difference, as a slope per degree F.
+inline double perFahrenheitFromPerCelsius(double slopePerCelsius) {
+  return slopePerCelsius / kFahrenheitPerCelsius;
+}
+
 }  // namespace tarn
