@@ -455,8 +455,8 @@ bool decodeEpaOptions(const char* options, EpaOptions* decoded) {
   const char season = upper(letter[2]);
   if (season != 'S' && season != 'W') return false;
   decoded->winter = season == 'W';
-  // Position 3 (the caller's choice of equation) and position 5 are read by
-  // the caller's setup only; the model accepts any letter there.
+  // Positions 3 and 5 carry settings this model does not use; any letter is
+  // accepted there.
   decoded->reformulated = upper(letter[4]) == 'R';
   decoded->baselineClass = upper(letter[6]) == 'C' ? 'C' : 'U';
   return true;
