@@ -42,7 +42,7 @@ struct EpaOptions {
 };
 
 // Reads a model option string (see gfx_WEPA). Returns false, leaving
-// *decoded unspecified, when the region, phase or season is not recognised.
+// *decoded partly written, when the region, phase or season is not recognised.
 bool decodeEpaOptions(const char* options, EpaOptions* decoded);
 
 // One evaluation in detail. Absolute emissions are in mg/mile.
