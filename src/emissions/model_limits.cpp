@@ -26,4 +26,10 @@ constexpr EpaRange kEpaRanges[3] = {
 
 const EpaRange& epaRange(EpaRangeTable table) { return kEpaRanges[static_cast<int>(table)]; }
 
+EpaRange epaRangeInForce(EpaRangeTable table, bool winter) {
+  EpaRange range = epaRange(table);
+  if (winter) range.upper[kEpaRvpInput] = kEpaWinterRvpCeiling;
+  return range;
+}
+
 }  // namespace tarn::emissions

@@ -30,4 +30,14 @@ struct EpaRange {
 };
 const EpaRange& epaRange(EpaRangeTable table);
 
+// The ranges in force for one evaluation: the table, with the RVP ceiling
+// lifted to 100 psi in winter, when the model holds RVP at 8.7 psi and the
+// caller's RVP has no effect. gfx_getCorLimits reports exactly this and
+// gfx_WEPA counts against it.
+EpaRange epaRangeInForce(EpaRangeTable table, bool winter);
+
+// Position of RVP in the EPA input order.
+inline constexpr int kEpaRvpInput = 5;
+inline constexpr double kEpaWinterRvpCeiling = 100.0;
+
 }  // namespace tarn::emissions
