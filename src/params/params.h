@@ -173,4 +173,10 @@ void writeParameterDefaults(bool isReset);
 // Writes the defaults of the settings reached through coefficients only.
 void writeCorrelationSettingDefaults();
 
+// Stores one T20GAUSSIAN quantile (quantile is p1, p2 or p3 of the block's
+// group), then recomputes the ratio (P2 - P1)/(P3 - P1). When P2 - P1 or
+// P3 - P1 is not positive the whole group returns to its defaults and the
+// result is 1; otherwise 0.
+int storeT20GaussianQuantile(double& quantile, double value);
+
 }  // namespace tarn
