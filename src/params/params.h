@@ -83,8 +83,9 @@ struct T20GaussianParams {
 
 // Settings that only the coefficient interface reaches: unit flags, method
 // numbers, emission-model selectors and the oxygenate settings of the
-// ethanol-blend correlations. gfx_tarnInitializeCoefs writes their defaults;
-// TARNInitialize and TARNReset leave them alone.
+// ethanol-blend correlations. They hold their defaults from load time;
+// gfx_tarnInitializeCoefs writes them again, TARNInitialize and TARNReset
+// leave them alone.
 struct CorrelationSettings {
   int corf[kCorrelationCount];    // temperature unit per correlation: non-zero F, 0 C
   int typcor[kCorrelationCount];  // percent-off conversion method per correlation

@@ -12,8 +12,15 @@ int main(void) {
   int status = gfx_tarnInitializeAllocate(NULL);
   double index = gfx_RVPIndex(8.0, 0, NULL);
   double exponent = gfx_getCorParms("REIDVAPORPRESSURE", "any");
+  char id[TARN_ID_SIZE];
+  char message[TARN_MESSAGE_SIZE];
+  int pair = -1;
+  int found = gfx_tarnGetCorrelationId(9, id) == TARN_STATUS_OK &&
+              gfx_tarnGetIndexPair(9, &pair) == TARN_STATUS_OK && pair == 8 &&
+              gfx_tarnGetErrorMsg(TARN_STATUS_BAD_CORRELATION, message) == TARN_STATUS_OK;
+  gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || !found) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }
