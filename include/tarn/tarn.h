@@ -9,7 +9,43 @@
 #define TARN_TARN_H
 
 #include <stdbool.h>
+#include <stdio.h>
 #include "tarn/export.h"
+
+/* ---- Status codes ------------------------------------------------------- */
+/* Every catalogue function returns an int status. Correlation functions
+ * reached through evaluation by index may return small codes of their own,
+ * which pass through unchanged. */
+#define TARN_STATUS_OK 0
+#define TARN_STATUS_UNDEFINED 1            /* the result is the missing value 1e30 */
+#define TARN_STATUS_NO_PAIR 12             /* gfx_tarnGetIndexPair: no inverse correlation */
+#define TARN_STATUS_INIT_FAILED (-1)
+#define TARN_STATUS_BAD_PROPERTY_ID (-2)   /* gfx_tarnGetPropId: k not 0 or 1 */
+#define TARN_STATUS_BAD_PROPERTY_DESC (-3) /* gfx_tarnGetPropDesc: k not 0 or 1 */
+#define TARN_STATUS_BAD_CORRELATION (-4)   /* correlation index outside 0..56 */
+#define TARN_STATUS_BAD_TYPE_QUERY (-5)    /* gfx_tarnGetCorrelationType: bad index */
+#define TARN_STATUS_BAD_INPUT (-6)         /* input position outside the inputs */
+#define TARN_STATUS_BAD_OUTPUT (-7)        /* output position outside the outputs */
+#define TARN_STATUS_BAD_COEFFICIENT (-8)   /* coefficient position outside the list */
+#define TARN_STATUS_NO_MESSAGE (-444)      /* gfx_tarnGetErrorMsg: no text for the code */
+#define TARN_STATUS_NOT_CALCULABLE (-999)  /* the correlation's type cannot be evaluated */
+#define TARN_STATUS_NO_DERIVATIVE_ARRAY (-8888)
+
+/* ---- Correlation types -------------------------------------------------- */
+#define TARN_TYPE_GENERAL (-7)             /* several properties to one or more results */
+#define TARN_TYPE_DISTILLATION_INDEX (-6)  /* distillation index or oxygenate correction */
+#define TARN_TYPE_INDEX_TO_PROPERTY (-5)
+#define TARN_TYPE_PROPERTY_TO_INDEX (-4)
+#define TARN_TYPE_UNKNOWN (-9999)          /* written as the type of an unknown index */
+
+/* ---- Sizes -------------------------------------------------------------- */
+#define TARN_CORRELATION_COUNT 57
+/* Caller buffers must hold at least these many chars (terminator included). */
+#define TARN_ID_SIZE 19            /* correlation identifier */
+#define TARN_DESC_SIZE 24          /* correlation or property description */
+#define TARN_PROPERTY_ID_SIZE 18   /* input, output or library property id */
+#define TARN_COEF_NAME_SIZE 9      /* coefficient name */
+#define TARN_MESSAGE_SIZE 69       /* message of gfx_tarnGetErrorMsg */
 
 TARN_EXTERN_C_BEGIN
 
@@ -41,6 +77,115 @@ TARN_API int TARN_CALL gfx_tarnInitializeCoefs(void);
 
 /* Calls TARNUninitialize(). Returns 0, also when called twice. */
 TARN_API int TARN_CALL gfx_tarnFree(void);
+
+/* ---- Catalogue of the built-in correlations ------------------------------ */
+/* Correlations are numbered 0..56. Text results are copied NUL-terminated
+ * into caller buffers (sizes above). A null result pointer is tolerated:
+ * nothing is written and the status is the same. On failure nothing is
+ * written unless a function says otherwise. */
+
+/* Writes 57. Returns 0. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationCount(int* count);
+
+/* Writes the identifier of correlation index. -4 for an index outside 0..56. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationId(int index, char* id);
+
+/* Writes "TARN_" followed by the identifier. -4 for an unknown index. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationDesc(int index, char* desc);
+
+/* Writes the type (-7, -6, -5 or -4). -5 for an unknown index, with -9999
+ * written as the type. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationType(int index, int* type);
+
+/* Writes the number of inputs. -4 for an unknown index. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationInpPropCount(int index, int* count);
+
+/* Writes the property id of input k (from 0). -4 for an unknown index (checked
+ * before k), -6 for k outside the inputs. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationInpPropId(int index, int k, char* id);
+
+/* Writes the number of outputs. -4 for an unknown index. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationOutPropCount(int index, int* count);
+
+/* Writes the property id of output k. -4 for an unknown index (checked before
+ * k), -7 for k outside the outputs. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationOutPropId(int index, int k, char* id);
+
+/* Writes the kind code of output k (the family of property it is). Property
+ * to index correlations and T10INDEX, T50INDEX, T90INDEX have none: the call
+ * succeeds and leaves *kind unchanged. -4, then -7, as above. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationOutPropType(int index, int k, int* kind);
+
+/* Writes the number of trailing slack inputs where there are any (7 for
+ * CARBOB2). Always returns 0 and leaves *count unchanged otherwise, also for
+ * an unknown index: preset *count to 0. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationSlackCount(int index, int* count);
+
+/* Writes the index of the inverse correlation of a property to index
+ * correlation and returns 0. Returns 12, writing nothing, when there is none
+ * (also for an unknown index). */
+TARN_API int TARN_CALL gfx_tarnGetIndexPair(int index, int* pair);
+
+/* Writes 2, the number of library properties. Returns 0. */
+TARN_API int TARN_CALL gfx_tarnGetPropCount(int* count);
+
+/* Writes "RVPD" (k 0) or "RVPC" (k 1). -2 for any other k. */
+TARN_API int TARN_CALL gfx_tarnGetPropId(int k, char* id);
+
+/* Writes "Derived Property" (k 0) or "Complex Property" (k 1). -3 for any
+ * other k. */
+TARN_API int TARN_CALL gfx_tarnGetPropDesc(int k, char* desc);
+
+/* ---- Coefficients ------------------------------------------------------- */
+/* Each correlation has a short named list of coefficients: its temperature
+ * unit flag CORF (non-zero Fahrenheit, 0 Celsius), switches and constants.
+ * A coefficient is a view of the parameter block: a keyword set through
+ * gfx_setCorParms that reaches the same field is seen here, and the other
+ * way round. Values travel as doubles. Set rules:
+ *   integer entries            truncated toward zero; NaN and values beyond
+ *                              the int range are ignored (nothing stored)
+ *   DRIVEABILITYINDEXE EOHVOL  truncated to a whole number, kept as a real
+ *   VAPORLOCKINDEX P1, P2      read-only: a set stores nothing
+ *   NTEMP, NPOFF               n = trunc(value); stored as trunc(n + 0.5)
+ *                              while n is below 14 (NTEMP) or 26 (NPOFF),
+ *                              as 1 from there on (so -3 is stored as -2)
+ *   T20GAUSS P1..P3            as the T20GAUSSIAN keywords: the derived ratio
+ *                              follows, or the group returns to its defaults
+ *                              when P2 or P3 would not lie above P1
+ * Shared entries: RVP and RVPINDEX one exponent; MTMF and MTMR one set;
+ * ND86TOPERCENTOFF and ND86FROMPERCENTOFF their points and counts;
+ * D86FROMPERCENTOFF and D86TOPERCENTOFF their ten temperature points. */
+
+/* Writes the number of coefficients of correlation index. -4 for an unknown
+ * index. */
+TARN_API int TARN_CALL gfx_tarnGetCoefCount(int index, int* count);
+
+/* Writes the name and current value of coefficient k. -4 for an unknown index
+ * (checked before k), -8 for k outside the list. */
+TARN_API int TARN_CALL gfx_tarnGetCoef(int index, int k, char* name, double* value);
+
+/* Stores value into coefficient k by its rule (above). Returns 0, also when
+ * the rule stores nothing; -4 for an unknown index, -8 for a bad k. */
+TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
+
+/* ---- Messages and diagnostics ------------------------------------------- */
+
+/* Writes the message of a negative status code of the catalogue (-1..-8) and
+ * returns 0. For any other code writes "Error Message Code = <code> not
+ * found" and returns -444. A null message pointer writes nothing. */
+TARN_API int TARN_CALL gfx_tarnGetErrorMsg(int code, char* message);
+
+/* Prints a diagnostic of a failed calculation of correlation index to the
+ * diagnostic stream: the correlation, the code, the expected input count and
+ * one line per given input value with its property id. Prints nothing while
+ * no stream is set or for an unknown index. Always returns 0. */
+TARN_API int TARN_CALL gfx_tarnErrorHandler(int index, int code, int inputCount,
+                                            const double* inputs);
+
+/* Sets the stream that gfx_tarnErrorHandler writes to (for example stderr);
+ * null, the initial state, silences it. The library never closes the stream.
+ * Returns the stream that was set before. */
+TARN_API FILE* TARN_CALL gfx_tarnSetDiagnosticStream(FILE* stream);
 
 TARN_EXTERN_C_END
 

@@ -2,11 +2,11 @@
 #include "params/keywords.h"
 
 #include <cctype>
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "common/integers.h"
 #include "common/missing.h"
 #include "tarn/corparms.h"
 
@@ -165,23 +165,6 @@ Located locate(const char* correlation, const char* parameter) {
   return found;
 }
 
-// trunc(value) as an int, or false when it does not fit (NaN, infinities,
-// magnitudes beyond int).
-bool truncateToInt(double value, int& out) {
-  if (!(value > static_cast<double>(INT_MIN) - 1.0 && value < static_cast<double>(INT_MAX) + 1.0)) {
-    return false;
-  }
-  out = static_cast<int>(value);
-  return true;
-}
-
-void restoreGaussianDefaults(T20GaussianParams& g) {
-  g.p1 = -1.281551566;
-  g.p2 = -0.841621234;
-  g.p3 = -0.524400513;
-  g.ratio = 0.5810337716059414;
-}
-
 int store(const Entry& entry, void* field, double value) {
   switch (entry.rule) {
     case SR::Plain:
@@ -225,18 +208,8 @@ int store(const Entry& entry, void* field, double value) {
       *static_cast<int*>(field) = n;
       return 0;
     }
-    case SR::GaussianQuantile: {
-      *static_cast<double*>(field) = value;
-      T20GaussianParams& g = params().t20Gaussian;
-      const double upper = g.p3 - g.p1;
-      const double middle = g.p2 - g.p1;
-      if (upper > 0.0 && middle > 0.0) {
-        g.ratio = middle / upper;
-        return 0;
-      }
-      restoreGaussianDefaults(g);
-      return 1;
-    }
+    case SR::GaussianQuantile:
+      return storeT20GaussianQuantile(*static_cast<double*>(field), value);
   }
   return 1;
 }

@@ -8,10 +8,34 @@ namespace tarn {
 
 namespace {
 
+// The settings reached through coefficients: every unit flag Fahrenheit,
+// every method setting 0, the emission-model selectors at their usual
+// choices, CARBOB3's own ethanol properties and every ethanol content 5 vol %.
+constexpr CorrelationSettings defaultCorrelationSettings() {
+  CorrelationSettings s{};
+  for (int& flag : s.corf) flag = 1;
+  for (int& method : s.typcor) method = 0;
+  for (int& selector : s.carb) selector = 1;
+  for (int& selector : s.carb3) selector = 1;
+  for (int& selector : s.carb3m) selector = 1;
+  const int epa[7] = {1, 2, 1, 1, 1, 0, 0};  // AREA PHASE SEASON EQUATION FUELTYPE CTYPE COUNTRY
+  for (int i = 0; i < 7; ++i) s.epa[i] = epa[i];
+  s.carbobEstrm = 0;
+  s.driveabilityEohvol = 5.0;
+  s.carbob2 = CorrelationSettings::EthanolSwitches{5.0, 1, 0, 0, 0, 0};
+  s.carbob3 = CorrelationSettings::EthanolSwitches{5.0, 1, 0, 0, 0, 0};
+  s.carbob3Blend = EthanolBlendParams{1.7, 0.06, 0.5, 34.7, 10.0, 0.718, 0.788};
+  s.rbobEohvol = 5.0;
+  return s;
+}
+
 // The block before start-up: zeros, except the seven-point percent grid and
-// the CARB temperature unit, which hold their values from load time.
+// the CARB temperature unit, which hold their values from load time, and the
+// coefficient settings, which hold their defaults so that a host that starts
+// with TARNInitialize alone still computes in Fahrenheit.
 constexpr ParameterBlock staticParameterBlock() {
   ParameterBlock block{};
+  block.settings = defaultCorrelationSettings();
   const double grid[7] = {0.0, 10.0, 30.0, 50.0, 70.0, 90.0, 100.0};
   for (int i = 0; i < 7; ++i) block.d86PercentGrid[i] = grid[i];
   block.carbUnit = 'F';
@@ -37,6 +61,14 @@ void writeEthanolDefaults(EthanolBlendParams& group) {
   group.sul = 10.0;
   group.gasspg = 0.718;
   group.etohspg = 0.788;
+}
+
+// The ratio is stored as its literal, (P2 - P1)/(P3 - P1) of the defaults.
+void writeT20GaussianDefaults(T20GaussianParams& g) {
+  g.p1 = -1.281551566;
+  g.p2 = -0.841621234;
+  g.p3 = -0.524400513;
+  g.ratio = 0.5810337716059414;
 }
 
 }  // namespace
@@ -102,10 +134,7 @@ void writeParameterDefaults(bool isReset) {
   assign(b.rbobP, 147.91, 0.49, 155.47, 0.22, 0.0, 1.0);
   assign(b.e200e300, 147.91, 0.49, 155.47, 0.22);
 
-  b.t20Gaussian.p1 = -1.281551566;
-  b.t20Gaussian.p2 = -0.841621234;
-  b.t20Gaussian.p3 = -0.524400513;
-  b.t20Gaussian.ratio = 0.5810337716059414;
+  writeT20GaussianDefaults(b.t20Gaussian);
 
   assign(b.pourPoint1, -73.0883, 12.885, 460.0);
   assign(b.pourPoint2, 2.197062, 0.0354662);
@@ -135,20 +164,19 @@ void writeParameterDefaults(bool isReset) {
          0.00961619, 0.000910603, 0.00203879);
 }
 
-void writeCorrelationSettingDefaults() {
-  CorrelationSettings& s = params().settings;
-  std::fill(std::begin(s.corf), std::end(s.corf), 1);
-  std::fill(std::begin(s.typcor), std::end(s.typcor), 0);
-  std::fill(std::begin(s.carb), std::end(s.carb), 1);
-  std::fill(std::begin(s.carb3), std::end(s.carb3), 1);
-  std::fill(std::begin(s.carb3m), std::end(s.carb3m), 1);
-  assign(s.epa, 1, 2, 1, 1, 1, 0, 0);  // AREA PHASE SEASON EQUATION FUELTYPE CTYPE COUNTRY
-  s.carbobEstrm = 0;
-  s.driveabilityEohvol = 5.0;
-  s.carbob2 = CorrelationSettings::EthanolSwitches{5.0, 1, 0, 0, 0, 0};
-  s.carbob3 = CorrelationSettings::EthanolSwitches{5.0, 1, 0, 0, 0, 0};
-  s.carbob3Blend = EthanolBlendParams{1.7, 0.06, 0.5, 34.7, 10.0, 0.718, 0.788};
-  s.rbobEohvol = 5.0;
+void writeCorrelationSettingDefaults() { params().settings = defaultCorrelationSettings(); }
+
+int storeT20GaussianQuantile(double& quantile, double value) {
+  quantile = value;
+  T20GaussianParams& g = params().t20Gaussian;
+  const double upper = g.p3 - g.p1;
+  const double middle = g.p2 - g.p1;
+  if (upper > 0.0 && middle > 0.0) {
+    g.ratio = middle / upper;
+    return 0;
+  }
+  writeT20GaussianDefaults(g);
+  return 1;
 }
 
 }  // namespace tarn

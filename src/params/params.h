@@ -83,8 +83,9 @@ struct T20GaussianParams {
 
 // Settings that only the coefficient interface reaches: unit flags, method
 // numbers, emission-model selectors and the oxygenate settings of the
-// ethanol-blend correlations. gfx_tarnInitializeCoefs writes their defaults;
-// TARNInitialize and TARNReset leave them alone.
+// ethanol-blend correlations. They hold their defaults from load time;
+// gfx_tarnInitializeCoefs writes them again, TARNInitialize and TARNReset
+// leave them alone.
 struct CorrelationSettings {
   int corf[kCorrelationCount];    // temperature unit per correlation: non-zero F, 0 C
   int typcor[kCorrelationCount];  // percent-off conversion method per correlation
@@ -172,5 +173,11 @@ void writeParameterDefaults(bool isReset);
 
 // Writes the defaults of the settings reached through coefficients only.
 void writeCorrelationSettingDefaults();
+
+// Stores one T20GAUSSIAN quantile (quantile is p1, p2 or p3 of the block's
+// group), then recomputes the ratio (P2 - P1)/(P3 - P1). When P2 - P1 or
+// P3 - P1 is not positive the whole group returns to its defaults and the
+// result is 1; otherwise 0.
+int storeT20GaussianQuantile(double& quantile, double value);
 
 }  // namespace tarn

@@ -15,8 +15,15 @@ int main(void) {
   double exponent = gfx_getCorParms("REIDVAPORPRESSURE", "any");
   double volumes[2] = {1.0, 3.0}, values[2] = {90.0, 94.0};
   double blend = gfx_LinearByVolume(volumes, 2, values);
+  char id[TARN_ID_SIZE];
+  char message[TARN_MESSAGE_SIZE];
+  int pair = -1;
+  int found = gfx_tarnGetCorrelationId(9, id) == TARN_STATUS_OK &&
+              gfx_tarnGetIndexPair(9, &pair) == TARN_STATUS_OK && pair == 8 &&
+              gfx_tarnGetErrorMsg(TARN_STATUS_BAD_CORRELATION, message) == TARN_STATUS_OK;
+  gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }

@@ -1,0 +1,101 @@
+// Status messages and the error handler's print-out.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "tarn/tarn.h"
+
+namespace {
+
+TEST(StatusMessages, EveryCodeHasItsTextOrTheNotFoundLine) {
+  const struct {
+    int code;
+    const char* text;
+  } published[] = {
+      {-1, "Unable to initialize TARN."},
+      {-2, "Invalid Property index passed in call gfx_tarnGetPropId."},
+      {-3, "Invalid Property index passed in call gfx_tarnGetPropDesc."},
+      {-4, "Invalid Correlation index passed."},
+      {-5, "Invalid Correlation index passed in call gfx_tarnGetCorrelationType."},
+      {-6, "Invalid Correlation Input Property index."},
+      {-7, "Invalid Correlation Output Property index."},
+      {-8, "Invalid Correlation Coefficient index."},
+  };
+  char buffer[TARN_MESSAGE_SIZE + 16];
+  std::size_t longest = 0;
+  for (const auto& entry : published) {
+    std::memset(buffer, 'x', sizeof buffer);
+    EXPECT_EQ(gfx_tarnGetErrorMsg(entry.code, buffer), 0) << entry.code;
+    EXPECT_STREQ(buffer, entry.text);
+    longest = std::max(longest, std::strlen(entry.text));
+  }
+  EXPECT_EQ(longest + 1, static_cast<std::size_t>(TARN_MESSAGE_SIZE));
+
+  // Success, the undefined result, the pair answer and the evaluation codes
+  // have no text.
+  for (int code : {0, 1, 12, -9, -444, -999, -8888, -9999, INT_MIN, INT_MAX}) {
+    EXPECT_EQ(gfx_tarnGetErrorMsg(code, buffer), -444);
+    EXPECT_EQ(std::string(buffer), "Error Message Code = " + std::to_string(code) + " not found");
+  }
+  EXPECT_EQ(gfx_tarnGetErrorMsg(-4, nullptr), 0);
+  EXPECT_EQ(gfx_tarnGetErrorMsg(7, nullptr), -444);
+}
+
+// Runs the handler with a temporary file as the diagnostic stream and
+// returns what it printed.
+std::string handlerOutput(int index, int code, int inputCount, const double* inputs) {
+  std::FILE* file = std::tmpfile();
+  if (file == nullptr) return "<no temporary file>";
+  std::FILE* previous = gfx_tarnSetDiagnosticStream(file);
+  EXPECT_EQ(gfx_tarnErrorHandler(index, code, inputCount, inputs), 0);
+  gfx_tarnSetDiagnosticStream(previous);
+  std::rewind(file);
+  std::string text;
+  char chunk[256];
+  std::size_t n = 0;
+  while ((n = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, n);
+  std::fclose(file);
+  return text;
+}
+
+TEST(ErrorHandler, PrintsTheDiagnosticExactly) {
+  const double rvpIndex[] = {12.5};
+  EXPECT_EQ(handlerOutput(8, -4, 1, rvpIndex),
+            "8: RVP\n"
+            "-4: Error Message Code not found. \n"
+            "Number of Inputs expected 1"
+            "1.250000e+01  RVPNDX \n");
+
+  // Start-up failure is the one code spelled out; inputs beyond the
+  // correlation's own repeat its last property id.
+  const double tvl[] = {9.0, 130.0, 210.0, -0.5};
+  EXPECT_EQ(handlerOutput(0, -1, 4, tvl),
+            "0: TVL\n"
+            "-1: Unable to initialize TARN.\n"
+            "Number of Inputs expected 3"
+            "9.000000e+00  RVP \n"
+            "1.300000e+02  T10 \n"
+            "2.100000e+02  T50 \n"
+            "-5.000000e-01  T50 \n");
+
+  // A code with a message is still printed as not found.
+  EXPECT_EQ(handlerOutput(56, -6, 0, tvl),
+            "56: T20GAUSS\n-6: Error Message Code not found. \nNumber of Inputs expected 2");
+}
+
+TEST(ErrorHandler, SilentWithoutStreamOrForUnknownIndex) {
+  const double x[] = {1.0};
+  EXPECT_EQ(handlerOutput(57, -4, 1, x), "");
+  EXPECT_EQ(handlerOutput(-1, -4, 1, x), "");
+  EXPECT_EQ(handlerOutput(8, -4, 1, nullptr), "8: RVP\n-4: Error Message Code not found. \n"
+                                              "Number of Inputs expected 1");
+  // No stream set: nothing to print to, still 0.
+  std::FILE* previous = gfx_tarnSetDiagnosticStream(nullptr);
+  EXPECT_EQ(gfx_tarnErrorHandler(8, -4, 1, x), 0);
+  EXPECT_EQ(gfx_tarnSetDiagnosticStream(previous), nullptr);
+}
+
+}  // namespace
