@@ -16,6 +16,20 @@ TARN_EXTERN_C_BEGIN
 
 /* ---- CARB predictive models --------------------------------------------- */
 
+/* CARB Phase 2 predictive model: percent changes of emissions of a candidate
+ * gasoline against the reference fuel. in: RVP (psi), T50, T90 (in the unit of
+ * the TARN CARB_CORF setting), aromatics, olefins (vol %), oxygen (wt %),
+ * sulfur (ppm), benzene (vol %). out: the two combined exhaust changes and
+ * the potency-weighted toxics change. flags: 6 letters for T50, T90,
+ * aromatics, olefins, sulfur, benzene, 'A' for the averaging reference, any
+ * other letter the flat one (a shorter or null string leaves the rest flat).
+ * deriv (24, input-major) is written only when wantDerivatives is non-zero;
+ * the RVP row is 0. Returns the number of properties outside their limits
+ * (with sensitivities, as counted at the last perturbed evaluation), or -1
+ * when in or out is null. */
+TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const double* in,
+                                 double* out, double* deriv);
+
 /* ---- Ethanol blendstock models ------------------------------------------ */
 
 /* ---- Percent evaporated at set temperatures ----------------------------- */
