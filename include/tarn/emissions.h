@@ -30,6 +30,34 @@ TARN_EXTERN_C_BEGIN
 TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const double* in,
                                  double* out, double* deriv);
 
+/* CARB Phase 3 predictive model. in (9): RVP, T50, T90 (CARB_CORF unit),
+ * aromatics, olefins, oxygen, oxygen (second value), sulfur, benzene; out 3;
+ * deriv 27 when wantDerivatives is non-zero. options: 6 flat/averaging
+ * letters as for gfx_WCARB, then 'Y' for the evaporative mode ("YES"; RVP
+ * ceiling 7.2) or 'N'/any other letter for the mode without it ("NO ";
+ * ceiling 30). The inputs are first rounded as the regulation reports them,
+ * halves away from zero: RVP and benzene to 0.01, T50, T90 (degrees F) and
+ * sulfur to 1, aromatics, olefins and oxygen to 0.1; the second oxygen is
+ * then set to the first. The caller's array is not changed. Returns the
+ * number of rounded inputs outside the valid range (-1 when in or out is
+ * null). The model's regression table is not available in this library: the
+ * three results are the missing value 1e30 and the sensitivities 0. */
+TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, const double* in,
+                                  double* out, double* deriv);
+
+/* CARB Phase 3 predictive model with one oxygen value. in (8): RVP, T50, T90
+ * (CARB_CORF unit), aromatics, olefins, oxygen, sulfur, benzene; out 3; deriv
+ * 24. options: 6 flat/averaging letters, then the RVP ceiling: 'Y' 7.2, 'N'
+ * 30, 'Z' or any other letter 7.0 (RVP floor 6.4). An input is out of range
+ * below 0.9999 times its lower or above 1.0001 times its upper limit;
+ * outOfRange (8, may be null) receives 1 for each such input, 0 otherwise.
+ * The caller's array is not changed. Returns the number of inputs out of
+ * range (-1 when in or out is null). The model's regression table is not
+ * available in this library: the three results are the missing value 1e30
+ * and the sensitivities 0. */
+TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, const double* in,
+                                  double* out, double* deriv, int* outOfRange);
+
 /* ---- Ethanol blendstock models ------------------------------------------ */
 
 /* Volatility of an ethanol blend: in = blendstock RVP (psi), T50, T90
