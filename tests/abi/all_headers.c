@@ -4,6 +4,7 @@
 #include "tarn/corparms.h"
 #include "tarn/props.h"
 #include "tarn/emissions.h"
+#include "tarn/distill.h"
 
 #include <stdio.h>
 
