@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/guard.h"
 #include "common/missing.h"
+#include "common/scratch.h"
 #include "distill/curve.h"
 #include "tarn/distill.h"
 
@@ -27,8 +29,13 @@ constexpr double kAllEvaporated = 100.0;
 class BlendPercent {
  public:
   BlendPercent(int n, const double* curves, const double* fractions, const double* grid,
-               double divisor)
-      : n_(n), curves_(curves), fractions_(fractions), grid_(grid), divisor_(divisor) {}
+               double divisor, const unsigned char* increasing)
+      : n_(n),
+        curves_(curves),
+        fractions_(fractions),
+        grid_(grid),
+        divisor_(divisor),
+        increasing_(increasing) {}
 
   // Blended percent evaporated at temperature t. A component whose curve is
   // not strictly increasing adds fraction x 1e30: one bad curve spoils the
@@ -37,9 +44,10 @@ class BlendPercent {
     double sum = 0.0;
     for (int i = 0; i < n_; ++i) {
       const double* curve = curves_ + static_cast<long>(i) * kCurvePoints;
-      const double percent = isStrictlyIncreasing(curve, kCurvePoints)
-                                 ? percentAtTemperature(curve, grid_, kCurvePoints, t)
-                                 : kMissing;
+      const bool usable = increasing_ != nullptr ? increasing_[i] != 0
+                                                 : isStrictlyIncreasing(curve, kCurvePoints);
+      const double percent =
+          usable ? percentAtTemperature(curve, grid_, kCurvePoints, t) : kMissing;
       sum += fractions_[i] * percent;
     }
     return sum / divisor_;
@@ -51,6 +59,7 @@ class BlendPercent {
   const double* fractions_;
   const double* grid_;
   double divisor_;
+  const unsigned char* increasing_;  // per component, or null to test at each call
 };
 
 // Temperature in [lo, hi] at which the blend reaches percent q. Ends on the
@@ -80,7 +89,7 @@ double bisect(const BlendPercent& percentAt, double q, double lo, double hi, dou
 }  // namespace
 
 int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
-                     FractionRule rule) {
+                     FractionRule rule, unsigned char* increasing) {
   const GenericD86Params& settings = params().genericD86;
   const double tol = std::max(kSmallestTolerance, settings.bTol);
   double grid[kCurvePoints];
@@ -103,8 +112,13 @@ int blendCurvePoints(int n, const double* curves, const double* fractions, doubl
     divisor = total;
   }
 
+  if (increasing != nullptr) {
+    for (int i = 0; i < n; ++i) {
+      increasing[i] = isStrictlyIncreasing(curves + static_cast<long>(i) * kCurvePoints, kCurvePoints);
+    }
+  }
   // Components with a zero or negative fraction still enter the sum.
-  const BlendPercent percentAt(n, curves, fractions, grid, divisor);
+  const BlendPercent percentAt(n, curves, fractions, grid, divisor, increasing);
   const double percentTol = std::fabs(thi - tlo) * tol;
   double points[kCurvePoints];
   points[kIbp] = grid[kIbp] > 0.0 ? bisect(percentAt, grid[kIbp], tlo, thi, tol, percentTol) : tlo;
@@ -124,13 +138,19 @@ int blendCurvePoints(int n, const double* curves, const double* fractions, doubl
 extern "C" TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves,
                                                  const double* fractions, double* out) {
   if (curves == nullptr || fractions == nullptr || out == nullptr) return 1;
-  return tarn::distill::blendCurvePoints(n, curves, fractions, out,
-                                         tarn::distill::FractionRule::Normalised);
+  return tarn::guarded(1, [&] {
+    tarn::ScratchArray<unsigned char, 256> increasing(n > 0 ? static_cast<std::size_t>(n) : 0);
+    return tarn::distill::blendCurvePoints(n, curves, fractions, out,
+                                           tarn::distill::FractionRule::Normalised,
+                                           increasing.data());
+  });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_FindPoints2(int n, const double* curves,
                                                   const double* fractions, double* out) {
   if (curves == nullptr || fractions == nullptr || out == nullptr) return 0;
-  tarn::distill::blendCurvePoints(n, curves, fractions, out, tarn::distill::FractionRule::AsGiven);
+  // No scratch: this search allocates nothing at any size.
+  tarn::distill::blendCurvePoints(n, curves, fractions, out, tarn::distill::FractionRule::AsGiven,
+                                  nullptr);
   return 0;
 }
