@@ -32,21 +32,6 @@ void expectCurveNear(const Curve& got, const Curve& want, double tolerance) {
   for (std::size_t k = 0; k < want.size(); ++k) EXPECT_NEAR(got[k], want[k], tolerance) << "point " << k;
 }
 
-TEST_F(BlendPointsTest, OneComponentOrIdenticalComponentsGiveTheComponentCurve) {
-  const Curve gasoline = {91.3, 124.7, 161.2, 208.9, 262.3, 331.6, 402.1};
-  Curve out(7);
-  const double one = 1.0;
-  ASSERT_EQ(gfx_FindPoints(1, gasoline.data(), &one, out.data()), 0);
-  EXPECT_EQ(out[0], 91.3);   // lowest IBP, taken as it is
-  EXPECT_EQ(out[6], 402.1);  // highest FBP
-  expectCurveNear(out, gasoline, kSearch);
-
-  const Curve twice = concat(gasoline, gasoline);
-  const double halves[2] = {0.5, 0.5};
-  ASSERT_EQ(gfx_FindPoints(2, twice.data(), halves, out.data()), 0);
-  expectCurveNear(out, gasoline, kSearch);
-}
-
 TEST_F(BlendPointsTest, TwoLinearCurvesBlendToTheHandComputedPoints) {
   // At 50/50 the blend's percent is (P_A + P_B)/2 with each P held in [0, 100]:
   // 10 % at 140 (B not yet boiling), 30 % at 210, 50 % at 250, 70 % at 290,
@@ -142,16 +127,6 @@ TEST_F(BlendPointsTest, AnOutOfOrderComponentSpoilsTheBlendWithoutFailingIt) {
   // of its bracket.
   for (int k = 1; k < 6; ++k) EXPECT_NEAR(out[k], 100.0, kSearch) << k;
   EXPECT_EQ(out[6], 400.0);
-}
-
-TEST_F(BlendPointsTest, NullArraysAreRefused) {
-  Curve out(7, -1.0);
-  const double one = 1.0;
-  EXPECT_EQ(gfx_FindPoints(1, nullptr, &one, out.data()), 1);
-  EXPECT_EQ(gfx_FindPoints(1, kA.data(), nullptr, out.data()), 1);
-  EXPECT_EQ(gfx_FindPoints(1, kA.data(), &one, nullptr), 1);
-  EXPECT_EQ(gfx_FindPoints2(1, nullptr, &one, out.data()), 0);
-  EXPECT_EQ(out, Curve(7, -1.0));
 }
 
 }  // namespace

@@ -97,9 +97,6 @@ TEST_F(IndicesTest, GaussianTwentyPercentPoint) {
   EXPECT_NEAR(gfx_T20Gaussian(120, 160, 1, d), 120 + 40 * 0.5810337716059414, 1e-12);
   EXPECT_NEAR(d[0] + d[1], 1.0, 1e-15);
   EXPECT_EQ(d[1], 0.5810337716059414);
-  ASSERT_EQ(gfx_setCorParms("T20GAUSSIAN", "P2", -1.0), 0);  // the ratio follows
-  EXPECT_NEAR(gfx_T20Gaussian(0, 1, 0, nullptr),
-              (-1.0 + 1.281551566) / (-0.524400513 + 1.281551566), 1e-12);
 }
 
 TEST_F(IndicesTest, VapourLiquidTemperatureAndItsFourInputVariant) {

@@ -64,63 +64,47 @@ double model(double anchor, double a, double b, double p) {
 }
 
 TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) {
-  // Lower half anchored at the IBP: a = 0.5, b = 40.
-  double lower[7] = {100, model(100, 0.5, 40, 10), 1e30, model(100, 0.5, 40, 50), 230, 260, 300};
-  // Upper half anchored at the FBP, percent counted down from 100: a = -0.5, b = -40.
-  double upper[7] = {100, 130, 160, model(300, -0.5, -40, 50), 1e30, model(300, -0.5, -40, 10), 300};
-  EXPECT_EQ(gfx_TBPLogInterpolate2(lower), 0);
-  EXPECT_EQ(gfx_TBPLogInterpolate2(upper), 0);
-  EXPECT_NEAR(lower[2], model(100, 0.5, 40, 30), 1e-9);
-  EXPECT_EQ(lower[4], 230.0);  // present points are left alone
-  EXPECT_NEAR(upper[4], model(300, -0.5, -40, 30), 1e-9);
-
-  // The five-point form gives the same estimates, whatever the 30/70 slots hold.
-  const double five[5] = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300};
-  double t30 = 0, t70 = 0;
-  EXPECT_EQ(gfx_TBPLogInterpolate(five, &t30, &t70), 0);
-  EXPECT_NEAR(t30, lower[2], 1e-9);
-  double seven[7] = {100, five[1], 1e30, five[2], 1e30, 260, 300};
-  gfx_TBPLogInterpolate2(seven);
-  EXPECT_NEAR(t70, seven[4], 1e-9);
-
-  // An estimate beyond its neighbours becomes their mean. Here the model
-  // through IBP 100, T10 250, T50 260 overshoots T50 at 30 %.
-  double steep[7] = {100, 250, 1e30, 260, 1e30, 270, 400};
-  gfx_TBPLogInterpolate2(steep);
-  EXPECT_EQ(steep[2], 255.0);
-  const double steepFive[5] = {100, 250, 260, 270, 400};
-  gfx_TBPLogInterpolate(steepFive, &t30, &t70);
-  EXPECT_EQ(t30, 255.0);
-  EXPECT_EQ(t70, steep[4]);
-}
-
-TEST_F(InterpolationTest, ExpandThenEstimateRestoresSevenPointCurves) {
-  // Two five-point curves widened in place, then completed.
-  const double a30 = model(100, 0.5, 40, 30), a50 = model(100, 0.5, 40, 50);
-  std::vector<double> buffer = {100, model(100, 0.5, 40, 10), a50, 300, 350,
-                                90, 120, 200, 290, 330};
+  // Lower half anchored at the IBP (a = 0.5, b = 40), upper half at the FBP
+  // with percent counted down from 100 (a = -0.5, b = -40). Widened from five
+  // points in place, then completed.
+  std::vector<double> buffer = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300,
+                                90, 130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
   buffer.resize(14, -1.0);
   gfx_D86Expand5Pt(2, buffer.data(), nullptr);
   EXPECT_EQ(buffer[2], 1e30);
-  EXPECT_EQ(buffer[4], 1e30);
-  EXPECT_EQ(buffer[7], 90.0);
-  EXPECT_EQ(buffer[10], 200.0);
-  EXPECT_EQ(buffer[13], 330.0);
-  gfx_TBPLogInterpolate2(buffer.data());
-  gfx_TBPLogInterpolate2(buffer.data() + 7);
-  EXPECT_NEAR(buffer[2], a30, 1e-9);
-  for (double t : buffer) EXPECT_LT(t, 1e29);
-  for (int k = 1; k < 7; ++k) EXPECT_LT(buffer[7 + k - 1], buffer[7 + k]);
+  EXPECT_EQ(buffer[11], 1e30);
+  EXPECT_EQ(buffer[13], 300.0);
+  EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data()), 0);
+  EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data() + 7), 0);
+  EXPECT_NEAR(buffer[2], model(100, 0.5, 40, 30), 1e-9);
+  EXPECT_NEAR(buffer[11], model(300, -0.5, -40, 30), 1e-9);
+  for (int k = 1; k < 7; ++k) EXPECT_LT(buffer[k - 1], buffer[k]);
+
+  // The five-point form gives the same estimates.
+  const double five[5] = {100, buffer[1], buffer[3], 260, 300};
+  double t30 = 0, t70 = 0;
+  EXPECT_EQ(gfx_TBPLogInterpolate(five, &t30, &t70), 0);
+  EXPECT_NEAR(t30, buffer[2], 1e-9);
+  EXPECT_NEAR(t70, buffer[4], 1e-9);
+
+  // An estimate beyond its neighbours becomes their mean: the model through
+  // IBP 100, T10 250, T50 260 overshoots T50 at 30 %, and the one through
+  // FBP 400, T90 270, T50 260 undershoots T50 at 70 %.
+  double steep[7] = {100, 250, 1e30, 260, 1e30, 270, 400};
+  gfx_TBPLogInterpolate2(steep);
+  EXPECT_EQ(steep[2], 255.0);
+  EXPECT_EQ(steep[4], 265.0);
+  const double steepFive[5] = {100, 250, 260, 270, 400};
+  gfx_TBPLogInterpolate(steepFive, &t30, &t70);
+  EXPECT_EQ(t30, 255.0);
+  EXPECT_EQ(t70, 265.0);
 
   // Into a separate array; n <= 0 writes nothing.
-  const double five[5] = {1, 2, 3, 4, 5};
-  double out[7] = {};
-  gfx_D86Expand5Pt(1, const_cast<double*>(five), out);
-  EXPECT_EQ(out[3], 3.0);
-  EXPECT_EQ(out[6], 5.0);
-  double untouched[7] = {7, 7, 7, 7, 7, 7, 7};
-  gfx_D86Expand5Pt(0, const_cast<double*>(five), untouched);
-  EXPECT_EQ(untouched[0], 7.0);
+  double out[7] = {7, 7, 7, 7, 7, 7, 7};
+  gfx_D86Expand5Pt(0, const_cast<double*>(steepFive), out);
+  EXPECT_EQ(out[0], 7.0);
+  gfx_D86Expand5Pt(1, const_cast<double*>(steepFive), out);
+  EXPECT_EQ(out[5], 270.0);
 }
 
 TEST(D86Contract7Pt, KeepsFivePointsAndTheirDerivativeRows) {
