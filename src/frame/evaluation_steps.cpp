@@ -1,8 +1,13 @@
 // The special steps of evaluation by index.
 #include "frame/evaluation_steps.h"
 
+#include <cmath>
+
 #include "common/missing.h"
+#include "params/params.h"
 #include "tarn/blending.h"
+#include "tarn/distill.h"
+#include "tarn/emissions.h"
 #include "tarn/props.h"
 
 namespace tarn::frame {
@@ -84,6 +89,19 @@ int evaluateRvp(const CorrelationRow&, double* inputs, double* outputs, int deri
   return 0;
 }
 
+template <int Which>
+int evaluateThreePointIndex(const CorrelationRow& row, double* inputs, double* outputs,
+                            int derivFlag, double* derivs) {
+  const double result = gfx_D86BV1(Which, unitOf(row), inputs[0], inputs[1], inputs[2],
+                                   derivFlag != 0 ? derivs : nullptr);
+  outputs[0] = result;
+  if (std::isnan(result)) return 0;  // an undefined index of NaN is not reported (intended)
+  return isMissing(result) ? 1 : 0;
+}
+template int evaluateThreePointIndex<0>(const CorrelationRow&, double*, double*, int, double*);
+template int evaluateThreePointIndex<1>(const CorrelationRow&, double*, double*, int, double*);
+template int evaluateThreePointIndex<2>(const CorrelationRow&, double*, double*, int, double*);
+
 int evaluateMtmf(const CorrelationRow&, double* inputs, double* outputs, int derivFlag,
                  double* derivs) {
   double s[8] = {};
@@ -130,9 +148,65 @@ int evaluateOxygenateFreePoint(const CorrelationRow&, double* inputs, double* ou
   return 0;
 }
 
+int evaluateCarbob(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                   double* derivs) {
+  const double ethanol = inputs[3];
+  if (ethanol > kNoOxygenate && !isMissing(ethanol)) {
+    return gfx_WCARBOB(derivFlag, unitOf(row), inputs, outputs, derivs);
+  }
+  // Without ethanol the blend is the blendstock: outputs 0..2 are inputs 0..2.
+  for (int k = 0; k < 3; ++k) outputs[k] = inputs[k];
+  if (derivFlag != 0 && derivs != nullptr) {
+    for (int k = 0; k < 12; ++k) derivs[k] = 0.0;
+    derivs[0] = derivs[4] = derivs[8] = 1.0;
+  }
+  return 0;
+}
+
+int evaluateOxygenateFreeT90(const CorrelationRow& row, double* inputs, double* outputs,
+                             int derivFlag, double* derivs) {
+  const char unit = unitOf(row);
+  auto toT90 = [unit](double index, int flag, double* d) {
+    return gfx_D86one90Blend(unit, index, flag, d);
+  };
+  return oxygenateFreeIndex(toT90, /*rvpForm=*/false, inputs, outputs, derivFlag, derivs);
+}
+
 int evaluateOxygenateFreeRvp(const CorrelationRow&, double* inputs, double* outputs,
                              int derivFlag, double* derivs) {
   return oxygenateFreeIndex(gfx_RVP, /*rvpForm=*/true, inputs, outputs, derivFlag, derivs);
+}
+
+int evaluateCarbob3(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                    double* derivs) {
+  const CorrelationSettings& settings = params().settings;
+  const EthanolBlendParams& ethanol = settings.carbob3Blend;
+  // The blend model reads ARO, BNZ, EHO, OLF, SUL, ETOHSPG, GASSPG, -, ALTOXY.
+  // CARBOB3 hands over olefins and oxygen, and the two gravities, the other
+  // way round; hosts tuned to CARBOB3 rely on this order (intended). It has
+  // no pass-through switch: ALTOXY 0 always blends.
+  const double blendSettings[9] = {ethanol.aro, ethanol.bnz, ethanol.olf,
+                                   ethanol.eho, ethanol.sul, ethanol.gasspg,
+                                   ethanol.etohspg, kMissing, 0.0};
+  const int status = gfx_WCARBOB2(derivFlag, unitOf(row), settings.carbob3.eohvol, inputs,
+                                  outputs, derivs, blendSettings);
+  // EHO and OXY are one oxygen content: a rounding apart they are made equal.
+  if (std::fabs(outputs[5] - outputs[7]) < 0.0001) outputs[5] = outputs[7];
+  return status;
+}
+
+int evaluateRbob(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                 double* derivs) {
+  const ParameterBlock& p = params();
+  const EthanolBlendParams& ethanol = p.rbob;
+  // The model's order: oxygen before olefins, ethanol gravity before blendstock
+  // gravity, then E200 and E300 lines and the RVP transform.
+  const double rbobSettings[13] = {ethanol.aro,     ethanol.bnz,    ethanol.eho, ethanol.olf,
+                                   ethanol.sul,     ethanol.etohspg, ethanol.gasspg,
+                                   p.rbobP[0],      p.rbobP[1],     p.rbobP[2],  p.rbobP[3],
+                                   p.rbobP[4],      p.rbobP[5]};
+  return gfx_WRBOB(derivFlag, unitOf(row), p.settings.rbobEohvol, inputs, outputs, derivs,
+                   rbobSettings);
 }
 
 }  // namespace tarn::frame
