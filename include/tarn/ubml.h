@@ -138,8 +138,9 @@ TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputC
  * type: 1 converts inputs[0] (direction non-zero: property to index,
  * else back) into outputs[0] with a forward-difference slope in derivs[0],
  * and returns -999 even so (use gfx_ubmlGenCalcComplex for a proper status);
- * 0 and -1 evaluate property 1 (-8888 when derivatives are asked without an
- * array); -7..-4 evaluate every output; any other type returns -999. */
+ * 0 and -1 evaluate property 1; -7..-4 evaluate every output; any other
+ * type returns -999. -8888 when derivatives are asked without an array, -999
+ * when inputs or outputs is null; the plug-in's own codes pass through. */
 TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int direction, double minSpacing,
                                        double* inputs, double* outputs, double* derivs);
 

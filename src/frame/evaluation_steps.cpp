@@ -33,7 +33,8 @@ double withoutOxygenate(double blend, double volume, double own) {
 // CD86ONE90BLEND and CRVP: the blend index without the oxygenate, turned
 // into its property by toProperty(index, derivFlag, derivative). The CRVP
 // form answers status 0 on the no-oxygenate branch whatever the result, and
-// on the all-oxygenate branch clears only the slope to the blend index.
+// on the all-oxygenate branch clears only the slope to the blend index
+// (both intended).
 template <class ToProperty>
 int oxygenateFreeIndex(ToProperty toProperty, bool rvpForm, double* x, double* out, int derivFlag,
                        double* d) {
