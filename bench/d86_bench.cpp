@@ -1,11 +1,11 @@
-// gfx_D86, the heaviest call of the library: a blend of n D86 curves, with
-// and without the n x 8 rows of finite-difference derivatives.
+// Distillation blending: gfx_D86, the heaviest call of the library (a blend
+// of n D86 curves, with and without the n x 8 rows of finite-difference
+// derivatives), and gfx_FindPoints, the TBP blend search inside it.
 #include <benchmark/benchmark.h>
 
 #include <vector>
 
 #include "tarn/distill.h"
-#include "tarn/tarn.h"
 
 namespace {
 
@@ -29,21 +29,25 @@ void BM_D86(benchmark::State& state) {
     const int status = gfx_D86(n, blend.fractions.data(), blend.curves.data(), blend.out.data(),
                                blend.derivs.data(), /*method=*/0, derivFlag, 'F');
     benchmark::DoNotOptimize(status);
-    benchmark::DoNotOptimize(blend.out.data());
+    benchmark::ClobberMemory();
   }
-  state.SetLabel(derivFlag != 0 ? "with derivatives" : "values only");
 }
+BENCHMARK(BM_D86)
+    ->ArgsProduct({{1, 3, 10, 30}, {0, 1}})
+    ->ArgNames({"n", "derivatives"})
+    ->Unit(benchmark::kMicrosecond);
 
-BENCHMARK(BM_D86)->ArgsProduct({{1, 3, 10, 30}, {0, 1}})->Unit(benchmark::kMicrosecond);
+// The search on curves already on the TBP basis (the D86 curves serve).
+void BM_FindPoints(benchmark::State& state) {
+  const int n = static_cast<int>(state.range(0));
+  Blend blend(n);
+  for (auto _ : state) {
+    const int status =
+        gfx_FindPoints(n, blend.curves.data(), blend.fractions.data(), blend.out.data());
+    benchmark::DoNotOptimize(status);
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(BM_FindPoints)->Arg(1)->Arg(3)->Arg(10)->Arg(30)->ArgNames({"n"});
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  if (gfx_tarnInitializeAllocate(nullptr) != 0) return 1;
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  gfx_tarnFree();
-  return 0;
-}

@@ -197,6 +197,23 @@ TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction, 
 TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int direction, int property,
                                               double* inputs, double* outputs, double* derivs);
 
+/* Evaluates correlation index over many rows, exactly as gfx_tarnGenCalc
+ * would one row at a time. Row r reads its inputs at r * inputCount and
+ * writes its outputs at r * outputCount and its derivatives at
+ * r * inputCount * outputCount (the catalogue's counts; for the
+ * variable-size correlations these are the maxima, and each row's block
+ * holds what gfx_tarnGenCalc writes: the configured counts, input-major).
+ * Each row is evaluated on a copy of its inputs, so the rows that
+ * gfx_tarnGenCalc rewrites in place (CD86ONE90BLEND, CRVP, the emission
+ * adapters) leave the caller's inputs unchanged. statuses, when not null,
+ * receives one status per row. derivs may be null when derivFlag is 0 (see
+ * gfx_tarnGenCalc for the rows that write derivatives whatever the flag).
+ * Returns the number of rows whose status is not 0, or -999 (nothing
+ * evaluated) when rows is negative or inputs or outputs is null. */
+TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
+                                            const double* inputs, double* outputs, double* derivs,
+                                            int* statuses);
+
 /* The number of outputs really produced by the variable-size correlations:
  * ND86TOPERCENTOFF (41) its NPOFF, ND86FROMPERCENTOFF (42) its NTEMP (both
  * only while NPOFF is positive) and EVAPORATIVE (53) its NPTS, each when

@@ -405,10 +405,12 @@ constexpr Evaluator kEvaluateE200E300 =
 #undef TARN_EVALUATOR
 
 // ---- The catalogue ----------------------------------------------------------
+
+}  // namespace
+
 // index, id, type, inputs, outputs, output kinds, pair, slack inputs, unit
 // source, coefficients, evaluator.
-
-constexpr CorrelationRow kCatalogue[kCatalogueSize] = {
+extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     {0, "TVL", kGeneral, names(kTvlIn), names(kTvl), kinds(kKind9), kNoPair, 0, 0, coefs(kTvlCoefs), kEvaluateTvl},
     {1, "TVL2", kGeneral, names(kTvl2In), names(kTvl), kinds(kKind9), kNoPair, 0, 1, coefs(kCorfOnly<1>), kEvaluateTvl2},
     {2, "CARB", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 2, coefs(kCarbCoefs), kAdapter<emissions::carbCatalogueAdapter>},
@@ -471,23 +473,24 @@ constexpr CorrelationRow kCatalogue[kCatalogueSize] = {
     {56, "T20GAUSS", kGeneral, names(kT10T30), names(kT20), kinds(kKind1), kNoPair, 0, 56, coefs(kT20GaussCoefs), kEvaluateT20Gauss},
 };
 
+// Evaluation by index goes straight to a row's evaluator: every row must
+// have one and a type that is computed.
+constexpr bool everyRowIsEvaluated() {
+  for (const CorrelationRow& row : kCatalogueRows) {
+    if (row.evaluate == nullptr || row.type < kGeneral || row.type > kPropertyToIndex) return false;
+  }
+  return true;
+}
+static_assert(everyRowIsEvaluated(), "a catalogue row without an evaluator or computed type");
+
+namespace {
+
 constexpr LibraryProperty kLibraryProperties[kLibraryPropertyCount] = {
     {"RVPD", "Derived Property"},
     {"RVPC", "Complex Property"},
 };
 
 }  // namespace
-
-const CorrelationRow* catalogue() { return kCatalogue; }
-
-const CorrelationRow* findCorrelation(int index) {
-  if (index < 0 || index >= kCatalogueSize) return nullptr;
-  return &kCatalogue[index];
-}
-
-int unitFlag(const CorrelationRow& row) {
-  return params().settings.corf[row.unitSource] != 0 ? kUnitFahrenheit : kUnitCelsius;
-}
 
 const LibraryProperty* libraryProperties() { return kLibraryProperties; }
 

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+#include "common/units.h"
 #include "params/params.h"
 
 namespace tarn::frame {
@@ -81,16 +82,28 @@ struct CorrelationRow {
   Evaluator evaluate;  // unpacks the inputs and calls the correlation
 };
 
-// The whole catalogue, indexed by correlation number.
-const CorrelationRow* catalogue();
 inline constexpr int kCatalogueSize = kCorrelationCount;
 
+// The table itself (catalogue.cpp). Evaluation by index reads it inline;
+// every row has an evaluator and a type from -7 to -4 (checked where the
+// table is built).
+extern const CorrelationRow kCatalogueRows[kCatalogueSize];
+
+// The whole catalogue, indexed by correlation number.
+inline const CorrelationRow* catalogue() { return kCatalogueRows; }
+
 // The row of a correlation, or null for an index outside 0..56.
-const CorrelationRow* findCorrelation(int index);
+inline const CorrelationRow* findCorrelation(int index) {
+  // Compared unsigned, so a negative index is refused too.
+  if (static_cast<unsigned>(index) >= static_cast<unsigned>(kCatalogueSize)) return nullptr;
+  return &kCatalogueRows[index];
+}
 
 // The temperature unit flag that evaluation passes to the correlation: 'F'
 // (70) when the CORF of its unit source is non-zero, else 'C' (67).
-int unitFlag(const CorrelationRow& row);
+inline int unitFlag(const CorrelationRow& row) {
+  return params().settings.corf[row.unitSource] != 0 ? kUnitFahrenheit : kUnitCelsius;
+}
 
 // ---- Library properties ------------------------------------------------
 struct LibraryProperty {

@@ -2,6 +2,7 @@
 // central switch they share.
 #include "frame/dispatch.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "common/guard.h"
@@ -11,17 +12,23 @@
 
 using tarn::frame::CorrelationRow;
 
-int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
-  // Compared unsigned, so a negative index is refused too.
-  if (static_cast<unsigned>(index) >= static_cast<unsigned>(tarn::frame::kCatalogueSize)) {
-    return TARN_STATUS_BAD_CORRELATION;
-  }
+namespace {
+
+int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                 double* derivs) {
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
-  const CorrelationRow& row = tarn::frame::catalogue()[index];
   if (row.evaluate == nullptr) return TARN_STATUS_NOT_CALCULABLE;
   return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+}
+
+}  // namespace
+
+int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
+                         double* derivs) {
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
+  return calculateRow(*row, inputs, outputs, derivFlag, derivs);
 }
 
 namespace tarn::frame {
@@ -79,9 +86,28 @@ int calculateByType(int type, bool complex, int index, int derivFlag, double* in
 namespace {
 
 int correlationType(int index) {
-  int type = TARN_TYPE_UNKNOWN;
-  gfx_tarnGetCorrelationType(index, &type);  // an unknown index leaves -9999
-  return type;
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  return row != nullptr ? row->type : TARN_TYPE_UNKNOWN;
+}
+
+// The refusals and the type handling, out of line so that the common call
+// below stays a few instructions long.
+[[gnu::noinline]] int otherCalculation(int index, int derivFlag, double* inputs,
+                                       double* outputs, double* derivs) {
+  return tarn::frame::calculateByType(correlationType(index), false, index, derivFlag, inputs,
+                                      outputs, derivs);
+}
+
+// gfx_tarnGenCalc. Every built-in row has an evaluator and a computed type,
+// so a call with its arrays in place goes straight to the row's evaluator.
+inline int generalCalculation(int index, int derivFlag, double* inputs, double* outputs,
+                              double* derivs) {
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  if (row != nullptr && inputs != nullptr && outputs != nullptr &&
+      (derivFlag == 0 || derivs != nullptr)) {
+    return row->evaluate(*row, inputs, outputs, derivFlag, derivs);
+  }
+  return otherCalculation(index, derivFlag, inputs, outputs, derivs);
 }
 
 }  // namespace
@@ -89,8 +115,32 @@ int correlationType(int index) {
 extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int /*direction*/,
                                                   double* inputs, double* outputs,
                                                   double* derivs) {
-  return tarn::frame::calculateByType(correlationType(index), false, index, derivFlag, inputs,
-                                      outputs, derivs);
+  return generalCalculation(index, derivFlag, inputs, outputs, derivs);
+}
+
+extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
+                                                       const double* inputs, double* outputs,
+                                                       double* derivs, int* statuses) {
+  if (rows < 0 || (rows > 0 && (inputs == nullptr || outputs == nullptr))) {
+    return TARN_STATUS_NOT_CALCULABLE;
+  }
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  const std::size_t inputCount = row != nullptr ? static_cast<std::size_t>(row->inputs.count) : 0;
+  const std::size_t outputCount = row != nullptr ? static_cast<std::size_t>(row->outputs.count) : 0;
+  return tarn::guarded(TARN_STATUS_NOT_CALCULABLE, [&] {
+    // Each row is evaluated on a copy of its inputs: the caller's stay as given.
+    tarn::ScratchArray<double, 32> x(inputCount);
+    int failed = 0;
+    for (std::size_t r = 0; r < static_cast<std::size_t>(rows); ++r) {
+      std::copy(inputs + r * inputCount, inputs + (r + 1) * inputCount, x.data());
+      double* d = derivs != nullptr ? derivs + r * inputCount * outputCount : nullptr;
+      const int status =
+          generalCalculation(index, derivFlag, x.data(), outputs + r * outputCount, d);
+      if (statuses != nullptr) statuses[r] = status;
+      if (status != TARN_STATUS_OK) ++failed;
+    }
+    return failed;
+  });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag,

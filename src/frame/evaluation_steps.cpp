@@ -72,13 +72,6 @@ int oxygenateFreeIndex(ToProperty toProperty, bool rvpForm, double* x, double* o
 
 }  // namespace
 
-char unitOf(const CorrelationRow& row) { return static_cast<char>(unitFlag(row)); }
-
-int storeSingle(double* outputs, double result) {
-  outputs[0] = result;
-  return isMissing(result) ? 1 : 0;
-}
-
 int evaluateRvp(const CorrelationRow&, double* inputs, double* outputs, int derivFlag,
                 double* derivs) {
   const double result = gfx_RVP(inputs[0], derivFlag, derivs);

@@ -6,16 +6,20 @@
 // of the catalogue rows.
 #pragma once
 
+#include "common/missing.h"
 #include "frame/catalogue.h"
 
 namespace tarn::frame {
 
 // The unit byte passed to the correlation of a row ('F' or 'C').
-char unitOf(const CorrelationRow& row);
+inline char unitOf(const CorrelationRow& row) { return static_cast<char>(unitFlag(row)); }
 
 // Stores a single-valued result in outputs[0]: status 1 when it is the
 // missing value, else 0.
-int storeSingle(double* outputs, double result);
+inline int storeSingle(double* outputs, double result) {
+  outputs[0] = result;
+  return isMissing(result) ? 1 : 0;
+}
 
 // RVP: status 1 (and the missing value as output) also when the index given
 // is itself missing or larger.

@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "frame/dispatch.h"
+#include "support/catalogue_calls.h"
 #include "support/derivatives.h"
 #include "support/fixture.h"
 #include "tarn/blending.h"
@@ -53,133 +52,23 @@ Result genCalc(int index, std::vector<double> x, int derivFlag = 1) {
   return r;
 }
 
-// The settings a direct call must use: the unit, percent-off method and
-// ethanol content that the correlation's coefficients hold.
-struct Settings {
-  char unit;
-  int method;
-  double ethanol;
-};
-
-using DirectCall = std::function<int(const Settings&, double* x, double* out, double* d)>;
-
-int one(double* out, double value) {
-  out[0] = value;
-  return value == 1e30 ? 1 : 0;
-}
+using tarn::testing::CallSettings;
 
 struct Wrapped {
   int index;
   std::vector<double> x;
-  DirectCall direct;
+  tarn::testing::DirectCall direct;
 };
-
-const std::vector<double> kCurve = {95, 130, 160, 200, 250, 320, 400};
-const std::vector<double> kPercents = {0.5, 2, 6, 18, 36, 60, 87, 93, 97, 99.5};
-
-std::vector<double> padded(std::vector<double> v, std::size_t size, double fill = 0.0) {
-  v.resize(size, fill);
-  return v;
-}
 
 // One realistic evaluation per correlation, with the call it must amount to.
 const std::vector<Wrapped>& wrappedCalls() {
-  static const std::vector<Wrapped> calls = {
-      {0, {9, 130, 210}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_TVL(1, s.unit, x[0], x[1], x[2], d)); }},
-      {1, {9, 130, 170, 210}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_TVL2(1, s.unit, x[0], x[1], x[2], x[3], d)); }},
-      {2, {7.5, 200, 300, 25, 6, 2.3, 40, 0.9}, [](auto&, double* x, double* o, double* d) { gfx_WCARB(1, "FFFFFF", x, o, d); return 0; }},
-      {3, {7.0, 200, 300, 25, 6, 2.3, 2.3, 15, 0.8}, [](auto&, double* x, double* o, double* d) { gfx_WCARB3(1, "FFFFFFN", x, o, d); return 0; }},
-      {4, {6.8, 200, 300, 25, 6, 2.3, 15, 0.8}, [](auto&, double* x, double* o, double* d) { int f[8]; gfx_WCARB4(1, "FFFFFFN", x, o, d, f); return 0; }},
-      {5, kPercents, [](auto& s, double* x, double* o, double* d) { return gfx_D86FromPercentOff(s.method, 1, x, o, s.unit, d); }},
-      {6, kCurve, [](auto& s, double* x, double* o, double* d) { return gfx_D86toPercentOff(s.method, x, o, s.unit, 1, d); }},
-      {7, {0, 0, 3.5, 0, 30, 7.2, 50, 85, 25, 6, 0.7}, [](auto&, double* x, double* o, double* d) { gfx_WEPA(1, "B2SCR0U", x, o, d); return 0; }},
-      {8, {14}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_RVP(x[0], 1, d)); }},
-      {9, {9}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_RVPIndex(x[0], 1, d)); }},
-      {10, {130, 210, 320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_DriveabilityIndex(1, s.unit, x[0], x[1], x[2], d)); }},
-      {11, {130, 210, 320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_DriveabilityIndexE(1, s.unit, x[0], x[1], x[2], d, s.ethanol)); }},
-      {12, {130}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86one10Index(s.unit, x[0], 1, d)); }},
-      {13, {320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86one90Index(s.unit, x[0], 1, d)); }},
-      {14, {6.3}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86one10Blend(s.unit, x[0], 1, d)); }},
-      {15, {50}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86one90Blend(s.unit, x[0], 1, d)); }},
-      {16, {10}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_PourPointIndex1(s.unit, x[0], 1, d)); }},
-      {17, {480}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_PourPoint1(s.unit, x[0], 1, d)); }},
-      {18, {5}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_ViscosityIndex1(x[0], 1, d)); }},
-      {19, {0.2}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_Viscosity1(x[0], 1, d)); }},
-      {20, {5}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_ViscosityIndex2(x[0], 1, d)); }},
-      {21, {0.2}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_Viscosity2(x[0], 1, d)); }},
-      {22, {10}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_ViscosityIndex3(x[0], 1, d)); }},
-      {23, {20}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_Viscosity3(x[0], 1, d)); }},
-      {24, {0.85, 500}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CetaneIndex2(1, s.unit, x[0], x[1], d)); }},
-      {25, {0.85, 420, 500, 600}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CetaneIndex4(1, s.unit, x[0], x[1], x[2], x[3], d)); }},
-      {26, {0.85, 420, 500, 600}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CetaneIndex5(1, s.unit, x[0], x[1], x[2], x[3], d)); }},
-      {27, {0.85, 500, 0.1}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CetaneImprover(1, s.unit, x[0], x[1], x[2], d)); }},
-      {28, {10, 0.05}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CFPPImprover(1, s.unit, x[0], x[1], d)); }},
-      {29, {10}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CloudPointIndex1(s.unit, x[0], 1, d)); }},
-      {30, {70000}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CloudPoint1(s.unit, x[0], 1, d)); }},
-      {31, {10}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CloudPointIndex3(s.unit, x[0], 1, d)); }},
-      {32, {16}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_CloudPoint3(s.unit, x[0], 1, d)); }},
-      {33, {140}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_FlashPointIndex1(s.unit, x[0], 1, d)); }},
-      {34, {2.3}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_FlashPoint1(s.unit, x[0], 1, d)); }},
-      {35, {130, 210, 320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86BV1(0, s.unit, x[0], x[1], x[2], d)); }},
-      {36, {130, 210, 320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86BV1(1, s.unit, x[0], x[1], x[2], d)); }},
-      {37, {130, 210, 320}, [](auto& s, double* x, double* o, double* d) { return one(o, gfx_D86BV1(2, s.unit, x[0], x[1], x[2], d)); }},
-      {38, {95, 85}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_DON(1, x[0], x[1], d)); }},
-      // MTMF hands its derivatives on in its own order (see the special steps).
-      {39, {95, 85, 10, 30}, [](auto&, double* x, double* o, double* d) {
-         double s[8];
-         const int status = gfx_MTMF(x, x[2], x[3], o, 1, s);
-         const double order[8] = {s[0], s[3], s[1], s[2], s[4], s[5], s[6], s[7]};
-         std::memcpy(d, order, sizeof order);
-         return status; }},
-      {40, {96, 86, 10, 30}, [](auto&, double* x, double* o, double* d) {
-         double s[8];
-         const int status = gfx_MTMR(x, x[2], x[3], o, 1, s);
-         const double inputMajor[8] = {s[0], s[1], s[6], s[7], s[2], s[3], s[4], s[5]};
-         std::memcpy(d, inputMajor, sizeof inputMajor);
-         return status; }},
-      {41, padded(kCurve, 13), [](auto& s, double* x, double* o, double* d) { return gfx_ND86toPercentOff(s.method, x, o, s.unit, 1, d); }},
-      {42, padded(kPercents, 25), [](auto& s, double* x, double* o, double* d) { return gfx_ND86FromPercentOff(s.method, 1, x, o, s.unit, d); }},
-      {43, {7.5, 210, 320, 10}, [](auto& s, double* x, double* o, double* d) { return gfx_WCARBOB(1, s.unit, x, o, d); }},
-      // The oxygenate corrections: the rest of the blend, (100 x0 - x1 x2)/(100 - x1).
-      {44, {150, 10, 160}, [](auto&, double*, double* o, double* d) { o[0] = 13400.0 / 90; d[0] = 100.0 / 90; d[1] = (o[0] - 160) / 90; d[2] = 0; return 0; }},
-      {45, {210, 10, 170}, [](auto&, double*, double* o, double* d) { o[0] = 19300.0 / 90; d[0] = 100.0 / 90; d[1] = (o[0] - 170) / 90; d[2] = 0; return 0; }},
-      {46, {320, 10, 175}, [](auto&, double*, double* o, double* d) { o[0] = 30250.0 / 90; d[0] = 100.0 / 90; d[1] = (o[0] - 175) / 90; d[2] = 0; return 0; }},
-      {47, {50, 10, 40}, [](auto& s, double*, double* o, double* d) {
-         const double y = 4600.0 / 90;
-         o[0] = gfx_D86one90Blend(s.unit, y, 1, d);
-         d[1] = (y - 40) / (1.0 - 10) * d[0];
-         d[0] *= 100.0 / 90;
-         d[2] = 0;
-         return 0; }},
-      {48, {14, 10, 20}, [](auto&, double*, double* o, double* d) {
-         const double y = 1200.0 / 90;
-         o[0] = gfx_RVP(y, 1, d);
-         d[1] = (y - 20) / (1.0 - 10) * d[0];
-         d[0] *= 100.0 / 90;
-         d[2] = 0;
-         return 0; }},
-      // Without oxygenate: the blend's own percents converted like D86FROMPERCENTOFF.
-      {49, padded(padded(kPercents, 10), 21, 0.1), [](auto& s, double* x, double* o, double* d) {
-         std::fill(d, d + 21 * 7, 0.0);
-         return gfx_D86FromPercentOff(s.method, 1, x, o, s.unit, d); }},
-      // The slack of RVP given, the others not.
-      {50, padded({7.5, 210, 320, 25, 0.8, 8, 20, 0.3}, 14, 1e30), [](auto& s, double* x, double* o, double* d) {
-         const int status = gfx_WCARBOB2(1, s.unit, s.ethanol, x, o, d, nullptr);
-         o[0] += 0.3;
-         for (int k = 0; k < 9; ++k) d[63 + k] = k == 0 ? 1.0 : 0.0;
-         return status; }},
-      // The CARBOB3 ethanol, read ARO, BNZ, OLF, EHO, SUL, GASSPG, EOHSPG.
-      {51, {7.5, 210, 320, 25, 0.8, 8, 20}, [](auto& s, double* x, double* o, double* d) {
-         const double settings[9] = {1.7, 0.06, 0.5, 34.7, 10.0, 0.718, 0.788, 1e30, 0.0};
-         return gfx_WCARBOB2(1, s.unit, s.ethanol, x, o, d, settings); }},
-      {52, {60, 30}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_VaporLockIndex(1, 'K', x[0], x[1], d)); }},
-      {53, kCurve, [](auto&, double* x, double* o, double* d) { return gfx_Evaporative(1, x, o, d); }},
-      {54, {210, 320}, [](auto& s, double* x, double* o, double* d) { return gfx_E200E300EPA(s.unit, x, o, 1, d); }},
-      {55, {7.5, 210, 320, 25, 0.8, 8, 20}, [](auto& s, double* x, double* o, double* d) {
-         const double settings[13] = {1.7, 0.06, 34.7, 0.5, 10.0, 0.788, 0.718, 147.91, 0.49, 155.47, 0.22, 0.0, 1.0};
-         return gfx_WRBOB(1, s.unit, s.ethanol, x, o, d, settings); }},
-      {56, {130, 160}, [](auto&, double* x, double* o, double* d) { return one(o, gfx_T20Gaussian(x[0], x[1], 1, d)); }},
-  };
+  static const std::vector<Wrapped> calls = [] {
+    std::vector<Wrapped> all;
+    tarn::testing::visitCatalogueCalls([&](int index, std::vector<double> x, auto direct) {
+      all.push_back({index, std::move(x), direct});
+    });
+    return all;
+  }();
   return calls;
 }
 
@@ -189,13 +78,10 @@ class DispatchTest : public tarn::testing::LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    // Three evaporation temperatures, so that EVAPORATIVE has outputs.
-    const double temperatures[3] = {150, 215, 300};
-    for (int k = 0; k < 3; ++k) ASSERT_EQ(gfx_tarnSetCoefValue(53, k, temperatures[k]), 0);
-    ASSERT_EQ(gfx_tarnSetCoefValue(53, 12, 3), 0);
+    ASSERT_TRUE(tarn::testing::configureEvaporativeTemperatures());
   }
 
-  void expectAllMatchDirectCalls(const Settings& setup) {
+  void expectAllMatchDirectCalls(const CallSettings& setup) {
     ASSERT_EQ(wrappedCalls().size(), 57u);
     for (int index = 0; index < 57; ++index) {
       const Wrapped& w = wrappedCalls()[index];
@@ -206,7 +92,7 @@ class DispatchTest : public tarn::testing::LibraryTest {
       direct.x = w.x;
       direct.out.assign(viaIndex.out.size(), kUnset);
       direct.d.assign(viaIndex.d.size(), kUnset);
-      direct.status = w.direct(setup, direct.x.data(), direct.out.data(), direct.d.data());
+      direct.status = w.direct(setup, 1, direct.x.data(), direct.out.data(), direct.d.data());
       EXPECT_EQ(viaIndex.status, direct.status) << index;
       for (std::size_t k = 0; k < direct.out.size(); ++k) {
         EXPECT_TRUE(same(viaIndex.out[k], direct.out[k]))
@@ -439,6 +325,53 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
   EXPECT_EQ(calculateByType(1, false, 9, 1, x, out, d), 0);
   const double step = (std::fabs(9.0) + 1) * 0.001;
   EXPECT_NEAR(d[0], (gfx_RVPIndex(9 + step, 0, nullptr) - out[0]) / step, 1e-9);
+}
+
+TEST_F(DispatchTest, BatchEvaluationIsRowByRowEvaluation) {
+  // Per correlation three rows: the realistic one, the same 1 % higher, and
+  // one with its first input missing. Blocks are laid out by the catalogue's
+  // counts, also where the configured counts are smaller (41, 42, 53).
+  for (const Wrapped& w : wrappedCalls()) {
+    const std::size_t in = w.x.size(), out = outputCount(w.index);
+    std::vector<std::vector<double>> rows = {w.x, w.x, w.x};
+    for (double& v : rows[1]) v *= 1.01;
+    rows[2][0] = 1e30;
+    std::vector<double> inputs;
+    for (const auto& row : rows) inputs.insert(inputs.end(), row.begin(), row.end());
+    const std::vector<double> given = inputs;
+    for (const int flag : {0, 1}) {
+      std::vector<double> outputs(3 * out, kUnset), derivs(3 * in * out, kUnset);
+      std::vector<int> statuses(3, 42);
+      const int failed = gfx_tarnGenCalcBatch(w.index, flag, 3, inputs.data(), outputs.data(),
+                                              derivs.data(), statuses.data());
+      EXPECT_EQ(inputs, given) << w.index;  // rewritten rows work on a copy
+      int expectedFailed = 0;
+      for (std::size_t r = 0; r < 3; ++r) {
+        const Result one = genCalc(w.index, rows[r], flag);
+        expectedFailed += one.status != 0;
+        EXPECT_EQ(statuses[r], one.status) << w.index << " row " << r;
+        for (std::size_t k = 0; k < out; ++k) {
+          EXPECT_TRUE(same(outputs[r * out + k], one.out[k])) << w.index << " row " << r;
+        }
+        for (std::size_t k = 0; k < in * out; ++k) {
+          EXPECT_TRUE(same(derivs[(r * in) * out + k], one.d[k])) << w.index << " row " << r;
+        }
+      }
+      EXPECT_EQ(failed, expectedFailed) << w.index;
+    }
+  }
+
+  // Refusals: nothing evaluated; per-row codes as gfx_tarnGenCalc gives them.
+  double x[2] = {9, 10}, out[2] = {0, 0};
+  int statuses[2] = {0, 0};
+  EXPECT_EQ(gfx_tarnGenCalcBatch(9, 0, -1, x, out, nullptr, statuses), -999);
+  EXPECT_EQ(gfx_tarnGenCalcBatch(9, 0, 2, nullptr, out, nullptr, statuses), -999);
+  EXPECT_EQ(gfx_tarnGenCalcBatch(9, 0, 0, nullptr, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(gfx_tarnGenCalcBatch(57, 0, 2, x, out, nullptr, statuses), 2);
+  EXPECT_EQ(statuses[1], TARN_STATUS_NOT_CALCULABLE);
+  EXPECT_EQ(gfx_tarnGenCalcBatch(9, 1, 2, x, out, nullptr, nullptr), 2);
+  EXPECT_EQ(gfx_tarnGenCalcBatch(9, 0, 2, x, out, nullptr, nullptr), 0);
+  EXPECT_EQ(out[1], gfx_RVPIndex(10, 0, nullptr));
 }
 
 TEST_F(DispatchTest, ActualOutputCountsFollowTheConfiguredPoints) {

@@ -1,0 +1,95 @@
+// Every built-in correlation evaluated by index (gfx_tarnGenCalc) next to the
+// direct call of the function it wraps, with and without derivatives, on the
+// inputs the dispatch tests use. Names read
+// catalogue/<family>/<id>/<values|derivatives>/<index|direct>; the counter
+// "inputs" lets the report pick out the single-input correlations.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/catalogue_calls.h"
+#include "tarn/tarn.h"
+
+namespace {
+
+using tarn::testing::CallSettings;
+
+// The settings the library starts with: every CORF Fahrenheit, method 0,
+// 5 vol % ethanol.
+constexpr CallSettings kDefaults{'F', 0, 5.0};
+
+// The subsystem of the function a correlation wraps.
+const char* family(int index) {
+  switch (index) {
+    case 2: case 3: case 4: case 7: case 43: case 50: case 51: case 53: case 54: case 55:
+      return "emissions";
+    case 39: case 40:
+      return "blending";
+    case 8: case 9: case 10: case 11: case 38: case 48:
+      return "props";
+    default:
+      return (index >= 16 && index <= 34) ? "props" : "distill";
+  }
+}
+
+// Arrays of one evaluation. The inputs are copied afresh before every call
+// on both sides, since some rows rewrite them in place.
+struct Row {
+  Row(int index, const std::vector<double>& inputs) : given(inputs), x(inputs) {
+    int outputs = 0;
+    gfx_tarnGetCorrelationOutPropCount(index, &outputs);
+    out.assign(static_cast<std::size_t>(outputs), 0.0);
+    // MTMF and MTMR write eight derivatives, the oxygenate rows three, whatever the flag.
+    d.assign(std::max<std::size_t>(8, inputs.size() * out.size()), 0.0);
+  }
+  std::vector<double> given, x, out, d;
+};
+
+template <class Call>
+void timeRow(benchmark::State& state, Row row, Call call) {
+  for (auto _ : state) {
+    std::copy(row.given.begin(), row.given.end(), row.x.begin());
+    int status = call(row.x.data(), row.out.data(), row.d.data());
+    benchmark::DoNotOptimize(status);
+    benchmark::ClobberMemory();
+  }
+  state.counters["inputs"] = static_cast<double>(row.given.size());
+}
+
+template <class Direct>
+void registerRow(int index, const std::vector<double>& inputs, Direct direct) {
+  char id[TARN_ID_SIZE] = "";
+  gfx_tarnGetCorrelationId(index, id);
+  for (const int flag : {0, 1}) {
+    const std::string name = std::string("catalogue/") + family(index) + "/" + id + "/" +
+                             (flag != 0 ? "derivatives" : "values");
+    const Row row(index, inputs);
+    benchmark::RegisterBenchmark((name + "/index").c_str(), [=](benchmark::State& state) {
+      timeRow(state, row, [index, flag](double* x, double* out, double* d) {
+        return gfx_tarnGenCalc(index, flag, 0, x, out, d);
+      });
+    });
+    benchmark::RegisterBenchmark((name + "/direct").c_str(), [=](benchmark::State& state) {
+      timeRow(state, row, [direct, flag](double* x, double* out, double* d) {
+        return direct(kDefaults, flag, x, out, d);
+      });
+    });
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (gfx_tarnInitializeAllocate(nullptr) != 0) return 1;
+  if (!tarn::testing::configureEvaporativeTemperatures()) return 1;
+  tarn::testing::visitCatalogueCalls(
+      [](int index, std::vector<double> inputs, auto direct) { registerRow(index, inputs, direct); });
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  gfx_tarnFree();
+  return 0;
+}
