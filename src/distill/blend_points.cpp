@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "common/guard.h"
 #include "common/missing.h"
@@ -26,16 +27,32 @@ constexpr int kMaxEvaluations = 100;
 constexpr double kSmallestTolerance = 1e-14;
 constexpr double kAllEvaporated = 100.0;
 
+// Percent evaporated at t on a strictly increasing curve, from its segment
+// slopes: the same arithmetic as percentAtTemperature, with each quotient
+// formed once per search.
+double percentFromShape(const double* curve, const double* grid, const ComponentShape& shape,
+                        double t) {
+  constexpr int last = kCurvePoints - 1;
+  if (t < curve[0]) return clampPercent(grid[0] + shape.slope[0] * (t - curve[0]));
+  if (t >= curve[last]) {
+    return clampPercent(grid[last - 1] + shape.slope[last - 1] * (t - curve[last - 1]));
+  }
+  for (int k = 1; k < kCurvePoints; ++k) {
+    if (t <= curve[k]) return shape.slope[k - 1] * (t - curve[k - 1]) + grid[k - 1];
+  }
+  return std::numeric_limits<double>::quiet_NaN();  // only a NaN temperature gets here
+}
+
 class BlendPercent {
  public:
   BlendPercent(int n, const double* curves, const double* fractions, const double* grid,
-               double divisor, const unsigned char* increasing)
+               double divisor, const ComponentShape* shapes)
       : n_(n),
         curves_(curves),
         fractions_(fractions),
         grid_(grid),
         divisor_(divisor),
-        increasing_(increasing) {}
+        shapes_(shapes) {}
 
   // Blended percent evaporated at temperature t. A component whose curve is
   // not strictly increasing adds fraction x 1e30: one bad curve spoils the
@@ -44,10 +61,14 @@ class BlendPercent {
     double sum = 0.0;
     for (int i = 0; i < n_; ++i) {
       const double* curve = curves_ + static_cast<long>(i) * kCurvePoints;
-      const bool usable = increasing_ != nullptr ? increasing_[i] != 0
-                                                 : isStrictlyIncreasing(curve, kCurvePoints);
-      const double percent =
-          usable ? percentAtTemperature(curve, grid_, kCurvePoints, t) : kMissing;
+      double percent;
+      if (shapes_ != nullptr) {
+        percent = shapes_[i].increasing ? percentFromShape(curve, grid_, shapes_[i], t) : kMissing;
+      } else {
+        percent = isStrictlyIncreasing(curve, kCurvePoints)
+                      ? percentAtTemperature(curve, grid_, kCurvePoints, t)
+                      : kMissing;
+      }
       sum += fractions_[i] * percent;
     }
     return sum / divisor_;
@@ -59,7 +80,7 @@ class BlendPercent {
   const double* fractions_;
   const double* grid_;
   double divisor_;
-  const unsigned char* increasing_;  // per component, or null to test at each call
+  const ComponentShape* shapes_;  // per component, or null to work out at each call
 };
 
 // Temperature in [lo, hi] at which the blend reaches percent q. Ends on the
@@ -89,7 +110,7 @@ double bisect(const BlendPercent& percentAt, double q, double lo, double hi, dou
 }  // namespace
 
 int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
-                     FractionRule rule, unsigned char* increasing) {
+                     FractionRule rule, ComponentShape* shapes) {
   const GenericD86Params& settings = params().genericD86;
   const double tol = std::max(kSmallestTolerance, settings.bTol);
   double grid[kCurvePoints];
@@ -112,13 +133,17 @@ int blendCurvePoints(int n, const double* curves, const double* fractions, doubl
     divisor = total;
   }
 
-  if (increasing != nullptr) {
+  if (shapes != nullptr) {
     for (int i = 0; i < n; ++i) {
-      increasing[i] = isStrictlyIncreasing(curves + static_cast<long>(i) * kCurvePoints, kCurvePoints);
+      const double* curve = curves + static_cast<long>(i) * kCurvePoints;
+      shapes[i].increasing = isStrictlyIncreasing(curve, kCurvePoints);
+      for (int k = 1; k < kCurvePoints; ++k) {
+        shapes[i].slope[k - 1] = (grid[k] - grid[k - 1]) / (curve[k] - curve[k - 1]);
+      }
     }
   }
   // Components with a zero or negative fraction still enter the sum.
-  const BlendPercent percentAt(n, curves, fractions, grid, divisor, increasing);
+  const BlendPercent percentAt(n, curves, fractions, grid, divisor, shapes);
   const double percentTol = std::fabs(thi - tlo) * tol;
   double points[kCurvePoints];
   points[kIbp] = grid[kIbp] > 0.0 ? bisect(percentAt, grid[kIbp], tlo, thi, tol, percentTol) : tlo;
@@ -139,10 +164,11 @@ extern "C" TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves,
                                                  const double* fractions, double* out) {
   if (curves == nullptr || fractions == nullptr || out == nullptr) return 1;
   return tarn::guarded(1, [&] {
-    tarn::ScratchArray<unsigned char, 256> increasing(n > 0 ? static_cast<std::size_t>(n) : 0);
+    tarn::ScratchArray<tarn::distill::ComponentShape, 64> shapes(
+        n > 0 ? static_cast<std::size_t>(n) : 0);
     return tarn::distill::blendCurvePoints(n, curves, fractions, out,
                                            tarn::distill::FractionRule::Normalised,
-                                           increasing.data());
+                                           shapes.data());
   });
 }
 

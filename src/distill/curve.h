@@ -26,6 +26,12 @@ inline const double* percentGrid() { return params().d86PercentGrid; }
 // The ten temperatures of the percent-off vector, read at call time.
 inline const double* percentOffTemperatures() { return params().d86TempPoints; }
 
+// An extended reading held in [0, 100] percent.
+inline double clampPercent(double p) {
+  if (p < 0.0) return 0.0;
+  return p < 100.0 ? p : 100.0;
+}
+
 // Percent evaporated at temperature t on a curve of `count` points at the
 // percentages `grid`: the first segment is extended below the first point
 // and the last above the last, both held in [0, 100]; inside, linear

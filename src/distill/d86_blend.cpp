@@ -54,7 +54,7 @@ void clamp(double* curve, const Bracket& b) {
 
 struct Blend {
   int n;
-  unsigned char* increasing;  // scratch for the blend search
+  ComponentShape* shapes;     // scratch for the blend search
   const double* fractions;    // the working copy (one entry perturbed per fraction row)
   double* curves;             // the caller's D86 curves
   const double* tbp;          // n TBP curves
@@ -70,7 +70,7 @@ int derivativeRow(const Blend& blend, const double* baseBlend, const double* bas
   double blended[kCurvePoints];
   std::copy(baseBlend, baseBlend + kCurvePoints, blended);
   blendCurvePoints(blend.n, blend.tbp, blend.fractions, blended, FractionRule::Normalised,
-                   blend.increasing);
+                   blend.shapes);
   double perturbed[kCurvePoints];
   std::copy(base, base + kCurvePoints, perturbed);
   const int status = blend.method->reverse(blend.unit, blended, perturbed);
@@ -85,7 +85,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
                    int methodNumber, int derivFlag, char unit) {
   const std::size_t count = static_cast<std::size_t>(n);
   ScratchArray<double, kInlineComponents * (kCurvePoints + 1)> work(count * (kCurvePoints + 1));
-  ScratchArray<unsigned char, kInlineComponents> increasing(count);
+  ScratchArray<ComponentShape, kInlineComponents> shapes(count);
   double* tbp = work.data();
   double* workFractions = tbp + count * kCurvePoints;
   std::copy(fractions, fractions + n, workFractions);
@@ -111,7 +111,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
   }
   double blended[kCurvePoints];
   if (blendCurvePoints(n, tbp, workFractions, blended, FractionRule::Normalised,
-                       increasing.data()) != 0) {
+                       shapes.data()) != 0) {
     return 1;
   }
   double base[kCurvePoints];
@@ -121,7 +121,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
   std::copy(base, base + kCurvePoints, out);
   if (derivFlag == 0 || derivs == nullptr) return 0;
 
-  const Blend blend{n, increasing.data(), workFractions, curves, tbp, method, unit};
+  const Blend blend{n, shapes.data(), workFractions, curves, tbp, method, unit};
   for (int i = 0; i < n; ++i) {
     double* rows = derivs + static_cast<std::size_t>(i) * 8 * kCurvePoints;
     // Row 0: the fraction, on the unchanged TBP curves.

@@ -15,15 +15,6 @@
 namespace tarn::distill {
 namespace {
 
-// Percent bounds of an extended reading.
-constexpr double kNoneEvaporated = 0.0;
-constexpr double kAllEvaporated = 100.0;
-
-double clampPercent(double p) {
-  if (p < kNoneEvaporated) return kNoneEvaporated;
-  return std::min(kAllEvaporated, p);
-}
-
 // The log-linear curve model T(p) = T_anchor + a (p - 1) + b log10(p), with p
 // counted from the anchor end (1 at the anchor, 10 at its neighbour, 50 at
 // the middle), through the anchor, its neighbour and the 50 % point; the

@@ -127,15 +127,18 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   const std::size_t inputCount = row != nullptr ? static_cast<std::size_t>(row->inputs.count) : 0;
   const std::size_t outputCount = row != nullptr ? static_cast<std::size_t>(row->outputs.count) : 0;
+  // What gfx_tarnGenCalc checks per call holds for every row alike.
+  const bool evaluated = row != nullptr && (derivFlag == 0 || derivs != nullptr);
   return tarn::guarded(TARN_STATUS_NOT_CALCULABLE, [&] {
     // Each row is evaluated on a copy of its inputs: the caller's stay as given.
     tarn::ScratchArray<double, 32> x(inputCount);
     int failed = 0;
     for (std::size_t r = 0; r < static_cast<std::size_t>(rows); ++r) {
       std::copy(inputs + r * inputCount, inputs + (r + 1) * inputCount, x.data());
+      double* out = outputs + r * outputCount;
       double* d = derivs != nullptr ? derivs + r * inputCount * outputCount : nullptr;
-      const int status =
-          generalCalculation(index, derivFlag, x.data(), outputs + r * outputCount, d);
+      const int status = evaluated ? row->evaluate(*row, x.data(), out, derivFlag, d)
+                                   : otherCalculation(index, derivFlag, x.data(), out, d);
       if (statuses != nullptr) statuses[r] = status;
       if (status != TARN_STATUS_OK) ++failed;
     }
