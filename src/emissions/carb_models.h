@@ -21,7 +21,7 @@ const predictive::ModelData& carbPhase3mModel();
 
 namespace tarn::emissions {
 
-// value rounded to the given number of decimal places, halves away from
+// value rounded to the given number (0 or more) of decimal places, halves away from
 // zero (a value written with a final 5 counts as the half); 0 and
 // non-finite values are returned as they are.
 double roundHalfAwayFromZero(double value, int decimals);

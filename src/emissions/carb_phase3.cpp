@@ -111,7 +111,10 @@ const predictive::ModelData& carbPhase3mModel() { return kCarb4; }
 
 double roundHalfAwayFromZero(double value, int decimals) {
   if (value == 0.0 || !std::isfinite(value)) return value;
-  const double scale = std::pow(10.0, decimals);
+  // 10^decimals by repeated multiplication: exact for the few decimals the
+  // regulation rounds to, and far cheaper than pow.
+  double scale = 1.0;
+  for (int k = 0; k < decimals; ++k) scale *= 10.0;
   const double scaled = std::fabs(value) * scale;
   double whole = std::floor(scaled);
   if (scaled - whole >= 0.5 - kHalfTolerance) whole += 1.0;

@@ -114,18 +114,28 @@ void combineResults(const ModelData& model, WorkingState& s) {
   s.results[2] = (candidate / reference - 1.0) * 100.0;
 }
 
-void runRegressions(const ModelData& model, WorkingState& s) {
-  chooseReference(model, s);
+// The reference fuel depends only on the model and the flags: within one
+// set of sensitivities its terms and emissions are worked out once
+// (referenceKnown), the candidate's at every evaluation.
+void runRegressions(const ModelData& model, WorkingState& s, bool referenceKnown) {
+  if (!referenceKnown) {
+    chooseReference(model, s);
+    for (int set = 0; set < model.setCount; ++set) {
+      expandTerms(model, model.sets[set], s.reference, s.referenceTerms[set]);
+    }
+    for (int r = 0; r < model.regressionCount; ++r) {
+      const Regression& reg = model.regressions[r];
+      s.referenceEmission[r] = std::exp(regression(model, r, s.referenceTerms[reg.standardization]));
+    }
+  }
   adjustCandidate(model, s);
   for (int set = 0; set < model.setCount; ++set) {
-    expandTerms(model, model.sets[set], s.reference, s.referenceTerms[set]);
     for (int v = 0; v < model.variantCount; ++v) {
       expandTerms(model, model.sets[set], s.variantFuel[v], s.candidateTerms[set][v]);
     }
   }
   for (int r = 0; r < model.regressionCount; ++r) {
     const Regression& reg = model.regressions[r];
-    s.referenceEmission[r] = std::exp(regression(model, r, s.referenceTerms[reg.standardization]));
     s.candidateEmission[r] = std::exp(
         regression(model, r, s.candidateTerms[reg.standardization][reg.candidateVariant]));
     s.percentChange[r] = (s.candidateEmission[r] - s.referenceEmission[r]) / s.referenceEmission[r] * 100.0;
@@ -162,7 +172,10 @@ void setFlags(const ModelData& model, const char* flags, WorkingState& state) {
   }
 }
 
-void evaluate(const ModelData& model, const Limits& limits, WorkingState& s) {
+namespace {
+
+void evaluateFuel(const ModelData& model, const Limits& limits, WorkingState& s,
+                  bool referenceKnown) {
   const int n = model.propertyCount;
   // The per-property adjustment has no source of rows: it stays at 1 and 0,
   // but is applied and undone so that a source can be added.
@@ -174,12 +187,18 @@ void evaluate(const ModelData& model, const Limits& limits, WorkingState& s) {
 
   countOutOfRange(model, limits, s);
   if (model.coefficients != nullptr) {
-    runRegressions(model, s);
+    runRegressions(model, s, referenceKnown);
   } else {
     for (double& r : s.results) r = kMissing;
   }
 
   for (int i = 0; i < n; ++i) s.properties[i] = (s.properties[i] - s.offset[i]) / s.multiplier[i];
+}
+
+}  // namespace
+
+void evaluate(const ModelData& model, const Limits& limits, WorkingState& s) {
+  evaluateFuel(model, limits, s, false);
 }
 
 void evaluateWithSensitivities(const ModelData& model, const Limits& limits, WorkingState& s,
@@ -202,11 +221,11 @@ void evaluateWithSensitivities(const ModelData& model, const Limits& limits, Wor
     const double upper = std::fmin(limits.upper[j], x + h);
     const double lower = std::fmax(limits.lower[j], x - h);
     s.properties[j] = lower;
-    evaluate(model, limits, s);
+    evaluateFuel(model, limits, s, true);
     double atLower[kResultCount];
     for (int k = 0; k < kResultCount; ++k) atLower[k] = s.results[k];
     s.properties[j] = upper;
-    evaluate(model, limits, s);
+    evaluateFuel(model, limits, s, true);
     for (int k = 0; k < kResultCount; ++k) {
       // A property exactly one step beyond a limit leaves no interval.
       deriv[kResultCount * j + k] = upper != lower ? (s.results[k] - atLower[k]) / (upper - lower) : 0.0;
