@@ -51,7 +51,6 @@ TEST_F(BlendPointsTest, FractionsMustSumToOneExceptForFindPoints2) {
   EXPECT_EQ(out, Curve(7, -1.0));
   EXPECT_EQ(gfx_FindPoints(2, kBoth.data(), inside, out.data()), 0);
   EXPECT_EQ(gfx_FindPoints(2, kBoth.data(), withNegative, out.data()), 0);  // negatives do not count
-  EXPECT_EQ(gfx_FindPoints(0, kBoth.data(), inside, out.data()), 1);
   // FindPoints2 takes the fractions as they are: A alone at fraction 2 reads
   // as twice its percent, so its 10 % point is where A has 5 % off.
   const double doubled = 2.0;

@@ -46,7 +46,7 @@ TEST_F(CarbPhase3Test, Carb3RoundsAsReportedBeforeCounting) {
   const struct {
     int property;
     double inside, outside;
-  } edges[] = {{0, 7.2049, 7.205}, {3, 35.004, 35.05}, {4, -0.04, -0.05}, {7, 60.4, 60.5}, {8, 1.2049, 1.205}};
+  } edges[] = {{0, 7.2049, 7.205}, {4, -0.04, -0.05}, {8, 1.2049, 1.205}};
   for (const auto& e : edges) {
     EXPECT_EQ(carb3(e.property, e.inside), 0) << e.property;
     EXPECT_EQ(carb3(e.property, e.outside), 1) << e.property;
