@@ -16,9 +16,105 @@ TARN_EXTERN_C_BEGIN
 
 /* ---- CARB predictive models --------------------------------------------- */
 
+/* CARB Phase 2 predictive model: percent changes of emissions of a candidate
+ * gasoline against the reference fuel. in: RVP (psi), T50, T90 (in the unit of
+ * the TARN CARB_CORF setting), aromatics, olefins (vol %), oxygen (wt %),
+ * sulfur (ppm), benzene (vol %). out: the two combined exhaust changes and
+ * the potency-weighted toxics change. flags: 6 letters for T50, T90,
+ * aromatics, olefins, sulfur, benzene, 'A' for the averaging reference, any
+ * other letter the flat one (a shorter or null string leaves the rest flat).
+ * deriv (24, input-major) is written only when wantDerivatives is non-zero;
+ * the RVP row is 0. Returns the number of properties outside their limits
+ * (with sensitivities, as counted at the last perturbed evaluation), or -1
+ * when in or out is null. */
+TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const double* in,
+                                 double* out, double* deriv);
+
+/* CARB Phase 3 predictive model. in (9): RVP, T50, T90 (CARB_CORF unit),
+ * aromatics, olefins, oxygen, oxygen (second value), sulfur, benzene; out 3;
+ * deriv 27 when wantDerivatives is non-zero. options: 6 flat/averaging
+ * letters as for gfx_WCARB, then 'Y' for the evaporative mode ("YES"; RVP
+ * ceiling 7.2) or 'N'/any other letter for the mode without it ("NO ";
+ * ceiling 30). The inputs are first rounded as the regulation reports them,
+ * halves away from zero: RVP and benzene to 0.01, T50, T90 (degrees F) and
+ * sulfur to 1, aromatics, olefins and oxygen to 0.1; the second oxygen is
+ * then set to the first. The caller's array is not changed. Returns the
+ * number of rounded inputs outside the valid range (-1 when in or out is
+ * null). The model's regression table is not available in this library: the
+ * three results are the missing value 1e30 and the sensitivities 0. */
+TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, const double* in,
+                                  double* out, double* deriv);
+
+/* CARB Phase 3 predictive model with one oxygen value. in (8): RVP, T50, T90
+ * (CARB_CORF unit), aromatics, olefins, oxygen, sulfur, benzene; out 3; deriv
+ * 24. options: 6 flat/averaging letters, then the RVP ceiling: 'Y' 7.2, 'N'
+ * 30, 'Z' or any other letter 7.0 (RVP floor 6.4). An input is out of range
+ * below 0.9999 times its lower or above 1.0001 times its upper limit;
+ * outOfRange (8, may be null) receives 1 for each such input, 0 otherwise.
+ * The caller's array is not changed. Returns the number of inputs out of
+ * range (-1 when in or out is null). The model's regression table is not
+ * available in this library: the three results are the missing value 1e30
+ * and the sensitivities 0. */
+TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, const double* in,
+                                  double* out, double* deriv, int* outOfRange);
+
 /* ---- Ethanol blendstock models ------------------------------------------ */
 
+/* Volatility of an ethanol blend: in = blendstock RVP (psi), T50, T90
+ * (degrees F whatever unit says) and ethanol vol %; out = blend RVP, T50,
+ * T90; deriv (12, input-major) when wantDerivatives is non-zero. T50 follows
+ * a second equation from 9 vol % ethanol on. Returns 1 when the ethanol lies
+ * outside [3.6, 11] (the results are still computed), 0 otherwise, -1 when in
+ * or out is null. */
+TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double* in, double* out,
+                                   double* deriv);
+
+/* Finished gasoline from a blendstock and ethanolPct vol % ethanol. in (7):
+ * RVP, T50, T90 ('C' degrees C, else F), aromatics, benzene, olefins, sulfur;
+ * out (9): RVP, T50, T90, aromatics, benzene, oxygen, olefins, oxygen,
+ * sulfur; deriv (63, input-major). params (9, may be null): ARO, BNZ, EHO,
+ * OLF, SUL, ETOHSPG, GASSPG, unused, ALTOXY, each overriding the CARBOB2
+ * group's value unless 1e29 or more. ALTOXY of 1 or more passes the
+ * blendstock through (oxygen outputs not written) and returns 0. Ethanol
+ * below 4 or above 10 also passes it through with oxygen 0 and returns -1
+ * (1 above 10, 0 for exactly 0). A non-positive EHO makes -EHO the blend's
+ * oxygen. Returns 0 when blended, -1 when in or out is null. */
+TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethanolPct,
+                                    const double* in, double* out, double* deriv,
+                                    const double* params);
+
+/* gfx_WCARBOB2 with the RBOB group's ethanol, then out[0] = multiplier * RVP
+ * + addend, out[7] = sulfur, out[8] = E200, out[9] = E300 from the blend's
+ * T50 and T90; deriv 70. params (13, may be null): ARO, BNZ, EHO, OLF, SUL,
+ * ETOHSPG, GASSPG, E200 intercept, E200 slope, E300 intercept, E300 slope,
+ * RVP addend, RVP multiplier. The E200 slope is also the blend model's
+ * ALTOXY: a slope of 1 or more passes the blendstock through (out[5] not
+ * written). A non-zero status of the blend model is returned at once with
+ * the outputs as they stand and deriv untouched; -1 when in or out is null. */
+TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, double ethanolPct,
+                                 const double* in, double* out, double* deriv,
+                                 const double* params);
+
+/* Linear dilution by 5 vol % of the standard ethanol: factors (4) for
+ * aromatics, benzene, olefins, sulfur and the offsets (4) the ethanol adds.
+ * params is never read. Either array may be null. Returns 0. */
+TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors,
+                                              const double* params);
+
 /* ---- Percent evaporated at set temperatures ----------------------------- */
+
+/* Volume percent evaporated at each of the NPTS temperatures P00.. of the
+ * EVAPORATIVE group (at most 12), by linear interpolation in a seven-point
+ * curve (temperatures at the percent grid points); 0 below the curve, 100 at
+ * or above its end. deriv (7 * NPTS, deriv[j * NPTS + i]) when
+ * wantDerivatives is non-zero. With ChangeData on, a decreasing point is
+ * lifted to its predecessor + 1 in the caller's curve. Returns 0; 1 when no
+ * temperature is configured (nothing written); 2 when the curve decreases
+ * (repair off; every output 1e30), a temperature other than the last is unset
+ * (its output 1e30), or curve or out is null. An unset last temperature
+ * gives 1e30 in its output only. */
+TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out,
+                                       double* deriv);
 
 /* ---- EPA baseline and distillation conversions, EPA complex model -------- */
 
