@@ -5,6 +5,8 @@
 #include "numbers.h"
 #include "tarn/blending.h"
 #include "tarn/corparms.h"
+#include "tarn/distill.h"
+#include "tarn/emissions.h"
 #include "tarn/props.h"
 
 namespace tarncli {
@@ -91,6 +93,62 @@ Figure reidVapourPressure(const Blend& blend, double& rvpPsi) {
     rvpPsi = gfx_RVP(gfx_LinearByVolume(blend.volumes().data(), blend.count(), index.data()), 0, nullptr);
   }
   return figure("RVP", "Reid vapour pressure", blend.pressure(rvpPsi), unit, 2, method, note);
+}
+
+// ---- Distillation ------------------------------------------------------------
+
+// The blended D86 curve in degrees F (all missing when it cannot be blended).
+struct BlendedCurve {
+  std::array<double, 7> points;
+  std::string note;
+  bool ok() const { return !isMissing(points[0]); }
+};
+
+BlendedCurve blendCurves(const Blend& blend, int method) {
+  BlendedCurve result;
+  result.points.fill(kMissing);
+  std::vector<double> curves;
+  std::string lacking, estimated;
+  for (int k = 0; k < blend.count(); ++k) {
+    const Component& c = blend.component(k);
+    for (P p : kCurve) {
+      const double t = c[p];
+      // The 30 % and 70 % points may be left out: the curve blend estimates them.
+      if (isMissing(t) && p != P::T30 && p != P::T70) {
+        lacking += std::string(lacking.empty() ? "" : ", ") + info(p).column + " of '" + c.name + "'";
+      } else if (isMissing(t) && estimated.find("'" + c.name + "'") == std::string::npos) {
+        estimated += (estimated.empty() ? "'" : ", '") + c.name + "'";
+      }
+      curves.push_back(t);
+    }
+  }
+  if (!lacking.empty()) {
+    result.note = "missing " + lacking;
+    return result;
+  }
+  std::array<double, 7> out{};
+  const int status = gfx_D86(blend.count(), blend.fractions().data(), curves.data(), out.data(), nullptr,
+                             method, 0, 'F');
+  if (status != 0) {
+    result.note = "the curve blend failed (status " + std::to_string(status) + ")";
+    return result;
+  }
+  result.points = out;
+  if (!estimated.empty()) result.note = "T30/T70 estimated for " + estimated;
+  return result;
+}
+
+// Percent evaporated at a temperature (degrees F) read off the blended curve.
+Figure evaporated(const BlendedCurve& curve, const std::string& key, double celsius) {
+  const double fahrenheit = celsius * 1.8 + 32.0;
+  double value = kMissing;
+  std::string note = curve.ok() ? "" : "no blended curve";
+  if (curve.ok()) {
+    value = gfx_DistillCurve(curve.points.data(), 1, fahrenheit);
+    if (isMissing(value)) note = "the blended curve does not rise strictly";
+  }
+  return figure(key, "evaporated at " + rounded(celsius, 0) + " C (" + rounded(fahrenheit, 0) + " F)", value,
+                "vol%", 1, "read off the blended curve", note);
 }
 
 // ---- Octane ----------------------------------------------------------------
@@ -188,10 +246,69 @@ Report blendReport(const Recipe& recipe, const BlendOptions& options) {
     if (full) report.curves.push_back(curve);
   }
 
+  const BlendedCurve curve = blendCurves(blend, options.d86Method);
+  const std::string method = d86MethodNames()[static_cast<std::size_t>(options.d86Method)];
+  Section distillation{"Distillation (D86)", {}};
+  for (std::size_t k = 0; k < kCurve.size(); ++k) {
+    const PropertyInfo& p = info(kCurve[k]);
+    distillation.figures.push_back(figure(p.column, p.description, blend.temperature(curve.points[k]),
+                                          blend.temperatureUnit(), 1, "curve blend by volume on the TBP basis (" + method + ")",
+                                          curve.note));
+  }
+  if (curve.ok()) {
+    Curve drawn{"Blend", {}, true};
+    for (std::size_t k = 0; k < 7; ++k) drawn.points[k] = blend.temperature(curve.points[k]);
+    report.curves.push_back(drawn);
+  }
+
   Section volatility{"Volatility", {}};
   double rvpPsi = kMissing;
   volatility.figures.push_back(reidVapourPressure(blend, rvpPsi));
+  const Figure e70 = evaporated(curve, "E70", 70.0);
+  volatility.figures.push_back(e70);
+  volatility.figures.push_back(evaporated(curve, "E100", 100.0));
+  volatility.figures.push_back(evaporated(curve, "E150", 150.0));
+  {
+    double e[2] = {kMissing, kMissing};
+    const double t[2] = {curve.points[3], curve.points[5]};
+    if (curve.ok()) gfx_E200E300EPA('F', t, e, 0, nullptr);
+    const std::string how = "EPA relation from T50 and T90";
+    const std::string note = curve.ok() ? "" : "no blended curve";
+    volatility.figures.push_back(figure("E200", "evaporated at 200 F (EPA)", e[0], "vol%", 1, how, note));
+    volatility.figures.push_back(figure("E300", "evaporated at 300 F (EPA)", e[1], "vol%", 1, how, note));
+  }
+  const bool volatile_ = curve.ok() && !isMissing(rvpPsi);
+  const std::string needs = isMissing(rvpPsi) ? "no blend RVP" : "no blended curve";
+  volatility.figures.push_back(
+      figure("TVL20", "temperature for V/L = 20",
+             volatile_ ? blend.temperature(gfx_TVL(0, 'F', rvpPsi, curve.points[1], curve.points[3], nullptr)) : kMissing,
+             blend.temperatureUnit(), 1, "ASTM D4814 relation of RVP, T10, T50", volatile_ ? "" : needs));
+  const bool lockable = !isMissing(rvpPsi) && !isMissing(e70.value);
+  volatility.figures.push_back(figure("VLI", "vapour lock index",
+                                      lockable ? gfx_VaporLockIndex(0, 'P', rvpPsi, e70.value, nullptr) : kMissing, "", 0,
+                                      "10 RVP[kPa] + 7 E70", lockable ? "" : needs));
   report.sections.push_back(volatility);
+
+  {
+    double ethanol = 0.0;
+    std::string note = curve.ok() ? "" : "no blended curve";
+    if (recipe.has(P::ETOH)) {
+      const Figure f = linearByVolume(blend, P::ETOH, 2);
+      ethanol = f.value;
+      if (isMissing(ethanol)) note = f.note;
+    }
+    double value = kMissing;
+    if (curve.ok() && !isMissing(ethanol)) {
+      const char unit = recipe.temperatureUnit;
+      value = gfx_DriveabilityIndexE(0, unit, blend.temperature(curve.points[1]), blend.temperature(curve.points[3]),
+                                     blend.temperature(curve.points[5]), nullptr, ethanol);
+    }
+    distillation.figures.push_back(
+        figure("DI", "drivability index", value, blend.temperatureUnit(), 0,
+               std::string("1.5 T10 + 3 T50 + T90 + ") + (recipe.temperatureUnit == 'C' ? "1.33" : "2.4") + " ETOH",
+               note));
+  }
+  report.sections.push_back(distillation);
 
   Section octaneSection{"Octane", {}};
   octane(blend, octaneSection);
