@@ -48,7 +48,7 @@ std::optional<Record> Reader::next() {
       if (!quoted) break;
       // A quoted field runs on over the line break.
       if (!std::getline(in_, physical)) {
-        throw InputError("line " + std::to_string(record.line) + ": a quoted field is not closed");
+        throw InputError(source_ + ":" + std::to_string(record.line) + ": a quoted field is not closed");
       }
       ++line_;
       if (!physical.empty() && physical.back() == '\r') physical.pop_back();

@@ -5,6 +5,7 @@
 #include <istream>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarncli::csv {
@@ -16,7 +17,8 @@ struct Record {
 
 class Reader {
  public:
-  explicit Reader(std::istream& in) : in_(in) {}
+  // source names the input in error messages.
+  Reader(std::istream& in, std::string source) : in_(in), source_(std::move(source)) {}
   // The next record, skipping blank lines and lines starting with '#';
   // nothing at the end of the input. Throws InputError on an unterminated
   // quote.
@@ -24,6 +26,7 @@ class Reader {
 
  private:
   std::istream& in_;
+  std::string source_;
   int line_ = 0;
 };
 

@@ -150,7 +150,7 @@ std::vector<double> Recipe::volumes() const {
 }
 
 Recipe readRecipe(std::istream& in, const std::string& source, std::optional<char> unitsOption) {
-  csv::Reader reader(in);
+  csv::Reader reader(in, source);
   const auto headerRecord = reader.next();
   if (!headerRecord) throw InputError(source + ": the recipe is empty");
   const int headerLine = headerRecord->line;
