@@ -302,6 +302,60 @@ TEST_F(CliTest, CatalogueParametersAndCodes) {
   EXPECT_GT(constants, 10);
 }
 
+TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
+  double in[3] = {9.0, 120.0, 210.0}, out[1], d[3];
+  ASSERT_EQ(gfx_tarnGenCalc(0, 1, 0, in, out, d), 0);
+  const Outcome once = run({"eval", "tvl", "9", "120", "210", "--derivs", "--json"});
+  ASSERT_EQ(once.code, 0) << once.err;
+  const Json tvl = Json::parse(once.out);
+  EXPECT_EQ(tvl["temperature_unit"], "F");
+  EXPECT_EQ(tvl["outputs"]["TVL"].get<double>(), out[0]);
+  EXPECT_EQ(tvl["derivatives"]["RVP"]["TVL"].get<double>(), d[0]);
+  EXPECT_EQ(tvl["derivatives"]["T50"]["TVL"].get<double>(), d[2]);
+  // Several outputs: rows are inputs, columns outputs (T50 moves only E200).
+  const Json epa = Json::parse(run({"eval", "54", "200", "330", "--derivs", "--json"}).out);
+  EXPECT_EQ(epa["derivatives"]["T50"]["E200"].get<double>(), -0.49);
+  EXPECT_EQ(epa["derivatives"]["T50"]["E300"].get<double>(), 0.0);
+  EXPECT_EQ(epa["derivatives"]["T90"]["E300"].get<double>(), -0.22);
+  // The unit flag set for the run is the unit the values are read in.
+  const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
+  EXPECT_EQ(celsius["temperature_unit"], "C");
+  EXPECT_NEAR(celsius["outputs"]["TVL"].get<double>(), (out[0] - 32.0) / 1.8, 1e-3);
+  // An undefined result: the outputs are shown missing, the status named, exit 1.
+  const Outcome undefined = run({"eval", "RVP", "NA"});
+  EXPECT_EQ(undefined.code, 1);
+  EXPECT_NE(undefined.out.find("missing"), std::string::npos);
+  EXPECT_NE(undefined.err.find("RVP returned status 1"), std::string::npos) << undefined.err;
+
+  // Per row: columns found by name in any order, others copied through,
+  // derivative columns labelled.
+  TempFile rows("case,T50,t10,RVP\nA,210,120,9\nB,200,110,8\n");
+  TempFile result("", ".out.csv");
+  const Outcome batch = run({"eval", "TVL", "--csv", rows.path(), "-o", result.path(), "--derivs"});
+  ASSERT_EQ(batch.code, 0) << batch.err;
+  EXPECT_EQ(batch.out + batch.err, "");
+  std::stringstream lines(slurp(result.path()));
+  std::string header, first;
+  std::getline(lines, header);
+  std::getline(lines, first);
+  EXPECT_EQ(header, "case,T50,t10,RVP,TVL,status,d(TVL)/d(RVP),d(TVL)/d(T10),d(TVL)/d(T50)");
+  const auto cells = split(first);
+  ASSERT_EQ(cells.size(), 9u);
+  EXPECT_EQ(std::stod(cells[4]), out[0]);
+  EXPECT_EQ(cells[5], "0");
+  EXPECT_EQ(std::stod(cells[7]), d[1]);
+  // A row the library cannot evaluate keeps its status, and the run says so.
+  TempFile undefinedRows("RVPNDX\n2\nNA\n");
+  const Outcome partly = run({"eval", "RVP", "--csv", undefinedRows.path()});
+  EXPECT_EQ(partly.code, 0);
+  EXPECT_EQ(partly.out.substr(partly.out.rfind(",,") + 2), "1\n");
+  EXPECT_NE(partly.err.find("1 of 2 rows did not evaluate"), std::string::npos) << partly.err;
+  TempFile same("RVP\n9\n");
+  EXPECT_EQ(run({"eval", "RVPINDEX", "--csv", same.path()}).out.substr(0, 18), "RVP,RVPNDX,status\n");
+  TempFile clash("RVPNDX,RVP\n9,old\n");
+  EXPECT_EQ(run({"eval", "RVP", "--csv", clash.path()}).out.substr(0, 34), "RVPNDX,RVP,RVP.out,status\n9,old,5.");
+}
+
 struct BadInput {
   std::vector<std::string> args;
   std::string recipe;  // written to a file named by "{}" in args, when not empty
@@ -343,6 +397,12 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndNonZeroExit) {
       {{"blend", "{}"}, "NAME,VOLUME,EHO[wt%]\nE,1,34.7\n", 2, "has no ETOH[vol%] column"},
       {{"blend", "{}"}, "NAME,VOLUME,OXY[wt%],EHO[wt%],ETOH[vol%]\nE,1,3,3,10\n", 2, "gives OXY and oxygen by oxygenate"},
       {{"blend", "{}"}, "VOLUME,RVP[psi]\n1,9\n", 2, "no NAME column"},
+      {{"eval", "NOPE", "1"}, "", 2, "unknown correlation 'NOPE'"},
+      {{"eval", "TVL", "1", "2"}, "", 2, "TVL takes 3 inputs (RVP, T10, T50), got 2"},
+      {{"eval", "TVL", "9", "x", "1"}, "", 2, "input 2 (T10) is not a number: 'x'"},
+      {{"eval", "TVL", "--csv", "/nonexistent/in.csv"}, "", 2, "cannot open '/nonexistent/in.csv'"},
+      {{"eval", "TVL", "--csv", "{}"}, "RVP,T10\n9,120\n", 2, "no column T50 (TVL takes RVP, T10, T50)"},
+      {{"eval", "TVL", "--csv", "{}"}, "RVP,T10,T50\n9,120,210\n9,1x0,210\n", 2, ":3: T10 is not a number: '1x0'"},
       {{"blend", "{}"}, "NAME,VOLUME\n\"A,1\n", 2, "quoted field is not closed"},
   };
   for (const BadInput& c : cases) {

@@ -207,13 +207,16 @@ void codesCommand(bool markdown, Format format, std::ostream& out) {
   if (format == Format::Json) {
     Json j = Json::array();
     for (const StatusCode& s : codes) {
-      j.push_back({{"code", s.code}, {"constant", s.constant}, {"meaning", s.meaning},
+      j.push_back({{"code", s.code}, {"family", s.router ? "router" : "catalogue"}, {"constant", s.constant},
+                   {"meaning", s.meaning},
                    {"message", s.message.empty() ? Json(nullptr) : Json(s.message)}});
     }
     out << j.dump(2) << "\n";
   } else if (format == Format::Csv) {
-    out << csv::line({"code", "constant", "meaning", "message"});
-    for (const StatusCode& s : codes) out << csv::line({std::to_string(s.code), s.constant, s.meaning, s.message});
+    out << csv::line({"code", "family", "constant", "meaning", "message"});
+    for (const StatusCode& s : codes) {
+      out << csv::line({std::to_string(s.code), s.router ? "router" : "catalogue", s.constant, s.meaning, s.message});
+    }
   } else {
     Table table({">Code", "Constant", "Message or meaning"});
     for (const StatusCode& s : codes) {

@@ -8,6 +8,7 @@
 #include "tarn/distill.h"
 #include "tarn/emissions.h"
 #include "tarn/props.h"
+#include "tarn/tarn.h"
 
 namespace tarncli {
 namespace {
@@ -199,6 +200,140 @@ Figure linearByMass(const Blend& blend, P p, const std::string& unit, int decima
                 "linear by mass (volume x specific gravity)", note);
 }
 
+// ---- Emission models ------------------------------------------------------------
+
+// A coefficient's current value by name (the catalogue's own settings).
+double coefficient(int index, const char* name) {
+  int count = 0;
+  gfx_tarnGetCoefCount(index, &count);
+  for (int k = 0; k < count; ++k) {
+    char found[TARN_COEF_NAME_SIZE] = "";
+    double value = 0.0;
+    gfx_tarnGetCoef(index, k, found, &value);
+    if (std::string(found) == name) return value;
+  }
+  return kMissing;
+}
+
+int catalogueIndex(const char* id) {
+  int count = 0;
+  gfx_tarnGetCorrelationCount(&count);
+  for (int i = 0; i < count; ++i) {
+    char found[TARN_ID_SIZE] = "";
+    if (gfx_tarnGetCorrelationId(i, found) == TARN_STATUS_OK && std::string(found) == id) return i;
+  }
+  return -1;
+}
+
+// Answers of the EPA model's range questions from the EPA correlation's
+// settings: question 3 the season ("W" winter), question 4 the fuel type
+// ("R" reformulated), question 5 the equation ("S"). The model counts its
+// inputs against the same table.
+char epaAnswers[6] = "     ";
+void TARN_CALL answerEpaQuestion(char* buffer, int length, const int* question) {
+  if (length > 0 && *question >= 0 && *question < 6) buffer[0] = epaAnswers[*question];
+}
+
+// Notes for the model inputs that lie outside the ranges the model reports.
+void rangeNotes(const char* model, const std::vector<std::string>& names, const std::vector<double>& values,
+                tarn_LimitsAnswer answer, std::vector<std::string>& notes) {
+  std::vector<double> lower(values.size()), upper(values.size());
+  if (gfx_getCorLimits(model, answer, lower.data(), upper.data(), static_cast<int>(values.size())) != 0) return;
+  std::string outside;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (values[i] < lower[i] || values[i] > upper[i]) {
+      outside += std::string(outside.empty() ? "" : ", ") + names[i] + " " + rounded(values[i], 2) + " (range " +
+                 rounded(lower[i], 2) + " to " + rounded(upper[i], 2) + ")";
+    }
+  }
+  if (!outside.empty()) notes.push_back(std::string(model) + " model inputs outside its valid range: " + outside);
+}
+
+struct ModelInputs {
+  double rvpPsi, t50, t90, e200, e300;  // degrees F
+  double aromatics, olefins, benzene, sulfur;
+  double oxygen;                        // total, wt%
+  std::array<double, 4> oxygenates;     // MTO, ETO, EHO, TMO wt%; missing when not split
+};
+
+// Evaluates a catalogue correlation whose inputs are all known; the outputs,
+// or a note saying what is missing or what went wrong.
+std::vector<double> evaluateModel(int index, std::vector<double> inputs, const std::vector<std::string>& names,
+                                  std::string& note) {
+  int outputs = 0;
+  gfx_tarnGetCorrelationOutPropCount(index, &outputs);
+  std::vector<double> out(static_cast<std::size_t>(outputs), kMissing);
+  std::string lacking;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (isMissing(inputs[i])) lacking += (lacking.empty() ? "" : ", ") + names[i];
+  }
+  if (!lacking.empty()) {
+    note = "needs the blend's " + lacking;
+    return out;
+  }
+  std::vector<double> derivatives(std::max<std::size_t>(inputs.size() * out.size(), 8));
+  const int status = gfx_tarnGenCalc(index, 0, 0, inputs.data(), out.data(), derivatives.data());
+  if (status != TARN_STATUS_OK) {
+    note = "the model returned status " + std::to_string(status);
+    std::fill(out.begin(), out.end(), kMissing);
+  }
+  return out;
+}
+
+void emissionModels(const ModelInputs& m, Section& section, std::vector<std::string>& notes) {
+  // CARB Phase 2: temperatures in the unit of the CARB temperature setting.
+  const int carb = catalogueIndex("CARB");
+  const bool celsius = gfx_getCorParms("TARN", "CARB_CORF") < 0.0;
+  auto carbTemperature = [&](double f) { return celsius && !isMissing(f) ? celsiusFromFahrenheit(f) : f; };
+  const std::vector<std::string> carbNames = {"RVP", "T50", "T90", "ARO", "OLF", "OXY", "SUL", "BNZ"};
+  const std::vector<double> carbInputs = {m.rvpPsi, carbTemperature(m.t50), carbTemperature(m.t90), m.aromatics,
+                                          m.olefins, m.oxygen, m.sulfur, m.benzene};
+  std::string note;
+  const std::vector<double> carbOut = evaluateModel(carb, carbInputs, carbNames, note);
+  std::string limits;
+  for (const char* name : {"T50", "T90", "ARO", "OLF", "SUL", "BNZ"}) {
+    limits += coefficient(carb, name) == 1.0 ? "F" : "A";
+  }
+  const std::string carbMethod = "CARB Phase 2 predictive model vs its reference fuel (limits " + limits + ")";
+  section.figures.push_back(figure("CARB.CNX", "CARB exhaust NOx", carbOut[0], "% change", 2, carbMethod, note));
+  section.figures.push_back(figure("CARB.THC", "CARB exhaust hydrocarbons", carbOut[1], "% change", 2, carbMethod, note));
+  section.figures.push_back(figure("CARB.POT", "CARB potency-weighted toxics", carbOut[2], "% change", 2, carbMethod, note));
+  if (note.empty()) rangeNotes("CARB", carbNames, carbInputs, nullptr, notes);
+
+  // EPA complex model: oxygen by oxygenate, E200/E300 rather than temperatures.
+  const int epa = catalogueIndex("EPA");
+  const std::vector<std::string> epaNames = {"MTO", "ETO", "EHO", "TMO", "SUL", "RVP", "E200", "E300", "ARO", "OLF", "BNZ"};
+  const std::vector<double> epaInputs = {m.oxygenates[0], m.oxygenates[1], m.oxygenates[2], m.oxygenates[3],
+                                         m.sulfur, m.rvpPsi, m.e200, m.e300, m.aromatics, m.olefins, m.benzene};
+  note.clear();
+  std::vector<double> epaOut;
+  if (isMissing(m.oxygenates[2]) && !isMissing(m.oxygen)) {
+    note = "needs oxygen by oxygenate (EHO, MTO, ETO, TMO columns), not OXY";
+    epaOut.assign(5, kMissing);
+  } else {
+    epaOut = evaluateModel(epa, epaInputs, epaNames, note);
+  }
+  const int phase = static_cast<int>(coefficient(epa, "PHASE")), season = static_cast<int>(coefficient(epa, "SEASON"));
+  const int area = static_cast<int>(coefficient(epa, "AREA")), fuel = static_cast<int>(coefficient(epa, "FUELTYPE"));
+  const std::string epaMethod = "EPA complex model vs baseline: phase " + std::to_string(phase) + ", " +
+                                (season == 2 ? "winter" : "summer") + ", VOC region " + std::to_string(area) + ", " +
+                                (fuel == 1 ? "reformulated" : "conventional");
+  const char* epaOutputs[][2] = {{"EPA.VOC", "EPA total VOC"},
+                                 {"EPA.TOX", "EPA total toxics"},
+                                 {"EPA.NOX", "EPA NOx"},
+                                 {"EPA.EXB", "EPA exhaust benzene"},
+                                 {"EPA.EXT", "EPA exhaust toxics"}};
+  for (std::size_t k = 0; k < 5; ++k) {
+    section.figures.push_back(figure(epaOutputs[k][0], epaOutputs[k][1], epaOut[k], "% change", 2, epaMethod, note));
+  }
+  if (note.empty()) {
+    epaAnswers[3] = season == 2 ? 'W' : 'S';
+    epaAnswers[4] = fuel == 1 ? 'R' : 'C';
+    epaAnswers[5] = coefficient(epa, "EQUATION") == 2.0 ? 'S' : 'C';
+    rangeNotes("EPA", epaNames, epaInputs, answerEpaQuestion, notes);
+  }
+}
+
 }  // namespace
 
 const Figure* Report::find(const std::string& key) const {
@@ -324,8 +459,54 @@ Report blendReport(const Recipe& recipe, const BlendOptions& options) {
     if (recipe.has(p)) composition.figures.push_back(linearByMass(blend, p, "wt%", 2));
   }
   if (recipe.has(P::ETOH)) composition.figures.push_back(linearByVolume(blend, P::ETOH, 2));
+  // Total oxygen from the oxygenates when they are given one by one.
+  ModelInputs models{};
+  models.oxygenates.fill(kMissing);
+  const P split[] = {P::MTO, P::ETO, P::EHO, P::TMO};
+  bool anySplit = false;
+  for (P p : split) anySplit = anySplit || recipe.has(p);
+  if (anySplit) {
+    double total = 0.0;
+    std::string note;
+    for (std::size_t k = 0; k < 4; ++k) {
+      double value = 0.0;
+      if (recipe.has(split[k])) {
+        const Figure f = linearByMass(blend, split[k], "wt%", 2);
+        value = f.value;
+        if (isMissing(value) && note.empty()) note = f.note;
+      }
+      models.oxygenates[k] = value;
+      total = isMissing(value) || isMissing(total) ? kMissing : total + value;
+    }
+    composition.figures.insert(composition.figures.begin() + 4,
+                               figure("OXY", "oxygen", total, "wt%", 2, "sum of the oxygen by oxygenate", note));
+    models.oxygen = total;
+  } else {
+    const Figure* oxygen = nullptr;
+    for (const Figure& f : composition.figures) {
+      if (f.key == "OXY") oxygen = &f;
+    }
+    models.oxygen = oxygen != nullptr ? oxygen->value : kMissing;
+  }
   composition.figures.push_back(linearByVolume(blend, P::SPG, 4));
   report.sections.push_back(composition);
+
+  models.rvpPsi = rvpPsi;
+  models.t50 = curve.points[3];
+  models.t90 = curve.points[5];
+  auto value = [&](const char* key) {
+    const Figure* f = report.find(key);
+    return f != nullptr ? f->value : kMissing;
+  };
+  models.e200 = value("E200");
+  models.e300 = value("E300");
+  models.aromatics = value("ARO");
+  models.olefins = value("OLF");
+  models.benzene = value("BNZ");
+  models.sulfur = value("SUL");
+  Section emissions{"Emission models (gasoline)", {}};
+  emissionModels(models, emissions, report.notes);
+  report.sections.push_back(emissions);
   return report;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tarn/bml.h"
 #include "tarn/tarn.h"
 
 namespace tarncli {
@@ -39,6 +40,21 @@ constexpr Constant kConstants[] = {
      "not returned: written as the type of an unknown correlation index"},
 };
 
+// The TARN_BML_STATUS_* constants of bml.h.
+constexpr Constant kRouterConstants[] = {
+    {TARN_BML_STATUS_INDEX_PAST_END, "TARN_BML_STATUS_INDEX_PAST_END", "index beyond the combined count"},
+    {TARN_BML_STATUS_BAD_TYPE, "TARN_BML_STATUS_BAD_TYPE", "not returned; has a message"},
+    {TARN_BML_STATUS_TARN_INIT_FAILED, "TARN_BML_STATUS_TARN_INIT_FAILED", "the built-in side did not start"},
+    {TARN_BML_STATUS_UBML_INIT_FAILED, "TARN_BML_STATUS_UBML_INIT_FAILED",
+     "the plug-in could not be loaded or bound, or did not start"},
+    {TARN_BML_STATUS_NO_USER_LIBRARY, "TARN_BML_STATUS_NO_USER_LIBRARY", "the plug-in path names no file"},
+    {TARN_BML_STATUS_BAD_ERROR_CODE, "TARN_BML_STATUS_BAD_ERROR_CODE",
+     "gfx_bmlErrorHandler: no side owns the code"},
+    {TARN_BML_STATUS_BAD_PROPERTY, "TARN_BML_STATUS_BAD_PROPERTY", "a plug-in property asked without a plug-in"},
+    {TARN_BML_STATUS_BAD_CORRELATION, "TARN_BML_STATUS_BAD_CORRELATION",
+     "a plug-in correlation asked without a plug-in"},
+};
+
 // Codes that the message table could hold; wide enough for every family.
 constexpr int kLowestCode = -20000;
 constexpr int kHighestCode = 20000;
@@ -46,6 +62,15 @@ constexpr int kHighestCode = 20000;
 std::string message(int code) {
   char text[TARN_MESSAGE_SIZE] = "";
   return gfx_tarnGetErrorMsg(code, text) == TARN_STATUS_OK ? text : "";
+}
+
+// The router's own message: gfx_bmlGetErrorMsg answers -499..-1 from the
+// catalogue's table and its return value does not tell whether it wrote.
+std::string routerMessage(int code) {
+  if (code >= -499 && code <= -1) return "";
+  char text[TARN_MESSAGE_SIZE] = "";
+  gfx_bmlGetErrorMsg(code, text);
+  return text;
 }
 
 std::string cell(const std::string& text) {
@@ -58,18 +83,25 @@ std::string cell(const std::string& text) {
 
 std::vector<StatusCode> statusCodes() {
   std::vector<StatusCode> codes;
-  for (const Constant& c : kConstants) codes.push_back({c.code, c.name, c.meaning, message(c.code)});
-  for (int code = kLowestCode; code <= kHighestCode; ++code) {
-    const bool listed = std::any_of(codes.begin(), codes.end(), [&](const StatusCode& s) { return s.code == code; });
-    if (listed) continue;
-    const std::string text = message(code);
-    if (!text.empty()) codes.push_back({code, "", "", text});
-  }
-  std::stable_sort(codes.begin(), codes.end(), [](const StatusCode& a, const StatusCode& b) {
-    const bool aSuccess = a.code >= 0, bSuccess = b.code >= 0;
-    if (aSuccess != bSuccess) return aSuccess;
-    return aSuccess ? a.code < b.code : a.code > b.code;
-  });
+  auto collect = [&](const auto& constants, bool router, std::string (*lookup)(int)) {
+    std::vector<StatusCode> part;
+    for (const Constant& c : constants) part.push_back({c.code, router, c.name, c.meaning, lookup(c.code)});
+    for (int code = kLowestCode; code <= kHighestCode; ++code) {
+      const bool listed =
+          std::any_of(part.begin(), part.end(), [&](const StatusCode& s) { return s.code == code; });
+      if (listed) continue;
+      const std::string text = lookup(code);
+      if (!text.empty()) part.push_back({code, router, "", "", text});
+    }
+    std::stable_sort(part.begin(), part.end(), [](const StatusCode& a, const StatusCode& b) {
+      const bool aSuccess = a.code >= 0, bSuccess = b.code >= 0;
+      if (aSuccess != bSuccess) return aSuccess;
+      return aSuccess ? a.code < b.code : a.code > b.code;
+    });
+    codes.insert(codes.end(), part.begin(), part.end());
+  };
+  collect(kConstants, false, message);
+  collect(kRouterConstants, true, routerMessage);
   return codes;
 }
 
@@ -79,6 +111,8 @@ std::string describeStatus(int code) {
   for (const Constant& c : kConstants) {
     if (c.code == code) return c.meaning;
   }
+  const std::string router = routerMessage(code);
+  if (!router.empty()) return router;
   return "status " + std::to_string(code) + " of the correlation";
 }
 
@@ -99,7 +133,21 @@ std::string statusPage() {
       "\n"
       "| Code | Constant (`tarn/tarn.h`) | Meaning | Message |\n"
       "|---:|---|---|---|\n";
+  bool routerHeader = false;
   for (const StatusCode& s : statusCodes()) {
+    if (s.router && !routerHeader) {
+      routerHeader = true;
+      page +=
+          "\n"
+          "## Router codes\n"
+          "\n"
+          "The router (`gfx_bml*`, `tarn/bml.h`) returns the codes above for built-in correlations and\n"
+          "these of its own. `gfx_bmlGetErrorMsg` answers codes -499..-1 from the table above and\n"
+          "these from the router's table; its return value is meaningful only for -1101 and -1108.\n"
+          "\n"
+          "| Code | Constant (`tarn/bml.h`) | Meaning | Message |\n"
+          "|---:|---|---|---|\n";
+    }
     page += "| " + std::to_string(s.code) + " | " + (s.constant.empty() ? "" : "`" + s.constant + "`") + " | " +
             cell(s.meaning) + " | " + (s.message.empty() ? "(none)" : "\"" + cell(s.message) + "\"") + " |\n";
   }
