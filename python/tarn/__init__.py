@@ -300,7 +300,7 @@ def evaluate(correlation, inputs, derivatives=False):
     jacobian = None
     if derivatives:
         jacobian = Jacobian(info.inputs, info.outputs[:produced],
-                            [[array_d[j * n_out + k] for k in range(produced)] for j in range(n_in)])
+                            [[array_d[j * produced + k] for k in range(produced)] for j in range(n_in)])
     return Evaluation(info.id, 0, outputs, jacobian)
 
 
@@ -377,7 +377,9 @@ def evaluate_many(correlation, rows, derivatives=False, on_error="raise"):
                  for k in range(produced)] for r in range(count)]
     deriv_rows = None
     if derivatives:
-        deriv_rows = [[[array_d[(r * n_in + j) * n_out + k] for k in range(produced)]
+        # Each row's block holds n_in x produced derivatives (the outputs
+        # really produced set the stride).
+        deriv_rows = [[[array_d[r * n_in * n_out + j * produced + k] for k in range(produced)]
                        for j in range(n_in)] for r in range(count)]
     if numpy is not None:
         return Batch(info.id, info.inputs, info.outputs[:produced],

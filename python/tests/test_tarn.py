@@ -38,6 +38,12 @@ def test_values_and_labelled_derivatives():
     assert epa.outputs == pytest.approx({"E200": 49.91, "E300": 82.87})
     assert sum(epa.derivatives.values, []) == pytest.approx([-0.49, 0.0, 0.0, -0.22])
     assert epa.derivatives.as_dict()["T90"]["E300"] == pytest.approx(-0.22)
+    # A configured number of outputs: only those, derivatives read with that stride.
+    for name, value in (("NPTS", 2), ("P00", 200.0), ("P01", 340.0)):
+        tarn.set_parameter("EVAPORATIVE", name, value)
+    evaporated = tarn.evaluate("EVAPORATIVE", [100, 140, 180, 220, 260, 300, 340], derivatives=True)
+    assert evaporated.outputs == {"EVP0": 40.0, "EVP1": 100.0}
+    assert evaporated.derivatives["T30", "EVP0"] == evaporated.derivatives["FBP", "EVP1"] == -0.25
     # Several inputs and outputs: the derivatives the library reports match
     # central differences of the values it reports.
     point = [95.0, 85.0, 12.0, 30.0]

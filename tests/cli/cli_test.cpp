@@ -317,6 +317,17 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   EXPECT_EQ(epa["derivatives"]["T50"]["E200"].get<double>(), -0.49);
   EXPECT_EQ(epa["derivatives"]["T50"]["E300"].get<double>(), 0.0);
   EXPECT_EQ(epa["derivatives"]["T90"]["E300"].get<double>(), -0.22);
+  // A correlation with a configured number of outputs: only those are shown,
+  // and the derivatives are read with that many per input.
+  const Json evaporated = Json::parse(run({"eval", "EVAPORATIVE", "100", "140", "180", "220", "260", "300", "340",
+                                           "--derivs", "--json", "--set", "EVAPORATIVE.NPTS=2", "--set",
+                                           "EVAPORATIVE.P00=200", "--set", "EVAPORATIVE.P01=340"})
+                                          .out);
+  EXPECT_EQ(evaporated["outputs"], Json::parse(R"({"EVP0": 40.0, "EVP1": 100.0})"));
+  EXPECT_EQ(evaporated["derivatives"]["T30"]["EVP0"].get<double>(), -0.25);
+  EXPECT_EQ(evaporated["derivatives"]["T50"]["EVP0"].get<double>(), -0.25);
+  EXPECT_EQ(evaporated["derivatives"]["FBP"]["EVP1"].get<double>(), -0.25);
+  EXPECT_EQ(evaporated["derivatives"]["IBP"].size(), 2u);
   // The unit flag set for the run is the unit the values are read in.
   const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
   EXPECT_EQ(celsius["temperature_unit"], "C");
