@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -125,6 +124,26 @@ Sample sample() {
   return s;
 }
 
+// True when some line of text holds the words in this order.
+bool hasLine(const std::string& text, const std::vector<std::string>& words) {
+  std::stringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::size_t at = 0;
+    bool all = true;
+    for (const std::string& w : words) {
+      at = line.find(w, at);
+      if (at == std::string::npos) {
+        all = false;
+        break;
+      }
+      at += w.size();
+    }
+    if (all) return true;
+  }
+  return false;
+}
+
 double figure(const Json& report, const std::string& key) {
   const Json& value = report.at("blend").at(key).at("value");
   return value.is_null() ? NAN : value.get<double>();
@@ -196,10 +215,12 @@ TEST_F(CliTest, ReportStatesUnitsAndBasisAndDrawsTheCurves) {
   const Outcome r = run({"blend", "--plot", plot.path()});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_NE(r.out.find("Basis: volume"), std::string::npos);
-  for (const char* row : {"RVP +Reid vapour pressure +[0-9.]+ +psi", "T50 +D86 50 % evaporated +[0-9.]+ +F ",
-                          "SUL +sulfur +[0-9.]+ +ppm", "ARO +aromatics +[0-9.]+ +vol%", "DI +drivability index"}) {
-    EXPECT_TRUE(std::regex_search(r.out, std::regex(row))) << row << "\n" << r.out;
-  }
+  const std::vector<std::vector<std::string>> rows = {{"RVP", "Reid vapour pressure", ".", "psi"},
+                                                       {"T50", "D86 50 % evaporated", ".", " F "},
+                                                       {"SUL", "sulfur", ".", "ppm"},
+                                                       {"ARO", "aromatics", ".", "vol%"},
+                                                       {"EPA.NOX", "EPA NOx", ".", "% change"}};
+  for (const auto& row : rows) EXPECT_TRUE(hasLine(r.out, row)) << row[0] << "\n" << r.out;
   const std::string svg = slurp(plot.path());
   EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
   EXPECT_NE(svg.find("</svg>"), std::string::npos);
@@ -290,14 +311,19 @@ TEST_F(CliTest, CatalogueParametersAndCodes) {
   // Every status constant of the public header is on the status-code list.
   const Json codes = Json::parse(run({"codes", "--json"}).out);
   const std::string header = slurp(std::string(TARN_SOURCE_DIR) + "/include/tarn/tarn.h");
-  const std::regex constant(R"(#define (TARN_STATUS_\w+) \(?(-?\d+)\)?)");
+  std::stringstream lines(header);
+  std::string line;
   int constants = 0;
-  for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it, ++constants) {
-    const int code = std::stoi((*it)[2]);
-    const bool listed = std::any_of(codes.begin(), codes.end(), [&](const Json& c) {
-      return c["code"] == code && c["constant"] == (*it)[1].str();
-    });
-    EXPECT_TRUE(listed) << (*it)[1];
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string define, name, value;
+    words >> define >> name >> value;
+    if (define != "#define" || name.rfind("TARN_STATUS_", 0) != 0) continue;
+    ++constants;
+    const int code = std::stoi(value[0] == '(' ? value.substr(1) : value);
+    const bool listed = std::any_of(codes.begin(), codes.end(),
+                                    [&](const Json& c) { return c["code"] == code && c["constant"] == name; });
+    EXPECT_TRUE(listed) << name;
   }
   EXPECT_GT(constants, 10);
 }
