@@ -412,12 +412,12 @@ Report blendReport(const Recipe& recipe, const BlendOptions& options) {
     volatility.figures.push_back(figure("E200", "evaporated at 200 F (EPA)", e[0], "vol%", 1, how, note));
     volatility.figures.push_back(figure("E300", "evaporated at 300 F (EPA)", e[1], "vol%", 1, how, note));
   }
-  const bool volatile_ = curve.ok() && !isMissing(rvpPsi);
+  const bool haveVolatility = curve.ok() && !isMissing(rvpPsi);
   const std::string needs = isMissing(rvpPsi) ? "no blend RVP" : "no blended curve";
   volatility.figures.push_back(
       figure("TVL20", "temperature for V/L = 20",
-             volatile_ ? blend.temperature(gfx_TVL(0, 'F', rvpPsi, curve.points[1], curve.points[3], nullptr)) : kMissing,
-             blend.temperatureUnit(), 1, "ASTM D4814 relation of RVP, T10, T50", volatile_ ? "" : needs));
+             haveVolatility ? blend.temperature(gfx_TVL(0, 'F', rvpPsi, curve.points[1], curve.points[3], nullptr)) : kMissing,
+             blend.temperatureUnit(), 1, "ASTM D4814 relation of RVP, T10, T50", haveVolatility ? "" : needs));
   const bool lockable = !isMissing(rvpPsi) && !isMissing(e70.value);
   volatility.figures.push_back(figure("VLI", "vapour lock index",
                                       lockable ? gfx_VaporLockIndex(0, 'P', rvpPsi, e70.value, nullptr) : kMissing, "", 0,
