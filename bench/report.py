@@ -30,8 +30,8 @@ cmake --preset default && cmake --build --preset default -j2
 build/bench/tarn_bench --benchmark_repetitions=9 --benchmark_min_time=0.1 \\
     --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \\
     --benchmark_out=build/bench.json --benchmark_out_format=json
-python3 bench/python_batch.py --out build/python_batch.json   # needs NumPy for the array path
-python3 bench/report.py build/bench.json build/python_batch.json > BENCHMARKS.md
+/usr/bin/python3 bench/python_batch.py --out build/python_batch.json   # needs NumPy for the array path
+/usr/bin/python3 bench/report.py build/bench.json build/python_batch.json > BENCHMARKS.md
 ```"""
 
 

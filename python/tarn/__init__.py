@@ -253,29 +253,14 @@ def _output_count(index, catalogue_count):
     return actual if 0 < actual <= catalogue_count else catalogue_count
 
 
-def _evaluate_rows(index, derivatives, rows, n_in, n_out, inputs, outputs, derivs, statuses):
-    """One evaluation per row of the row-major ctypes arrays `inputs` (rows x
-    n_in) into `outputs` (rows x n_out), `derivs` (rows x n_in x n_out, when
-    asked) and `statuses` (rows). This is the one place that calls the
-    library's evaluation; a batch entry point taking the same arrays replaces
-    the loop."""
-    lib = _get()
-    # Some correlations write a few derivative entries whatever the flag, so
-    # every call gets room for at least eight.
-    width = max(n_in * n_out, 8)
-    scratch = (ctypes.c_double * width)()
-    row_inputs = (ctypes.c_double * max(n_in, 1))()
-    double_size = ctypes.sizeof(ctypes.c_double)
-    out_address = ctypes.addressof(outputs)
-    for r in range(rows):
-        # A private copy: the library may write into its input array.
-        ctypes.memmove(row_inputs, ctypes.addressof(inputs) + r * n_in * double_size, n_in * double_size)
-        row_outputs = ctypes.cast(out_address + r * n_out * double_size, _library.c_double_p)
-        statuses[r] = lib.gfx_tarnGenCalc(index, 1 if derivatives else 0, 0, row_inputs, row_outputs,
-                                          scratch)
-        if derivatives:
-            ctypes.memmove(ctypes.addressof(derivs) + r * n_in * n_out * double_size, scratch,
-                           n_in * n_out * double_size)
+def _evaluate_rows(index, derivatives, rows, inputs, outputs, derivs, statuses):
+    """Evaluates every row of `inputs` (rows x inputs, row-major) into
+    `outputs` (rows x outputs), `derivs` (rows x inputs x outputs, or None
+    without derivatives) and `statuses` (rows) with one call of the library's
+    batch entry point. The arrays are ctypes arrays or pointers; the library
+    leaves the inputs as they are. This is the one place that evaluates."""
+    _get().gfx_tarnGenCalcBatch(index, 1 if derivatives else 0, rows, inputs, outputs,
+                                derivs if derivatives else None, statuses)
 
 
 def evaluate(correlation, inputs, derivatives=False):
@@ -292,7 +277,7 @@ def evaluate(correlation, inputs, derivatives=False):
     array_out = (ctypes.c_double * max(n_out, 1))(*([MISSING] * n_out))
     array_d = (ctypes.c_double * max(n_in * n_out, 1))()
     statuses = (ctypes.c_int * 1)()
-    _evaluate_rows(info.index, derivatives, 1, n_in, n_out, array_in, array_out, array_d, statuses)
+    _evaluate_rows(info.index, derivatives, 1, array_in, array_out, array_d, statuses)
     if statuses[0] != 0:
         _raise(statuses[0], info.id)
     produced = _output_count(info.index, n_out)
@@ -347,32 +332,19 @@ def evaluate_many(correlation, rows, derivatives=False, on_error="raise"):
     n_in, n_out = len(info.inputs), len(info.outputs)
     numpy = _numpy_if_array(rows)
     if numpy is not None:
-        matrix = numpy.asarray(rows, dtype=float)
-        if matrix.ndim != 2 or matrix.shape[1] != n_in:
-            raise ValueError("%s takes %d inputs per row; got an array of shape %s"
-                             % (info.id, n_in, matrix.shape))
-        matrix = numpy.where(numpy.isnan(matrix), MISSING, matrix)
-        flat = [float(v) for v in matrix.ravel()]
-        count = matrix.shape[0]
-    else:
-        rows = list(rows)
-        flat = [v for row in rows for v in _input_row(info, row)]
-        count = len(rows)
+        return _evaluate_array(numpy, info, rows, derivatives, on_error)
+    rows = list(rows)
+    flat = [v for row in rows for v in _input_row(info, row)]
+    count = len(rows)
     array_in = (ctypes.c_double * max(count * n_in, 1))(*flat)
     array_out = (ctypes.c_double * max(count * n_out, 1))(*([MISSING] * (count * n_out)))
     array_d = (ctypes.c_double * max(count * n_in * n_out if derivatives else 1, 1))()
     statuses = (ctypes.c_int * max(count, 1))()
-    _evaluate_rows(info.index, derivatives, count, n_in, n_out, array_in, array_out, array_d, statuses)
+    _evaluate_rows(info.index, derivatives, count, array_in, array_out, array_d, statuses)
     produced = _output_count(info.index, n_out)
-    status_list = [statuses[r] for r in range(count)]
+    status_list = statuses[:count]
     if on_error == "raise":
-        for r, status in enumerate(status_list):
-            if status != 0:
-                try:
-                    _raise(status, "%s row %d" % (info.id, r))
-                except TarnError as error:
-                    error.row = r
-                    raise
+        _raise_first_failure(info, status_list)
     out_rows = [[_from_library(array_out[r * n_out + k]) if status_list[r] == 0 else math.nan
                  for k in range(produced)] for r in range(count)]
     deriv_rows = None
@@ -381,13 +353,55 @@ def evaluate_many(correlation, rows, derivatives=False, on_error="raise"):
         # really produced set the stride).
         deriv_rows = [[[array_d[r * n_in * n_out + j * produced + k] for k in range(produced)]
                        for j in range(n_in)] for r in range(count)]
-    if numpy is not None:
-        return Batch(info.id, info.inputs, info.outputs[:produced],
-                     numpy.array(out_rows, dtype=float).reshape(count, produced),
-                     numpy.array(status_list, dtype=int),
-                     None if deriv_rows is None
-                     else numpy.array(deriv_rows, dtype=float).reshape(count, n_in, produced))
     return Batch(info.id, info.inputs, info.outputs[:produced], out_rows, status_list, deriv_rows)
+
+
+def _raise_first_failure(info, statuses):
+    for r, status in enumerate(statuses):
+        if status != 0:
+            try:
+                _raise(status, "%s row %d" % (info.id, r))
+            except TarnError as error:
+                error.row = r
+                raise
+
+
+def _evaluate_array(numpy, info, rows, derivatives, on_error):
+    """evaluate_many on a NumPy array: the arrays go to the library as
+    pointers, and the missing value and failed rows are mapped to NaN
+    array-wide."""
+    n_in, n_out = len(info.inputs), len(info.outputs)
+    matrix = numpy.asarray(rows, dtype=numpy.float64)
+    if matrix.ndim != 2 or matrix.shape[1] != n_in:
+        raise ValueError("%s takes %d inputs per row; got an array of shape %s"
+                         % (info.id, n_in, matrix.shape))
+    missing = numpy.isnan(matrix)
+    if missing.any():
+        matrix = numpy.where(missing, MISSING, matrix)
+    matrix = numpy.ascontiguousarray(matrix)
+    count = matrix.shape[0]
+    outputs = numpy.full((count, n_out), MISSING)
+    statuses = numpy.zeros(count, dtype=numpy.intc)
+    derivs = numpy.zeros((count, n_in * n_out)) if derivatives else None
+
+    def pointer(array, kind):
+        return None if array is None else array.ctypes.data_as(kind)
+
+    _evaluate_rows(info.index, derivatives, count, pointer(matrix, _library.c_double_p),
+                   pointer(outputs, _library.c_double_p), pointer(derivs, _library.c_double_p),
+                   pointer(statuses, _library.c_int_p))
+    produced = _output_count(info.index, n_out)
+    if on_error == "raise" and statuses.any():
+        _raise_first_failure(info, statuses.tolist())
+    values = outputs[:, :produced]
+    values[values >= MISSING] = numpy.nan
+    values[statuses != 0] = numpy.nan
+    if derivs is not None:
+        # Each row's block holds n_in x produced derivatives (the outputs
+        # really produced set the stride).
+        derivs = derivs[:, :n_in * produced].reshape(count, n_in, produced)
+    return Batch(info.id, info.inputs, info.outputs[:produced], values, statuses.astype(int),
+                 derivs)
 
 
 def _numpy_if_array(rows):

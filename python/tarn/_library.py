@@ -46,6 +46,9 @@ _PROTOTYPES = {
     "gfx_tarnGenCalc": (
         ctypes.c_int,
         [ctypes.c_int, ctypes.c_int, ctypes.c_int, c_double_p, c_double_p, c_double_p]),
+    "gfx_tarnGenCalcBatch": (
+        ctypes.c_int,
+        [ctypes.c_int, ctypes.c_int, ctypes.c_int, c_double_p, c_double_p, c_double_p, c_int_p]),
     "tarn_GetActualNumberOutput": (ctypes.c_int, [ctypes.c_int]),
 }
 

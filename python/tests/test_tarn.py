@@ -72,6 +72,20 @@ def test_many_rows_lists_and_arrays():
     assert array.outputs.shape == (3, 1) and array.derivatives.shape == (3, 3, 1)
     assert array.outputs[:, 0].tolist() == [r[0] for r in batch.outputs]
     assert array.derivatives[1, 0, 0] == pytest.approx(-4.1)
+    # Fewer outputs configured than the catalogue's count: each row's
+    # derivatives are read with the configured stride, the caller's array
+    # stays as it was.
+    for name, value in (("NPTS", 2), ("P00", 200.0), ("P01", 340.0)):
+        tarn.set_parameter("EVAPORATIVE", name, value)
+    curves = numpy.array([[100, 140, 180, 220, 260, 300, 340], [90, 130, 175, 215, 255, 310, 360]],
+                         dtype=float)
+    given = curves.copy()
+    evaporated = tarn.evaluate_many("EVAPORATIVE", curves, derivatives=True)
+    assert (curves == given).all() and evaporated.derivatives.shape == (2, 7, 2)
+    for r in range(2):
+        single = tarn.evaluate("EVAPORATIVE", given[r].tolist(), derivatives=True)
+        assert evaporated.outputs[r].tolist() == list(single.outputs.values())
+        assert evaporated.derivatives[r].tolist() == single.derivatives.values
 
 
 def test_failures_become_exceptions_with_the_library_messages():
