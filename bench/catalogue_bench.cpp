@@ -1,15 +1,16 @@
 // Every built-in correlation evaluated by index (gfx_tarnGenCalc) next to the
 // direct call of the function it wraps, with and without derivatives, on the
-// inputs the dispatch tests use. Names read
-// catalogue/<family>/<id>/<values|derivatives>/<index|direct>; the counter
-// "index" orders the report's tables and "inputs" picks out the
-// single-input correlations.
+// inputs the dispatch tests use, timed in alternating blocks (paired.h).
+// Names read catalogue/<family>/<id>/<values|derivatives>; the counters
+// direct_ns, index_ns and ratio are the figures, "index" orders the report's
+// tables and "inputs" picks out the single-input correlations.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "paired.h"
 #include "support/catalogue_calls.h"
 #include "tarn/tarn.h"
 
@@ -48,16 +49,15 @@ struct Row {
   std::vector<double> given, x, out, d;
 };
 
+// One call on a row, as the timing loop makes it.
 template <class Call>
-void timeRow(benchmark::State& state, int index, Row row, Call call) {
-  for (auto _ : state) {
+auto onRow(Row& row, Call call) {
+  return [&row, call] {
     std::copy(row.given.begin(), row.given.end(), row.x.begin());
     int status = call(row.x.data(), row.out.data(), row.d.data());
     benchmark::DoNotOptimize(status);
     benchmark::ClobberMemory();
-  }
-  state.counters["index"] = index;
-  state.counters["inputs"] = static_cast<double>(row.given.size());
+  };
 }
 
 template <class Direct>
@@ -67,16 +67,17 @@ void registerRow(int index, const std::vector<double>& inputs, Direct direct) {
   for (const int flag : {0, 1}) {
     const std::string name = std::string("catalogue/") + family(index) + "/" + id + "/" +
                              (flag != 0 ? "derivatives" : "values");
-    const Row row(index, inputs);
-    benchmark::RegisterBenchmark((name + "/index").c_str(), [=](benchmark::State& state) {
-      timeRow(state, index, row, [index, flag](double* x, double* out, double* d) {
-        return gfx_tarnGenCalc(index, flag, 0, x, out, d);
-      });
-    });
-    benchmark::RegisterBenchmark((name + "/direct").c_str(), [=](benchmark::State& state) {
-      timeRow(state, index, row, [direct, flag](double* x, double* out, double* d) {
-        return direct(kDefaults, flag, x, out, d);
-      });
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+      Row viaDirect(index, inputs), viaIndex(index, inputs);
+      tarn::bench::timePaired(
+          state, "direct", onRow(viaDirect, [direct, flag](double* x, double* out, double* d) {
+            return direct(kDefaults, flag, x, out, d);
+          }),
+          "index", onRow(viaIndex, [index, flag](double* x, double* out, double* d) {
+            return gfx_tarnGenCalc(index, flag, 0, x, out, d);
+          }));
+      state.counters["index"] = index;
+      state.counters["inputs"] = static_cast<double>(inputs.size());
     });
   }
 }

@@ -1,5 +1,5 @@
-// Evaluation by index: gfx_tarnGenCalc, gfx_tarnGenCalcComplex and the
-// central switch they share.
+// Evaluation by index: gfx_tarnGenCalc, its batch form, gfx_tarnGenCalcComplex
+// and the central switch they share.
 #include "frame/dispatch.h"
 
 #include <algorithm>
