@@ -71,6 +71,60 @@ void writeT20GaussianDefaults(T20GaussianParams& g) {
   g.ratio = 0.5810337716059414;
 }
 
+// The polynomial D86/TBP conversion fits, as published magnitudes (the signs
+// of the terms are applied by the conversion code; see params.h).
+void writeDistillationMethodDefaults(ParameterBlock& b) {
+  EthylsForwardParams& ef = b.ethylsForward;
+  ef.fbpCap = 100.0;
+  ef.ibpCap = 100.0;
+  ef.gap = 0.0018;
+  assign(ef.row[0], 8.276823, 0.036756, 0.0002847396, 4.87029e-7, 3.44717e-10);  // 50 %
+  assign(ef.row[1], 1.150026, 1.838948, 0.011966, 5.69705e-5, 7.11055e-8);       // 30 -> 50
+  assign(ef.row[2], 0.753774, 2.266544, 0.020664, 0.0001202845, 2.25014e-7);     // 10 -> 30
+  assign(ef.row[3], 1.390825, 2.670939, 0.046882, 0.0006857394, 3.6831e-6);      // IBP -> 10
+  assign(ef.row[4], 1.045109, 1.641218, 0.00924479, 4.318466e-5, 4.76815e-8);    // 50 -> 70
+  assign(ef.row[5], 0.553017, 1.606578, 0.010132, 5.685363e-5, 9.21212e-8);      // 70 -> 90
+  assign(ef.row[6], 0.188129, 1.220885, 0.00251309, 3.97977e-5, 7.68519e-7);     // 90 -> FBP
+
+  EthylsReverseParams& er = b.ethylsReverse;
+  assign(er.row[0], 2.823647, 0.115675, 0.000643807, 1.14227e-6, 7.67885e-10);
+  assign(er.row[1], 0.313107, 0.416492, 0.00482198, 3.2025e-6, 4.60357e-8);
+  assign(er.row[2], 1.207502, 0.244584, 0.005890756, 1.1785e-6, 6.38411e-8);
+  assign(er.row[3], 0.097356, 0.264105, 0.007275218, 4.3202e-5, 9.90435e-8);
+  assign(er.row[4], 0.160688, 0.48625, 0.005410961, 1.42771e-5, 1.24269e-8);
+  assign(er.row[5], 1.231607, 0.476099, 0.007407557, 3.42779e-5, 3.94706e-8);
+  assign(er.row[6], 0.238281, 0.705632, 0.007788113, 8.72152e-5, 2.29106e-7);
+
+  SixOrderForwardParams& sf = b.sixOrderForward;
+  sf.fbpCap = 100.0;
+  sf.ibpCap = 150.0;
+  sf.gap = 0.0018;
+  assign(sf.point50, 24.5738, 0.277544, 0.0018795, 6.56031e-6, 1.14018e-8, 9.68698e-12,
+         3.13186e-15);
+  assign(sf.segment[0], 2.04624, 0.0225, 0.000279179, 2.31541e-6, 1.07892e-8, 1.98323e-11);
+  assign(sf.segment[1], 2.34422, 0.0241584, 0.0001896945, 8.95962e-7, 3.10959e-9, 5.53478e-12);
+  assign(sf.segment[2], 2.84582, 0.0571924, 0.00104465, 1.01842e-5, 4.9828e-8, 9.53795e-11);
+  assign(sf.segment[3], 1.79075, 0.0163738, 0.000191835, 1.54753e-6, 7.18894e-9, 1.31073e-11);
+  assign(sf.segment[4], 1.64169, 0.0145976, 0.000169881, 1.26118e-6, 5.40098e-9, 9.248e-12);
+  assign(sf.segment[5], 1.20092, 0.00661377, 0.000650227, 1.63615e-5, 1.71884e-7, 6.8672e-10);
+
+  SixOrderReverseParams& sr = b.sixOrderReverse;
+  assign(sr.row[0], 20.07479, 0.8046995, 0.00128824, 4.50624e-6, 7.75228e-9, 6.51315e-12,
+         2.08664e-15);
+  assign(sr.row[1], 0.406111, 0.00993675, 0.00021322, 3.25309e-6, 2.41937e-8, 8.2966e-11,
+         1.06763e-13);
+  assign(sr.row[2], 0.246081, 0.0183541, 0.000536556, 8.65085e-6, 6.68831e-8, 2.43369e-10,
+         3.38171e-13);
+  assign(sr.row[3], 0.251719, 0.00805896, 6.0163e-5, 2.4197e-7, 3.57557e-10, 7.5618e-13,
+         2.28664e-15);
+  assign(sr.row[4], 0.505929, 0.00765639, 0.000142754, 2.23652e-6, 1.7465e-8, 6.23097e-11,
+         8.29563e-14);
+  assign(sr.row[5], 0.627292, 0.00175175, 6.23439e-5, 8.48437e-7, 4.76086e-9, 1.48021e-11,
+         2.11613e-14);
+  assign(sr.row[6], 0.749814, 0.00527672, 2.41578e-5, 5.40199e-7, 4.73387e-9, 1.37621e-11,
+         1.33108e-14);
+}
+
 }  // namespace
 
 namespace detail {
@@ -162,6 +216,7 @@ void writeParameterDefaults(bool isReset) {
          0.91054, 0.022326, 0.000178314, 0.823553, 1.1246, 1.2413, 0.23887, 0.012675, 10.5273,
          4.245, 0.00525449, 0.0532486, 0.01709, 0.0009677, 1.95828e-5, 0.0704753, 0.549224,
          0.00961619, 0.000910603, 0.00203879);
+  writeDistillationMethodDefaults(b);
 }
 
 void writeCorrelationSettingDefaults() { params().settings = defaultCorrelationSettings(); }

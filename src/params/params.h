@@ -81,6 +81,50 @@ struct T20GaussianParams {
   double ratio;  // (p2 - p1)/(p3 - p1)
 };
 
+// ---- Polynomial D86/TBP conversion methods ---------------------------------
+// Layout shared by the ETHYLS and SIXORDER groups. Every coefficient is stored
+// as the positive magnitude printed in the published equations; the sign of
+// each term is part of the fitted model, not a tunable value, and is applied
+// by the conversion code from one sign table per method (src/distill). A
+// stored coefficient is therefore never negative.
+//
+// Rows are in the order the methods build a curve, from the 50 % point
+// outwards: row 0 the 50 % point, then the segments 30->50, 10->30, IBP->10,
+// 50->70, 70->90, 90->FBP. Within a row the numbers go by rising power of the
+// variable (the 50 % temperature, or the segment difference upper minus
+// lower point), starting with the constant term where the method has one.
+
+// ETHYLS forward fit (read by gfx_ETHYLSF and its exact inverse
+// gfx_ETHYLSR_REV): quartics with a constant, caps on the end segments.
+struct EthylsForwardParams {
+  double fbpCap;       // largest 90 -> FBP difference used (F)
+  double ibpCap;       // largest IBP -> 10 difference used (F)
+  double gap;          // minimum gap between neighbouring points (F)
+  double row[7][5];    // constant, x, x^2, x^3, x^4
+};
+
+// ETHYLS reverse fit (read by gfx_ETHYLSR): its own quartics, no caps.
+struct EthylsReverseParams {
+  double row[7][5];    // constant, x, x^2, x^3, x^4
+};
+
+// SIXORDER forward fit (read by gfx_SIXORDERF and its exact inverse
+// gfx_SIXORDERR_REV): a sextic with a constant for the 50 % point, sextics
+// without a constant for the segments.
+struct SixOrderForwardParams {
+  double fbpCap;           // largest 90 -> FBP difference used (F)
+  double ibpCap;           // largest IBP -> 10 difference used (F)
+  double gap;              // minimum gap between neighbouring points (F)
+  double point50[7];       // constant, D50 .. D50^6
+  double segment[6][6];    // difference^1 .. difference^6, segments as above
+};
+
+// SIXORDER reverse fit (read by gfx_SIXORDERR): degree 6 for the 50 % point
+// (constant first), degree 7 without a constant for the segments.
+struct SixOrderReverseParams {
+  double row[7][7];        // row 0: T50^0 .. T50^6; rows 1..6: difference^1 .. ^7
+};
+
 // Settings that only the coefficient interface reaches: unit flags, method
 // numbers, emission-model selectors and the oxygenate settings of the
 // ethanol-blend correlations. They hold their defaults from load time;
@@ -155,6 +199,12 @@ struct ParameterBlock {
   double chesapeakR[14];     // the reverse transform's set (kept, not used)
   double threeA11[15];       // seven factors a, seven exponents b, minimum gap
   double tvl2[29];
+
+  // ---- Distillation conversion methods (fixed groups, no keyword) ----------
+  EthylsForwardParams ethylsForward;      // gfx_ETHYLSF, gfx_ETHYLSR_REV
+  EthylsReverseParams ethylsReverse;      // gfx_ETHYLSR
+  SixOrderForwardParams sixOrderForward;  // gfx_SIXORDERF, gfx_SIXORDERR_REV
+  SixOrderReverseParams sixOrderReverse;  // gfx_SIXORDERR
 
   // ---- Settings reached through coefficients only --------------------------
   CorrelationSettings settings;

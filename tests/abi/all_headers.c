@@ -5,6 +5,7 @@
 #include "tarn/props.h"
 #include "tarn/emissions.h"
 #include "tarn/blending.h"
+#include "tarn/distill.h"
 
 #include <stdio.h>
 
