@@ -36,6 +36,12 @@
 #define TARN_TYPE_DISTILLATION_INDEX (-6)  /* distillation index or oxygenate correction */
 #define TARN_TYPE_INDEX_TO_PROPERTY (-5)
 #define TARN_TYPE_PROPERTY_TO_INDEX (-4)
+/* Types that no built-in correlation has, known to the evaluation entry
+ * points because user-library correlations use them (tarn/ubml.h). */
+#define TARN_TYPE_COMPLEX (-3)             /* a value chosen by property number */
+#define TARN_TYPE_PROPERTY_VALUE_ALT (-1)  /* a plain property value, like 0 */
+#define TARN_TYPE_PROPERTY_VALUE 0         /* a plain property value */
+#define TARN_TYPE_SINGLE_VALUE 1           /* one property to its index or back */
 #define TARN_TYPE_UNKNOWN (-9999)          /* written as the type of an unknown index */
 
 /* ---- Sizes -------------------------------------------------------------- */
@@ -167,6 +173,41 @@ TARN_API int TARN_CALL gfx_tarnGetCoef(int index, int k, char* name, double* val
 /* Stores value into coefficient k by its rule (above). Returns 0, also when
  * the rule stores nothing; -4 for an unknown index, -8 for a bad k. */
 TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
+
+/* ---- Evaluation by index ------------------------------------------------ */
+/* inputs hold one value per input property and outputs receive one per
+ * output property, in catalogue order. derivs receives the derivatives
+ * input-major: entry (input j, output k) at j * outputCount + k. It may be
+ * null when derivFlag is 0, except that MTMF and MTMR (8 entries) and
+ * CT10BLEND..CRVP (3 entries) write into it whatever the flag: pass an array
+ * there always (a null one is skipped). Temperatures are in the unit of the
+ * correlation's CORF. CD86ONE90BLEND, CRVP and the adapters of the emission
+ * models may rewrite inputs in place. */
+
+/* Evaluates correlation index. Returns 0, 1 when the result is the missing
+ * value 1e30, the correlation's own status where it returns one, -999 for an
+ * unknown index or a type that cannot be evaluated, -8888 when derivatives
+ * are asked without an array, -999 when inputs or outputs is null. direction
+ * is not used by the built-in correlations. */
+TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction, double* inputs,
+                                       double* outputs, double* derivs);
+
+/* As gfx_tarnGenCalc; direction and property are not used by the built-in
+ * correlations. */
+TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int direction, int property,
+                                              double* inputs, double* outputs, double* derivs);
+
+/* The number of outputs really produced by the variable-size correlations:
+ * ND86TOPERCENTOFF (41) its NPOFF, ND86FROMPERCENTOFF (42) its NTEMP (both
+ * only while NPOFF is positive) and EVAPORATIVE (53) its NPTS, each when
+ * positive. -1 otherwise and for every other index: use the catalogue's
+ * output count. */
+TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index);
+
+/* Property derivatives by property number are offered by user libraries
+ * only: does nothing and returns 0. */
+TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int index, int property, int inputCount,
+                                             double* inputs, double* derivs);
 
 /* ---- Messages and diagnostics ------------------------------------------- */
 

@@ -2,6 +2,14 @@
 #include "frame/catalogue.h"
 
 #include "common/units.h"
+#include "distill/percent_off.h"
+#include "emissions/adapters.h"
+#include "emissions/epa_adapter.h"
+#include "frame/evaluation_steps.h"
+#include "tarn/blending.h"
+#include "tarn/distill.h"
+#include "tarn/emissions.h"
+#include "tarn/props.h"
 #include "tarn/tarn.h"
 
 namespace tarn::frame {
@@ -333,71 +341,134 @@ constexpr CoefficientRun kT20GaussCoefs[] = {
 
 #undef TARN_VIEW
 
+// ---- Evaluators -------------------------------------------------------------
+// Each unpacks the catalogue's flat input array x into the argument list of
+// its correlation, passing the row's unit byte; out receives the outputs and
+// d the input-major derivatives. Steps beyond that are in evaluation_steps.
+
+#define TARN_EVALUATOR(...)                                                            \
+  []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] double* x,            \
+     [[maybe_unused]] double* out, [[maybe_unused]] int flag,                           \
+     [[maybe_unused]] double* d) -> int { __VA_ARGS__ }
+
+// One input, one output, no unit: f(x0, flag, d).
+template <double (*F)(double, int, double*)>
+constexpr Evaluator kPlain = TARN_EVALUATOR(return storeSingle(out, F(x[0], flag, d)););
+// One temperature in or out: f(unit, x0, flag, d).
+template <double (*F)(char, double, int, double*)>
+constexpr Evaluator kWithUnit =
+    TARN_EVALUATOR(return storeSingle(out, F(unitOf(row), x[0], flag, d)););
+
+// A catalogue adapter of another subsystem: adapter(x, out, flag, d).
+template <int (*Adapter)(double*, double*, int, double*)>
+constexpr Evaluator kAdapter = TARN_EVALUATOR(return Adapter(x, out, flag, d););
+
+// The percent-off conversions, with the row's method setting.
+template <int (*F)(int, int, double*, double*, char, double*)>
+constexpr Evaluator kFromPercentOff = TARN_EVALUATOR(
+    return F(params().settings.typcor[row.index], flag, x, out, unitOf(row), d););
+template <int (*F)(int, double*, double*, char, int, double*)>
+constexpr Evaluator kToPercentOff = TARN_EVALUATOR(
+    return F(params().settings.typcor[row.index], x, out, unitOf(row), flag, d););
+
+constexpr Evaluator kEvaluateTvl =
+    TARN_EVALUATOR(return storeSingle(out, gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d)););
+constexpr Evaluator kEvaluateTvl2 = TARN_EVALUATOR(
+    return storeSingle(out, gfx_TVL2(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
+// The pressure byte 'K' (75) means kPa: this row has no unit flag of its own.
+constexpr Evaluator kEvaluateVaporLock =
+    TARN_EVALUATOR(return storeSingle(out, gfx_VaporLockIndex(flag, 'K', x[0], x[1], d)););
+constexpr Evaluator kEvaluateEvaporative =
+    TARN_EVALUATOR(return gfx_Evaporative(flag, x, out, d););
+constexpr Evaluator kEvaluateT20Gauss =
+    TARN_EVALUATOR(return storeSingle(out, gfx_T20Gaussian(x[0], x[1], flag, d)););
+constexpr Evaluator kEvaluateDriveability = TARN_EVALUATOR(
+    return storeSingle(out, gfx_DriveabilityIndex(flag, unitOf(row), x[0], x[1], x[2], d)););
+constexpr Evaluator kEvaluateDriveabilityE = TARN_EVALUATOR(
+    return storeSingle(out, gfx_DriveabilityIndexE(flag, unitOf(row), x[0], x[1], x[2], d,
+                                                   params().settings.driveabilityEohvol)););
+constexpr Evaluator kEvaluateCetane2 = TARN_EVALUATOR(
+    return storeSingle(out, gfx_CetaneIndex2(flag, unitOf(row), x[0], x[1], d)););
+constexpr Evaluator kEvaluateCetane4 = TARN_EVALUATOR(
+    return storeSingle(out, gfx_CetaneIndex4(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
+constexpr Evaluator kEvaluateCetane5 = TARN_EVALUATOR(
+    return storeSingle(out, gfx_CetaneIndex5(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
+constexpr Evaluator kEvaluateCetaneImprover = TARN_EVALUATOR(
+    return storeSingle(out, gfx_CetaneImprover(flag, unitOf(row), x[0], x[1], x[2], d)););
+constexpr Evaluator kEvaluateCfppImprover = TARN_EVALUATOR(
+    return storeSingle(out, gfx_CFPPImprover(flag, unitOf(row), x[0], x[1], d)););
+constexpr Evaluator kEvaluateDon =
+    TARN_EVALUATOR(return storeSingle(out, gfx_DON(flag, x[0], x[1], d)););
+constexpr Evaluator kEvaluateE200E300 =
+    TARN_EVALUATOR(return gfx_E200E300EPA(unitOf(row), x, out, flag, d););
+
+#undef TARN_EVALUATOR
+
 // ---- The catalogue ----------------------------------------------------------
 // index, id, type, inputs, outputs, output kinds, pair, slack inputs, unit
 // source, coefficients, evaluator.
 
 constexpr CorrelationRow kCatalogue[kCatalogueSize] = {
-    {0, "TVL", kGeneral, names(kTvlIn), names(kTvl), kinds(kKind9), kNoPair, 0, 0, coefs(kTvlCoefs), nullptr},
-    {1, "TVL2", kGeneral, names(kTvl2In), names(kTvl), kinds(kKind9), kNoPair, 0, 1, coefs(kCorfOnly<1>), nullptr},
-    {2, "CARB", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 2, coefs(kCarbCoefs), nullptr},
-    {3, "CARB3", kGeneral, names(kCarb3In), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 3, coefs(kCarb3Coefs), nullptr},
-    {4, "CARB3M", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 4, coefs(kCarb3mCoefs), nullptr},
-    {5, "D86FROMPERCENTOFF", kIndexToProperty, names(kPercentOff), names(kD86Curve), kinds(kKindCurve), kNoPair, 0, 5, coefs(kPercentOffCoefs<5>), nullptr},
-    {6, "D86TOPERCENTOFF", kPropertyToIndex, names(kD86Curve), names(kPercentOff), kNoKinds, 5, 0, 6, coefs(kPercentOffCoefs<6>), nullptr},
-    {7, "EPA", kGeneral, names(kEpaIn), names(kEpaOut), kinds(kKindEmissions5), kNoPair, 0, 7, coefs(kEpaCoefs), nullptr},
-    {8, "RVP", kIndexToProperty, names(kRvpIndex), names(kRvp), kinds(kKind3), kNoPair, 0, 8, coefs(kRvpCoefs), nullptr},
-    {9, "RVPINDEX", kPropertyToIndex, names(kRvp), names(kRvpIndex), kNoKinds, 8, 0, 9, coefs(kRvpCoefs), nullptr},
-    {10, "DRIVEABILITYINDEX", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 10, coefs(kDriveabilityCoefs), nullptr},
-    {11, "DRIVEABILITYINDEXE", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 11, coefs(kDriveabilityECoefs), nullptr},
-    {12, "D86ONE10INDEX", kPropertyToIndex, names(kT10), names(kT10Index), kNoKinds, 14, 0, 12, coefs(kCorfOnly<12>), nullptr},
+    {0, "TVL", kGeneral, names(kTvlIn), names(kTvl), kinds(kKind9), kNoPair, 0, 0, coefs(kTvlCoefs), kEvaluateTvl},
+    {1, "TVL2", kGeneral, names(kTvl2In), names(kTvl), kinds(kKind9), kNoPair, 0, 1, coefs(kCorfOnly<1>), kEvaluateTvl2},
+    {2, "CARB", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 2, coefs(kCarbCoefs), kAdapter<emissions::carbCatalogueAdapter>},
+    {3, "CARB3", kGeneral, names(kCarb3In), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 3, coefs(kCarb3Coefs), kAdapter<emissions::carb3CatalogueAdapter>},
+    {4, "CARB3M", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 4, coefs(kCarb3mCoefs), kAdapter<emissions::carb3mCatalogueAdapter>},
+    {5, "D86FROMPERCENTOFF", kIndexToProperty, names(kPercentOff), names(kD86Curve), kinds(kKindCurve), kNoPair, 0, 5, coefs(kPercentOffCoefs<5>), kFromPercentOff<gfx_D86FromPercentOff>},
+    {6, "D86TOPERCENTOFF", kPropertyToIndex, names(kD86Curve), names(kPercentOff), kNoKinds, 5, 0, 6, coefs(kPercentOffCoefs<6>), kToPercentOff<gfx_D86toPercentOff>},
+    {7, "EPA", kGeneral, names(kEpaIn), names(kEpaOut), kinds(kKindEmissions5), kNoPair, 0, 7, coefs(kEpaCoefs), kAdapter<emissions::epaCatalogueAdapter>},
+    {8, "RVP", kIndexToProperty, names(kRvpIndex), names(kRvp), kinds(kKind3), kNoPair, 0, 8, coefs(kRvpCoefs), &evaluateRvp},
+    {9, "RVPINDEX", kPropertyToIndex, names(kRvp), names(kRvpIndex), kNoKinds, 8, 0, 9, coefs(kRvpCoefs), kPlain<gfx_RVPIndex>},
+    {10, "DRIVEABILITYINDEX", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 10, coefs(kDriveabilityCoefs), kEvaluateDriveability},
+    {11, "DRIVEABILITYINDEXE", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 11, coefs(kDriveabilityECoefs), kEvaluateDriveabilityE},
+    {12, "D86ONE10INDEX", kPropertyToIndex, names(kT10), names(kT10Index), kNoKinds, 14, 0, 12, coefs(kCorfOnly<12>), kWithUnit<gfx_D86one10Index>},
     // Pairs with D86ONE10BLEND rather than D86ONE90BLEND; hosts rely on this answer.
-    {13, "D86ONE90INDEX", kPropertyToIndex, names(kT90), names(kT90Index), kNoKinds, 14, 0, 13, coefs(kCorfOnly<13>), nullptr},
-    {14, "D86ONE10BLEND", kIndexToProperty, names(kT10Index), names(kT10), kinds(kKind1), kNoPair, 0, 14, coefs(kCorfOnly<14>), nullptr},
-    {15, "D86ONE90BLEND", kIndexToProperty, names(kT90Index), names(kT90), kinds(kKind2), kNoPair, 0, 15, coefs(kCorfOnly<15>), nullptr},
-    {16, "POURPOINTINDEX1", kPropertyToIndex, names(kPourPoint), names(kPourPointIndex), kNoKinds, 17, 0, 16, coefs(kCorfOnly<16>), nullptr},
+    {13, "D86ONE90INDEX", kPropertyToIndex, names(kT90), names(kT90Index), kNoKinds, 14, 0, 13, coefs(kCorfOnly<13>), kWithUnit<gfx_D86one90Index>},
+    {14, "D86ONE10BLEND", kIndexToProperty, names(kT10Index), names(kT10), kinds(kKind1), kNoPair, 0, 14, coefs(kCorfOnly<14>), kWithUnit<gfx_D86one10Blend>},
+    {15, "D86ONE90BLEND", kIndexToProperty, names(kT90Index), names(kT90), kinds(kKind2), kNoPair, 0, 15, coefs(kCorfOnly<15>), kWithUnit<gfx_D86one90Blend>},
+    {16, "POURPOINTINDEX1", kPropertyToIndex, names(kPourPoint), names(kPourPointIndex), kNoKinds, 17, 0, 16, coefs(kCorfOnly<16>), kWithUnit<gfx_PourPointIndex1>},
     // Evaluated in the unit of POURPOINTINDEX1, whatever its own CORF says (intended).
-    {17, "POURPOINT1", kIndexToProperty, names(kPourPointIndex), names(kPourPoint), kinds(kKind4), kNoPair, 0, 16, coefs(kCorfOnly<17>), nullptr},
-    {18, "VISCOSITYINDEX1", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 19, 0, 18, kNoCoefs, nullptr},
-    {19, "VISCOSITY1", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 19, kNoCoefs, nullptr},
-    {20, "VISCOSITYINDEX2", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 21, 0, 20, kNoCoefs, nullptr},
-    {21, "VISCOSITY2", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 21, kNoCoefs, nullptr},
-    {22, "VISCOSITYINDEX3", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 23, 0, 22, kNoCoefs, nullptr},
-    {23, "VISCOSITY3", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 23, kNoCoefs, nullptr},
-    {24, "CETANEINDEX2", kGeneral, names(kCetane2In), names(kCetane), kinds(kKind7), kNoPair, 0, 24, coefs(kCorfOnly<24>), nullptr},
-    {25, "CETANEINDEX4", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 25, coefs(kCorfOnly<25>), nullptr},
-    {26, "CETANEINDEX5", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 26, coefs(kCorfOnly<26>), nullptr},
-    {27, "CETANEIMPROVER", kGeneral, names(kCetaneImproverIn), names(kCetaneImprover), kinds(kKind8), kNoPair, 0, 27, coefs(kCetaneImproverCoefs), nullptr},
-    {28, "CFPPIMPROVER", kGeneral, names(kCfppImproverIn), names(kCfppImprover), kinds(kKind10), kNoPair, 0, 28, coefs(kCfppImproverCoefs), nullptr},
-    {29, "CLOUDPOINTINDEX1", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 30, 0, 29, coefs(kCorfOnly<29>), nullptr},
-    {30, "CLOUDPOINT1", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 30, coefs(kCorfOnly<30>), nullptr},
-    {31, "CLOUDPOINTINDEX3", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 32, 0, 31, coefs(kCorfOnly<31>), nullptr},
-    {32, "CLOUDPOINT3", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 32, coefs(kCorfOnly<32>), nullptr},
-    {33, "FLASHPOINTINDEX1", kPropertyToIndex, names(kFlashPoint), names(kFlashPointIndex), kNoKinds, 34, 0, 33, coefs(kCorfOnly<33>), nullptr},
-    {34, "FLASHPOINT1", kIndexToProperty, names(kFlashPointIndex), names(kFlashPoint), kinds(kKind12), kNoPair, 0, 34, coefs(kCorfOnly<34>), nullptr},
-    {35, "T10INDEX", kDistillationIndex, names(kT10T50T90), names(kT10Blend), kNoKinds, kNoPair, 0, 35, coefs(kT10IndexCoefs), nullptr},
-    {36, "T50INDEX", kDistillationIndex, names(kT10T50T90), names(kT50Blend), kNoKinds, kNoPair, 0, 36, coefs(kT50IndexCoefs), nullptr},
-    {37, "T90INDEX", kDistillationIndex, names(kT10T50T90), names(kT90Blend), kNoKinds, kNoPair, 0, 37, coefs(kT90IndexCoefs), nullptr},
-    {38, "DON", kGeneral, names(kOctanes), names(kDon), kinds(kKindDon), kNoPair, 0, 38, kNoCoefs, nullptr},
-    {39, "MTMF", kPropertyToIndex, names(kMtmfIn), names(kTransformedOctanes), kNoKinds, 40, 0, 39, coefs(kMtmCoefs), nullptr},
-    {40, "MTMR", kIndexToProperty, names(kMtmrIn), names(kOctanes), kinds(kKindOctanes), kNoPair, 0, 40, coefs(kMtmCoefs), nullptr},
-    {41, "ND86TOPERCENTOFF", kPropertyToIndex, names(kPercentPoints), names(kTemperaturePoints), kNoKinds, 42, 0, 41, coefs(kNd86Coefs<41>), nullptr},
-    {42, "ND86FROMPERCENTOFF", kIndexToProperty, names(kTemperaturePoints), names(kPercentPoints), kinds(kKindPercentPoints), kNoPair, 0, 42, coefs(kNd86Coefs<42>), nullptr},
-    {43, "CARBOB", kGeneral, names(kCarbobIn), names(kRvpT50T90), kinds(kKindRvpT50T90), kNoPair, 0, 43, coefs(kCarbobCoefs), nullptr},
-    {44, "CT10BLEND", kDistillationIndex, names(kCt10In), names(kObsT10), kinds(kKind1), kNoPair, 0, 44, kNoCoefs, nullptr},
-    {45, "CT50BLEND", kDistillationIndex, names(kCt50In), names(kObsT50), kinds(kKind2), kNoPair, 0, 45, kNoCoefs, nullptr},
-    {46, "CT90BLEND", kDistillationIndex, names(kCt90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 46, kNoCoefs, nullptr},
+    {17, "POURPOINT1", kIndexToProperty, names(kPourPointIndex), names(kPourPoint), kinds(kKind4), kNoPair, 0, 16, coefs(kCorfOnly<17>), kWithUnit<gfx_PourPoint1>},
+    {18, "VISCOSITYINDEX1", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 19, 0, 18, kNoCoefs, kPlain<gfx_ViscosityIndex1>},
+    {19, "VISCOSITY1", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 19, kNoCoefs, kPlain<gfx_Viscosity1>},
+    {20, "VISCOSITYINDEX2", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 21, 0, 20, kNoCoefs, kPlain<gfx_ViscosityIndex2>},
+    {21, "VISCOSITY2", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 21, kNoCoefs, kPlain<gfx_Viscosity2>},
+    {22, "VISCOSITYINDEX3", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 23, 0, 22, kNoCoefs, kPlain<gfx_ViscosityIndex3>},
+    {23, "VISCOSITY3", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 23, kNoCoefs, kPlain<gfx_Viscosity3>},
+    {24, "CETANEINDEX2", kGeneral, names(kCetane2In), names(kCetane), kinds(kKind7), kNoPair, 0, 24, coefs(kCorfOnly<24>), kEvaluateCetane2},
+    {25, "CETANEINDEX4", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 25, coefs(kCorfOnly<25>), kEvaluateCetane4},
+    {26, "CETANEINDEX5", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 26, coefs(kCorfOnly<26>), kEvaluateCetane5},
+    {27, "CETANEIMPROVER", kGeneral, names(kCetaneImproverIn), names(kCetaneImprover), kinds(kKind8), kNoPair, 0, 27, coefs(kCetaneImproverCoefs), kEvaluateCetaneImprover},
+    {28, "CFPPIMPROVER", kGeneral, names(kCfppImproverIn), names(kCfppImprover), kinds(kKind10), kNoPair, 0, 28, coefs(kCfppImproverCoefs), kEvaluateCfppImprover},
+    {29, "CLOUDPOINTINDEX1", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 30, 0, 29, coefs(kCorfOnly<29>), kWithUnit<gfx_CloudPointIndex1>},
+    {30, "CLOUDPOINT1", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 30, coefs(kCorfOnly<30>), kWithUnit<gfx_CloudPoint1>},
+    {31, "CLOUDPOINTINDEX3", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 32, 0, 31, coefs(kCorfOnly<31>), kWithUnit<gfx_CloudPointIndex3>},
+    {32, "CLOUDPOINT3", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 32, coefs(kCorfOnly<32>), kWithUnit<gfx_CloudPoint3>},
+    {33, "FLASHPOINTINDEX1", kPropertyToIndex, names(kFlashPoint), names(kFlashPointIndex), kNoKinds, 34, 0, 33, coefs(kCorfOnly<33>), kWithUnit<gfx_FlashPointIndex1>},
+    {34, "FLASHPOINT1", kIndexToProperty, names(kFlashPointIndex), names(kFlashPoint), kinds(kKind12), kNoPair, 0, 34, coefs(kCorfOnly<34>), kWithUnit<gfx_FlashPoint1>},
+    {35, "T10INDEX", kDistillationIndex, names(kT10T50T90), names(kT10Blend), kNoKinds, kNoPair, 0, 35, coefs(kT10IndexCoefs), &evaluateThreePointIndex<0>},
+    {36, "T50INDEX", kDistillationIndex, names(kT10T50T90), names(kT50Blend), kNoKinds, kNoPair, 0, 36, coefs(kT50IndexCoefs), &evaluateThreePointIndex<1>},
+    {37, "T90INDEX", kDistillationIndex, names(kT10T50T90), names(kT90Blend), kNoKinds, kNoPair, 0, 37, coefs(kT90IndexCoefs), &evaluateThreePointIndex<2>},
+    {38, "DON", kGeneral, names(kOctanes), names(kDon), kinds(kKindDon), kNoPair, 0, 38, kNoCoefs, kEvaluateDon},
+    {39, "MTMF", kPropertyToIndex, names(kMtmfIn), names(kTransformedOctanes), kNoKinds, 40, 0, 39, coefs(kMtmCoefs), &evaluateMtmf},
+    {40, "MTMR", kIndexToProperty, names(kMtmrIn), names(kOctanes), kinds(kKindOctanes), kNoPair, 0, 40, coefs(kMtmCoefs), &evaluateMtmr},
+    {41, "ND86TOPERCENTOFF", kPropertyToIndex, names(kPercentPoints), names(kTemperaturePoints), kNoKinds, 42, 0, 41, coefs(kNd86Coefs<41>), kToPercentOff<gfx_ND86toPercentOff>},
+    {42, "ND86FROMPERCENTOFF", kIndexToProperty, names(kTemperaturePoints), names(kPercentPoints), kinds(kKindPercentPoints), kNoPair, 0, 42, coefs(kNd86Coefs<42>), kFromPercentOff<gfx_ND86FromPercentOff>},
+    {43, "CARBOB", kGeneral, names(kCarbobIn), names(kRvpT50T90), kinds(kKindRvpT50T90), kNoPair, 0, 43, coefs(kCarbobCoefs), &evaluateCarbob},
+    {44, "CT10BLEND", kDistillationIndex, names(kCt10In), names(kObsT10), kinds(kKind1), kNoPair, 0, 44, kNoCoefs, &evaluateOxygenateFreePoint},
+    {45, "CT50BLEND", kDistillationIndex, names(kCt50In), names(kObsT50), kinds(kKind2), kNoPair, 0, 45, kNoCoefs, &evaluateOxygenateFreePoint},
+    {46, "CT90BLEND", kDistillationIndex, names(kCt90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 46, kNoCoefs, &evaluateOxygenateFreePoint},
     // Evaluated in the unit of D86ONE90BLEND (intended: it has no flag of its own).
-    {47, "CD86ONE90BLEND", kIndexToProperty, names(kCd86One90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 15, kNoCoefs, nullptr},
-    {48, "CRVP", kIndexToProperty, names(kCrvpIn), names(kObsRvp), kinds(kKind3), kNoPair, 0, 48, kNoCoefs, nullptr},
-    {49, "CD86FROMPERCENTOFF", kIndexToProperty, names(kCd86In), names(kObsCurve), kinds(kKindCurve), kNoPair, 0, 49, kNoCoefs, nullptr},
-    {50, "CARBOB2", kGeneral, names(kCarbob2In), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 7, 50, coefs(kCarbob2Coefs), nullptr},
-    {51, "CARBOB3", kGeneral, names(kBlendstockIn), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 0, 51, coefs(kCarbob3Coefs), nullptr},
-    {52, "VAPORLOCKINDEX", kGeneral, names(kVaporLockIn), names(kVaporLock), kinds(kKind20), kNoPair, 0, 52, coefs(kVaporLockCoefs), nullptr},
-    {53, "EVAPORATIVE", kGeneral, names(kD86Curve), names(kEvaporativeOut), kinds(kKindEvaporative), kNoPair, 0, 53, coefs(kEvaporativeCoefs), nullptr},
-    {54, "E200E300EPA", kGeneral, names(kT50T90), names(kE200E300), kinds(kKindE200E300), kNoPair, 0, 54, coefs(kE200E300Coefs), nullptr},
-    {55, "RBOB", kGeneral, names(kBlendstockIn), names(kRbobOut), kinds(kKindRbob), kNoPair, 0, 55, coefs(kRbobCoefs), nullptr},
-    {56, "T20GAUSS", kGeneral, names(kT10T30), names(kT20), kinds(kKind1), kNoPair, 0, 56, coefs(kT20GaussCoefs), nullptr},
+    {47, "CD86ONE90BLEND", kIndexToProperty, names(kCd86One90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 15, kNoCoefs, &evaluateOxygenateFreeT90},
+    {48, "CRVP", kIndexToProperty, names(kCrvpIn), names(kObsRvp), kinds(kKind3), kNoPair, 0, 48, kNoCoefs, &evaluateOxygenateFreeRvp},
+    {49, "CD86FROMPERCENTOFF", kIndexToProperty, names(kCd86In), names(kObsCurve), kinds(kKindCurve), kNoPair, 0, 49, kNoCoefs, kAdapter<distill::d86FromPercentOffWithoutOxygenate>},
+    {50, "CARBOB2", kGeneral, names(kCarbob2In), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 7, 50, coefs(kCarbob2Coefs), kAdapter<emissions::carbob2CatalogueAdapter>},
+    {51, "CARBOB3", kGeneral, names(kBlendstockIn), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 0, 51, coefs(kCarbob3Coefs), &evaluateCarbob3},
+    {52, "VAPORLOCKINDEX", kGeneral, names(kVaporLockIn), names(kVaporLock), kinds(kKind20), kNoPair, 0, 52, coefs(kVaporLockCoefs), kEvaluateVaporLock},
+    {53, "EVAPORATIVE", kGeneral, names(kD86Curve), names(kEvaporativeOut), kinds(kKindEvaporative), kNoPair, 0, 53, coefs(kEvaporativeCoefs), kEvaluateEvaporative},
+    {54, "E200E300EPA", kGeneral, names(kT50T90), names(kE200E300), kinds(kKindE200E300), kNoPair, 0, 54, coefs(kE200E300Coefs), kEvaluateE200E300},
+    {55, "RBOB", kGeneral, names(kBlendstockIn), names(kRbobOut), kinds(kKindRbob), kNoPair, 0, 55, coefs(kRbobCoefs), &evaluateRbob},
+    {56, "T20GAUSS", kGeneral, names(kT10T30), names(kT20), kinds(kKind1), kNoPair, 0, 56, coefs(kT20GaussCoefs), kEvaluateT20Gauss},
 };
 
 constexpr LibraryProperty kLibraryProperties[kLibraryPropertyCount] = {

@@ -78,7 +78,7 @@ struct CorrelationRow {
   int slackCount;  // trailing inputs that are slack values
   int unitSource;  // the correlation whose CORF gives this one's temperature unit
   CoefficientList coefficients;
-  Evaluator evaluate;  // null until evaluation by index provides it
+  Evaluator evaluate;  // unpacks the inputs and calls the correlation
 };
 
 // The whole catalogue, indexed by correlation number.

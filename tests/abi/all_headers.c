@@ -6,6 +6,8 @@
 #include "tarn/emissions.h"
 #include "tarn/blending.h"
 #include "tarn/distill.h"
+#include "tarn/bml.h"
+#include "tarn/ubml.h"
 
 #include <stdio.h>
 
@@ -22,9 +24,16 @@ int main(void) {
   int found = gfx_tarnGetCorrelationId(9, id) == TARN_STATUS_OK &&
               gfx_tarnGetIndexPair(9, &pair) == TARN_STATUS_OK && pair == 8 &&
               gfx_tarnGetErrorMsg(TARN_STATUS_BAD_CORRELATION, message) == TARN_STATUS_OK;
+  int combined = 0, userCount = 0;
+  double rvp[1] = {8.0}, rvpIndex[1] = {0.0};
+  int routed = gfx_bmlGetCorrelationCount(&combined) == TARN_STATUS_OK &&
+               combined == TARN_CORRELATION_COUNT &&
+               gfx_ubmlGetCorrelationCount(&userCount) == UBML_STATUS_NOT_BOUND &&
+               gfx_bmlGenCalc(9, 0, 0, 0.0, rvp, rvpIndex, NULL) == TARN_STATUS_OK &&
+               rvpIndex[0] == index;
   gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }
