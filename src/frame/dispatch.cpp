@@ -3,13 +3,77 @@
 #include "frame/dispatch.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "common/guard.h"
+#include "common/missing.h"
 #include "common/scratch.h"
 #include "frame/catalogue.h"
+#include "frame/evaluation_steps.h"
 #include "tarn/tarn.h"
 
 using tarn::frame::CorrelationRow;
+
+namespace {
+
+// The largest number of outputs and of derivatives of a catalogue row
+// (ND86TOPERCENTOFF: 25 outputs, 13 x 25 derivatives).
+constexpr std::size_t kMostOutputs = 25;
+constexpr std::size_t kMostDerivatives = 13 * 25;
+
+bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+// T10INDEX, T50INDEX and T90INDEX report an undefined index of NaN as
+// computed (intended).
+bool reportsNaNAsComputed(const CorrelationRow& row) {
+  using tarn::frame::evaluateThreePointIndex;
+  return row.evaluate == &evaluateThreePointIndex<0> || row.evaluate == &evaluateThreePointIndex<1> ||
+         row.evaluate == &evaluateThreePointIndex<2>;
+}
+
+// Evaluates a row so that NaN never comes out of inputs that are all
+// numbers: an infinite or huge input, or an overflow inside a model, gives a
+// result that is undefined, reported as such (the missing value in each
+// output that is NaN, 0 for a NaN derivative, status 1 where the row said
+// 0). Only elements the row wrote are examined; what it left as the caller
+// had it is not a result. Derivatives are examined only when asked for,
+// since only then does the caller's array have the catalogue's size.
+int evaluateWithoutNaN(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                       double* derivs) {
+  const std::size_t inputCount = static_cast<std::size_t>(row.inputs.count);
+  const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
+  bool anyNaNInput = false;
+  for (std::size_t j = 0; j < inputCount; ++j) anyNaNInput = anyNaNInput || std::isnan(inputs[j]);
+  const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
+  if (anyNaNInput || reportsNaNAsComputed(row) || outputCount > kMostOutputs ||
+      derivCount > kMostDerivatives) {
+    return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  }
+
+  double outputsBefore[kMostOutputs];
+  double derivsBefore[kMostDerivatives];
+  std::memcpy(outputsBefore, outputs, outputCount * sizeof(double));
+  if (derivCount > 0) std::memcpy(derivsBefore, derivs, derivCount * sizeof(double));
+
+  int status = row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  bool undefined = false;
+  for (std::size_t k = 0; k < outputCount; ++k) {
+    if (std::isnan(outputs[k]) && !sameBits(outputs[k], outputsBefore[k])) {
+      outputs[k] = tarn::kMissing;
+      undefined = true;
+    }
+  }
+  for (std::size_t i = 0; i < derivCount; ++i) {
+    if (std::isnan(derivs[i]) && !sameBits(derivs[i], derivsBefore[i])) {
+      derivs[i] = 0.0;
+      undefined = true;
+    }
+  }
+  if (undefined && status == TARN_STATUS_OK) status = TARN_STATUS_UNDEFINED;
+  return status;
+}
+
+}  // namespace
 
 int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
                          double* derivs) {
@@ -21,7 +85,7 @@ int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFl
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
   const CorrelationRow& row = tarn::frame::catalogue()[index];
   if (row.evaluate == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  return evaluateWithoutNaN(row, inputs, outputs, derivFlag, derivs);
 }
 
 namespace tarn::frame {
