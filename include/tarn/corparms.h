@@ -11,6 +11,10 @@
 
 #include "tarn/export.h"
 
+/* Caller buffers of gfx_getCorParmsKeywords hold at least this many chars
+ * (terminator included). */
+#define TARN_KEYWORD_SIZE 20
+
 TARN_EXTERN_C_BEGIN
 
 /* Stores value into the field named by (correlation, parameter).
@@ -36,6 +40,20 @@ TARN_API int TARN_CALL gfx_setCorParms(const char* correlation, const char* para
  * unknown. TARN ChangeData reads 1.0 (on) or -1.0 (off); TARN CARB_CORF reads
  * -1.0 for 'C' and 1.0 otherwise; integer fields read as doubles. */
 TARN_API double TARN_CALL gfx_getCorParms(const char* correlation, const char* parameter);
+
+/* Writes the number of parameters reachable by keyword (one per field; a
+ * group known under two correlation keywords counts once). Returns 0; a null
+ * pointer writes nothing. */
+TARN_API int TARN_CALL gfx_getCorParmsCount(int* count);
+
+/* Writes the keywords of parameter k (0 <= k < count), in the order in which
+ * gfx_setCorParms tries them: the correlation keyword (upper case), the
+ * group's second correlation keyword or "" when it has none, and the
+ * parameter keyword ("*" for REIDVAPORPRESSURE, which takes any text).
+ * Buffers of TARN_KEYWORD_SIZE chars; a null pointer is skipped. Returns 0,
+ * or 1 with nothing written for k outside 0..count-1. */
+TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias,
+                                               char* parameter);
 
 /* Converts the ten percent-off temperature points (D86FROMPERCENTOFF P1..P10)
  * in place from degrees F to degrees C. Not idempotent: a second call converts

@@ -255,3 +255,30 @@ extern "C" TARN_API double TARN_CALL gfx_getCorParms(const char* correlation, co
   if (found.entry == nullptr) return tarn::kMissing;
   return read(*found.entry, found.field);
 }
+
+extern "C" TARN_API int TARN_CALL gfx_getCorParmsCount(int* count) {
+  int total = 0;
+  for (std::size_t i = 0; i < tableSize(); ++i) total += kTable[i].count == 0 ? 1 : kTable[i].count;
+  if (count != nullptr) *count = total;
+  return 0;
+}
+
+extern "C" TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias,
+                                                          char* parameter) {
+  if (k < 0) return 1;
+  for (std::size_t i = 0; i < tableSize(); ++i) {
+    const Entry& entry = kTable[i];
+    const int size = entry.count == 0 ? 1 : entry.count;
+    if (k >= size) {
+      k -= size;
+      continue;
+    }
+    if (correlation != nullptr) std::snprintf(correlation, TARN_KEYWORD_SIZE, "%s", entry.group);
+    if (alias != nullptr) {
+      std::snprintf(alias, TARN_KEYWORD_SIZE, "%s", entry.alias != nullptr ? entry.alias : "");
+    }
+    if (parameter != nullptr) parameterName(entry, k, parameter, TARN_KEYWORD_SIZE);
+    return 0;
+  }
+  return 1;
+}

@@ -26,26 +26,30 @@ Vector healy(const Vector& v, bool renormalise, Vector* d = nullptr) {
   for (double f : in[0]) sum += f;
   if (renormalise) for (double& f : in[0]) f /= sum;
   if (d) d->assign(10 * n, 0.0);
-  EXPECT_EQ(gfx_Healy(d != nullptr, in[0].data(), n, in[1].data(), in[2].data(), in[3].data(),
-                      in[4].data(), out.data(), d ? d->data() : nullptr), 0);
+  EXPECT_EQ(gfx_Healy(d != nullptr, in[0].data(), n, in[1].data(), in[2].data(), in[3].data(), in[4].data(),
+                      out.data(), d ? d->data() : nullptr), 0);
   return out;
 }
 
-TEST_F(HealyTest, WorkedBlends) {
-  // One component: every covariance and spread vanishes.
-  EXPECT_EQ(healy({1, 95, 85, 12, 30}, false), (Vector{95, 85}));
-  // Sensitivity 10 on both sides: sum xSR = 950 = sum xS * sum xR, no correction.
-  EXPECT_NEAR(healy({0.5, 100, 90, 5, 20, 0.5, 90, 80, 5, 20}, false)[0], 95, 1e-12);
+TEST_F(HealyTest, WorkedBlendsAndSlopes) {
+  EXPECT_EQ(healy({1, 95, 85, 12, 30}, false), (Vector{95, 85}));  // nothing to correct
   // x = (0.5, 0.3, 0.2), RON (98, 92, 85), MON (88, 84, 80), sensitivities (10, 8, 5):
-  //   sum xR = 49 + 27.6 + 17 = 93.6, sum xM = 44 + 25.2 + 16 = 85.2, sum xS = 8.4
-  //   sum xSR = 490 + 220.8 + 85 = 795.8, sum xSM = 440 + 201.6 + 80 = 721.6
+  //   sum xR = 93.6, sum xM = 85.2, sum xS = 8.4, sum xSR = 795.8, sum xSM = 721.6
   //   olefins (10, 20, 0): sum xO = 11, sum xO^2 = 170, spread 49
   //   aromatics (30, 20, 10): sum xA = 23, sum xA^2 = 590, spread 61
   //   RON = 93.6 + 0.05411*(795.8 - 786.24) + 0.00098*49 - 0.00074*61 = 94.1201716
   //   MON = 85.2 + 0.03908*(721.6 - 715.68) - 0.00703*61^2*0.0001 = 85.428737737
-  const Vector out = healy({0.5, 98, 88, 10, 30, 0.3, 92, 84, 20, 20, 0.2, 85, 80, 0, 10}, false);
+  const Vector v = {0.5, 98, 88, 10, 30, 0.3, 92, 84, 20, 20, 0.2, 85, 80, 0, 10};
+  Vector d;
+  const Vector out = healy(v, false, &d);
   EXPECT_NEAR(out[0], 94.1201716, 1e-9);
   EXPECT_NEAR(out[1], 85.428737737, 1e-9);
+  // Fraction slopes keep the sum at one, so they are those of the blend of
+  // renormalised fractions, not of one fraction moving alone.
+  auto renormalised = [](const Vector& w) { return healy(w, true); };
+  tarn::testing::expectJacobianNear(d, tarn::testing::centralJacobian(renormalised, v, 2), 2);
+  auto asGiven = [](const Vector& w) { return healy(w, false); };
+  EXPECT_FALSE(tarn::testing::derivativeNear(d[0], tarn::testing::centralJacobian(asGiven, v, 2)[0]));
 }
 
 TEST_F(HealyTest, FractionsOffOneAreRepairedOrRefused) {
@@ -53,7 +57,7 @@ TEST_F(HealyTest, FractionsOffOneAreRepairedOrRefused) {
   double x[] = {2, 2}, out[2], d[20], modeTwo[20], none[20] = {};
   ASSERT_EQ(gfx_Healy(1, x, 2, ron, mon, ole, aro, out, d), 0);
   EXPECT_EQ(x[0], 0.5);  // normalised in the caller's array
-  EXPECT_NEAR(out[0], 95, 1e-12);
+  EXPECT_NEAR(out[0], 95, 1e-12);  // sensitivity 10 on both sides: no correction
   // Modes 1 and 2 give the same slopes; any other mode writes none.
   gfx_Healy(2, x, 2, ron, mon, ole, aro, out, modeTwo);
   gfx_Healy(3, x, 2, ron, mon, ole, aro, out, none);
@@ -62,31 +66,17 @@ TEST_F(HealyTest, FractionsOffOneAreRepairedOrRefused) {
   // Inside the window fractions are used as given, so a lone component shows
   // spreads: sum xR = 99.95, sum xS = 9.995, sum xSR = 999.5, olefin spread
   // 24.9875 - 4.9975^2, aromatic spread 399.8 - 19.99^2.
-  double nearOne[] = {0.9995, 0};
+  double nearOne[] = {0.9995, 0}, empty[] = {0, 0};
   ASSERT_EQ(gfx_Healy(0, nearOne, 2, ron, mon, ole, aro, out, nullptr), 0);
   EXPECT_NEAR(out[0], 99.95 + 0.05411 * 0.49975 + 0.00098 * 0.01249375 - 0.00074 * 0.1999, 1e-12);
-  double empty[] = {0, 0};
   EXPECT_EQ(gfx_Healy(1, empty, 2, ron, mon, ole, aro, out, d), 2);
-  // With ChangeData on, fractions off one are refused and nothing is written.
+  // Intended: with ChangeData on, fractions off one are refused, nothing written.
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1), 0);
   x[0] = x[1] = 2;
   out[0] = -1;
   EXPECT_EQ(gfx_Healy(1, x, 2, ron, mon, ole, aro, out, d), 2);
   EXPECT_EQ(x[0], 2);
   EXPECT_EQ(out[0], -1);
-}
-
-TEST_F(HealyTest, SlopesMatchCentralDifferences) {
-  const Vector v = {0.45, 98, 87, 12, 35, 0.35, 91.5, 83, 25, 18, 0.2, 86, 81, 2, 8};
-  Vector d;
-  healy(v, false, &d);
-  // Fraction slopes keep the sum at one, so they are those of the blend of
-  // renormalised fractions; the composition slopes are plain partials.
-  auto renormalised = [](const Vector& w) { return healy(w, true); };
-  tarn::testing::expectJacobianNear(d, tarn::testing::centralJacobian(renormalised, v, 2), 2);
-  // They are not the slopes of moving one fraction alone inside the window.
-  auto asGiven = [](const Vector& w) { return healy(w, false); };
-  EXPECT_FALSE(tarn::testing::derivativeNear(d[0], tarn::testing::centralJacobian(asGiven, v, 2)[0]));
 }
 
 }  // namespace

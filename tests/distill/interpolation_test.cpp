@@ -15,41 +15,40 @@ namespace {
 
 class InterpolationTest : public tarn::testing::LibraryTest {};
 
-TEST(Interpolate, LineAndStepAndHeldExtrapolation) {
-  EXPECT_DOUBLE_EQ(gfx_Interpolate(10, 20, 100, 200, 12.5), 125.0);
+TEST(Interpolate, LinesStepsAndHeldExtrapolationAndQuadraticInversion) {
   EXPECT_DOUBLE_EQ(gfx_Interpolate(10, 20, 100, 200, 30), 300.0);  // not held
   // Equal abscissae: a step, y0 below x0 and y1 at or above it.
   EXPECT_EQ(gfx_Interpolate(10, 10, 1, 2, 9.99), 1.0);
   EXPECT_EQ(gfx_Interpolate(10, 10, 1, 2, 10), 2.0);
-  EXPECT_EQ(gfx_Interpolate(10, 10, 1, 2, 11), 2.0);
-
   EXPECT_DOUBLE_EQ(gfx_Extrapolate(10, 20, 100, 200, 0, 1000, 30), 300.0);
   EXPECT_EQ(gfx_Extrapolate(10, 20, 100, 200, 0, 250, 30), 250.0);
   EXPECT_EQ(gfx_Extrapolate(10, 20, 100, 200, 50, 250, 0), 50.0);
+
+  using tarn::distill::InvertQuadratic3Pt;
+  const double T[3] = {100, 140, 180};
+  auto pq = [](double t) { return 0.002 * t * t - 0.3 * t + 20.0; };
+  const double p[3] = {pq(100), pq(140), pq(180)}, line[3] = {10, 30, 50}, level[3] = {30, 30, 30};
+  EXPECT_NEAR(InvertQuadratic3Pt(p, T, pq(150)), 150.0, 1e-9);
+  EXPECT_NEAR(InvertQuadratic3Pt(line, T, 40), 160.0, 1e-9);  // percent = 0.5 T - 40
+  EXPECT_EQ(InvertQuadratic3Pt(level, T, 40), 140.0);
 }
 
 TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
   const double curve[7] = {100, 120, 160, 200, 240, 300, 380};
-  // Temperature -> percent.
+  // Temperature -> percent, the extension held at 0 and 100.
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 180), 40.0);
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 100), 0.0);
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 380), 100.0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 340), 95.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 1, 20), 0.0);     // extension held at 0
-  EXPECT_EQ(gfx_DistillCurve(curve, 1, 500), 100.0);  // and at 100
+  EXPECT_EQ(gfx_DistillCurve(curve, 1, 20), 0.0);
+  EXPECT_EQ(gfx_DistillCurve(curve, 1, 500), 100.0);
   // Percent -> temperature: no extension beyond the ends.
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 2, 40), 180.0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 0, 95), 340.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 2, 100), 380.0);
   EXPECT_EQ(gfx_DistillCurve(curve, 2, 150), 380.0);
   EXPECT_EQ(gfx_DistillCurve(curve, 2, -5), 100.0);
-
-  // The grid ends are read at every call: with the IBP at 5 % the first
-  // segment's extension below the IBP stays positive.
+  // With the IBP at 5 % the first segment's extension below the IBP stays positive.
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "MnVolIBP", 5.0), 0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 96), 4.0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 2, 7.5), 110.0);
-
   // Equal neighbours make the curve unusable in both directions.
   const double flat[7] = {100, 120, 120, 200, 240, 300, 380};
   EXPECT_EQ(gfx_DistillCurve(flat, 1, 150), 1e30);
@@ -57,33 +56,26 @@ TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
   EXPECT_EQ(gfx_DistillCurve(nullptr, 1, 150), 1e30);
 }
 
-// A curve that follows T(p) = anchor + a (p - 1) + b log10(p) exactly, with p
-// counted from the anchor end, is reproduced by the estimate.
-double model(double anchor, double a, double b, double p) {
-  return anchor + a * (p - 1.0) + b * std::log10(p);
-}
+// T(p) = anchor + a (p - 1) + b log10(p), p counted from the anchor end.
+double model(double anchor, double a, double b, double p) { return anchor + a * (p - 1.0) + b * std::log10(p); }
 
 TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) {
   // Lower half anchored at the IBP (a = 0.5, b = 40), upper half at the FBP
-  // with percent counted down from 100 (a = -0.5, b = -40). Widened from five
-  // points in place, then completed.
+  // with percent counted down from 100 (a = -0.5, b = -40). Two five-point
+  // curves widened in place, then completed.
   std::vector<double> buffer = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300,
                                 90, 130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
   buffer.resize(14, -1.0);
   gfx_D86Expand5Pt(2, buffer.data(), nullptr);
   EXPECT_EQ(buffer[2], 1e30);
-  EXPECT_EQ(buffer[11], 1e30);
   EXPECT_EQ(buffer[13], 300.0);
   EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data()), 0);
   EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data() + 7), 0);
   EXPECT_NEAR(buffer[2], model(100, 0.5, 40, 30), 1e-9);
   EXPECT_NEAR(buffer[11], model(300, -0.5, -40, 30), 1e-9);
-  for (int k = 1; k < 7; ++k) EXPECT_LT(buffer[k - 1], buffer[k]);
-
-  // The five-point form gives the same estimates.
   const double five[5] = {100, buffer[1], buffer[3], 260, 300};
   double t30 = 0, t70 = 0;
-  EXPECT_EQ(gfx_TBPLogInterpolate(five, &t30, &t70), 0);
+  EXPECT_EQ(gfx_TBPLogInterpolate(five, &t30, &t70), 0);  // the same estimates
   EXPECT_NEAR(t30, buffer[2], 1e-9);
   EXPECT_NEAR(t70, buffer[4], 1e-9);
 
@@ -94,58 +86,27 @@ TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) 
   gfx_TBPLogInterpolate2(steep);
   EXPECT_EQ(steep[2], 255.0);
   EXPECT_EQ(steep[4], 265.0);
-  const double steepFive[5] = {100, 250, 260, 270, 400};
-  gfx_TBPLogInterpolate(steepFive, &t30, &t70);
-  EXPECT_EQ(t30, 255.0);
-  EXPECT_EQ(t70, 265.0);
-
-  // Into a separate array; n <= 0 writes nothing.
-  double out[7] = {7, 7, 7, 7, 7, 7, 7};
-  gfx_D86Expand5Pt(0, const_cast<double*>(steepFive), out);
-  EXPECT_EQ(out[0], 7.0);
-  gfx_D86Expand5Pt(1, const_cast<double*>(steepFive), out);
+  double steepFive[5] = {100, 250, 260, 270, 400}, out[7];
+  gfx_D86Expand5Pt(1, steepFive, out);  // into a separate array
   EXPECT_EQ(out[5], 270.0);
 }
 
 TEST(D86Contract7Pt, KeepsFivePointsAndTheirDerivativeRows) {
-  const int n = 2;
-  // Entry (block b, row r, column c) holds 100 b + 10 r + c.
-  std::vector<double> derivs(n * 8 * 7);
-  for (int b = 0; b < n; ++b)
-    for (int r = 0; r < 8; ++r)
-      for (int c = 0; c < 7; ++c) derivs[(b * 8 + r) * 7 + c] = 100 * b + 10 * r + c;
+  // Entry (block b, row r, column c) holds 100 b + 10 r + c; rows 0, 1, 2, 4,
+  // 6, 7 (fraction and kept points) and columns 0, 1, 3, 5, 6 are kept.
+  std::vector<double> derivs(2 * 8 * 7), outDerivs(2 * 6 * 5);
+  for (int i = 0; i < 2 * 8 * 7; ++i) derivs[i] = 100 * (i / 56) + 10 * (i / 7 % 8) + i % 7;
   const int rows[6] = {0, 1, 2, 4, 6, 7}, cols[5] = {0, 1, 3, 5, 6};
   auto check = [&](const std::vector<double>& out) {
-    for (int b = 0; b < n; ++b)
-      for (int r = 0; r < 6; ++r)
-        for (int c = 0; c < 5; ++c)
-          EXPECT_EQ(out[(b * 6 + r) * 5 + c], 100 * b + 10 * rows[r] + cols[c]);
+    for (int i = 0; i < 2 * 6 * 5; ++i) EXPECT_EQ(out[i], 100 * (i / 30) + 10 * rows[i / 5 % 6] + cols[i % 5]);
   };
-
-  double curve[7] = {10, 11, 13, 15, 17, 19, 20};
-  double five[5] = {};
-  std::vector<double> outDerivs(n * 6 * 5);
-  gfx_D86Contract7Pt(n, curve, derivs.data(), five, outDerivs.data());
+  double curve[7] = {10, 11, 13, 15, 17, 19, 20}, five[5] = {};
+  gfx_D86Contract7Pt(2, curve, derivs.data(), five, outDerivs.data());
   EXPECT_EQ(std::vector<double>(five, five + 5), (std::vector<double>{10, 11, 15, 19, 20}));
   check(outDerivs);
-
-  // In place.
-  gfx_D86Contract7Pt(n, curve, derivs.data(), nullptr, nullptr);
+  gfx_D86Contract7Pt(2, curve, derivs.data(), nullptr, nullptr);  // in place
   EXPECT_EQ(std::vector<double>(curve, curve + 5), (std::vector<double>{10, 11, 15, 19, 20}));
   check(derivs);
-  gfx_D86Contract7Pt(0, nullptr, nullptr, nullptr, nullptr);  // nothing to do
-}
-
-TEST(InvertQuadratic3Pt, RecoversTheQuadraticAndFallsBackToTheLine) {
-  using tarn::distill::InvertQuadratic3Pt;
-  const double T[3] = {100, 140, 180};
-  auto pq = [](double t) { return 0.002 * t * t - 0.3 * t + 20.0; };
-  const double p[3] = {pq(100), pq(140), pq(180)};
-  EXPECT_NEAR(InvertQuadratic3Pt(p, T, pq(150)), 150.0, 1e-9);
-  const double line[3] = {10, 30, 50};  // percent = 0.5 T - 40
-  EXPECT_NEAR(InvertQuadratic3Pt(line, T, 40), 160.0, 1e-9);
-  const double level[3] = {30, 30, 30};
-  EXPECT_EQ(InvertQuadratic3Pt(level, T, 40), 140.0);
 }
 
 }  // namespace

@@ -15,68 +15,43 @@ using Values = std::vector<double>;
 
 class RemapTest : public tarn::testing::LibraryTest {};
 
-Values toPercentOff(const Values& curve) {
-  Values out(10, -1.0);
-  EXPECT_EQ(RemapD86Curve(7, curve.data(), out.data(), 1), 0);
-  return out;
-}
-
-Values toCurve(const Values& percents) {
-  Values out(7, -1.0);
-  EXPECT_EQ(RemapD86Curve(7, percents.data(), out.data(), 0), 0);
+Values remap(const Values& in, int toPercentOff) {
+  Values out(toPercentOff ? 10 : 7, -1.0);
+  EXPECT_EQ(RemapD86Curve(7, in.data(), out.data(), toPercentOff), 0);
   return out;
 }
 
 TEST_F(RemapTest, CurveToPercentOffHoldsTheEndsAndBoilsPureComponentsAtOnce) {
-  // A pure component boils at once: 0 below its boiling point, 100 from it on.
-  EXPECT_EQ(toPercentOff(Values(7, 250.0)), (Values{0, 0, 0, 0, 0, 100, 100, 100, 100, 100}));
-
-  // The grid ends apply outside the curve.
+  EXPECT_EQ(remap(Values(7, 250.0), 1), (Values{0, 0, 0, 0, 0, 100, 100, 100, 100, 100}));
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "MnVolIBP", 2.0), 0);
-  EXPECT_EQ(toPercentOff({90, 125, 160, 210, 260, 330, 400})[0], 2.0);
+  EXPECT_EQ(remap({90, 125, 160, 210, 260, 330, 400}, 1)[0], 2.0);  // the grid's end below the curve
+  Values out(7);
+  EXPECT_EQ(RemapD86Curve(5, Values(10, 50.0).data(), out.data(), 0), 1);  // seven points only
 }
 
-TEST_F(RemapTest, PercentOffToCurveUsesTheLineWhereTheVectorDoesNotCurve) {
+TEST_F(RemapTest, PercentOffToCurveUsesALineOrAQuadraticWhereTheVectorCurves) {
   // 10 % lies between 4 % (70 F) and 16 % (100 F); the next value rises by
-  // less than 2 %, so the line gives 70 + 6/12 * 30.
-  const Values curve = toCurve({0, 4, 16, 16.2, 40, 50, 60, 70, 80, 100});
-  EXPECT_NEAR(curve[1], 85.0, 1e-12);
-  EXPECT_EQ(curve[0], 30.0);   // first temperature
-  EXPECT_EQ(curve[6], 450.0);  // last temperature
-  // A first value already at 10 % puts the 10 % point at the first temperature.
-  EXPECT_EQ(toCurve({12, 20, 30, 40, 50, 60, 70, 80, 90, 95})[1], 30.0);
-}
-
-TEST_F(RemapTest, PercentOffToCurveReadsCurvingStretchesWithAQuadratic) {
+  // less than 2 %, so the line gives 70 + 6/12 * 30. The ends are the first
+  // and last temperatures.
+  const Values line = remap({0, 4, 16, 16.2, 40, 50, 60, 70, 80, 100}, 0);
+  EXPECT_NEAR(line[1], 85.0, 1e-12);
+  EXPECT_EQ(line[0], 30.0);
+  EXPECT_EQ(line[6], 450.0);
+  EXPECT_EQ(remap({12, 20, 30, 40, 50, 60, 70, 80, 90, 95}, 0)[1], 30.0);  // already past 10 %
   // Percent = 0.001 T^2 at 30 .. 250 F: the 10, 30 and 50 % points come from
   // quadratics through three of these values and are exact.
-  const Values percents = {0.9, 4.9, 10, 19.6, 32.4, 62.5, 80, 90, 95, 100};
-  const Values curve = toCurve(percents);
+  Values percents = {0.9, 4.9, 10, 19.6, 32.4, 62.5, 80, 90, 95, 97};
+  const Values curve = remap(percents, 0);
   EXPECT_NEAR(curve[1], 100.0, 1e-9);
   EXPECT_NEAR(curve[2], std::sqrt(30000.0), 1e-9);
   EXPECT_NEAR(curve[3], std::sqrt(50000.0), 1e-9);
-  // The source is left as given although the last value is read as 100.
-  Values source = percents;
-  source[9] = 97.0;
-  const Values before = source;
-  toCurve(source);
-  EXPECT_EQ(source, before);
-}
-
-TEST_F(RemapTest, ForwardCurvatureTestNearTheTopHasNoEleventhValue) {
-  // 10 % and 30 % both fall between the last two values (5 % at 390 F, 100 %
-  // at 450 F): with no value after the last the test fails and the line is used.
-  const Values curve = toCurve({0, 0, 0, 0, 0, 0, 0, 0, 5, 50});
-  EXPECT_NEAR(curve[1], 390 + 5.0 / 95 * 60, 1e-9);
-  EXPECT_NEAR(curve[2], 390 + 25.0 / 95 * 60, 1e-9);
-  // The upper points look back and use the quadratic; they stay finite.
-  for (double t : curve) EXPECT_TRUE(std::isfinite(t));
-}
-
-TEST_F(RemapTest, OnlySevenPointCurvesAreRemapped) {
-  Values out(7);
-  const Values source(10, 50.0);
-  EXPECT_EQ(RemapD86Curve(5, source.data(), out.data(), 0), 1);
+  EXPECT_EQ(percents[9], 97.0);  // read as 100 but left as given
+  // Near the top there is no eleventh value to test the curvature against:
+  // 10 % and 30 % between 5 % at 390 F and 100 % at 450 F come from the line.
+  const Values top = remap({0, 0, 0, 0, 0, 0, 0, 0, 5, 50}, 0);
+  EXPECT_NEAR(top[1], 390 + 5.0 / 95 * 60, 1e-9);
+  EXPECT_NEAR(top[2], 390 + 25.0 / 95 * 60, 1e-9);
+  for (double t : top) EXPECT_TRUE(std::isfinite(t));
 }
 
 }  // namespace

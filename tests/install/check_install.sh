@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the built tree into a temporary prefix, then builds the example
 # host against the installed package both ways (CMake package and
-# pkg-config) and runs both programs.
+# pkg-config) and runs both programs; runs the installed tarn tool; and
+# installs the Python package with pip from a copy of the source tree, with
+# no network, and uses it on the installed library.
 set -euo pipefail
 build_dir=$1 source_dir=$2 cc=${3:-cc}
 work=$(mktemp -d)
@@ -24,4 +26,23 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 "$cc" -std=c11 -o "$work/host-pc" "$source_dir/examples/host.c" $(pkg-config --cflags --libs tarn)
 LD_LIBRARY_PATH="$libdir" "$work/host-pc"
+
+# 3. The installed command-line tool finds its library without help.
+"$prefix/bin/tarn" blend --csv | grep -q '^Volatility,RVP,'
+
+# 4. The Python package, installed offline, finds the installed library on
+# the library path.
+python=${TARN_PYTHON:-/usr/bin/python3}
+if "$python" -m pip --version >/dev/null 2>&1; then
+  cp -r "$source_dir/python" "$work/python-source"
+  "$python" -m pip install --quiet --no-build-isolation --no-index --no-deps \
+    --target "$work/site" "$work/python-source" >/dev/null
+  (cd "$work" && env -u TARN_LIBRARY PYTHONPATH="$work/site" LD_LIBRARY_PATH="$libdir" "$python" -c '
+import tarn
+assert tarn.library_path().startswith("libtarn"), tarn.library_path()
+assert tarn.evaluate("RVPINDEX", [8.0]).outputs["RVPNDX"] > 13.45
+')
+else
+  echo "pip not available: the Python package install is not checked"
+fi
 echo "install check passed"

@@ -1,7 +1,8 @@
-// Consistency checks over every cold-flow, flash, cetane, viscosity, octane
-// and drivability function: reported derivatives against central
-// differences in both units, index/property round trips, and the places where
-// a reported derivative deliberately is not the slope.
+// Consistency of the cold-flow, flash, cetane, viscosity, octane and
+// drivability functions: reported derivatives against central differences
+// per degree C (evaluation by index checks the Fahrenheit side), the request
+// flag, index/property round trips in both units, and the places where a
+// reported derivative deliberately is not the slope.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,179 +12,129 @@
 
 #include "support/derivatives.h"
 #include "support/fixture.h"
+#include "support/temperature.h"
 #include "tarn/corparms.h"
 #include "tarn/props.h"
 
 namespace {
 
+using tarn::testing::celsiusOf;
 using Inputs = std::vector<double>;
-// A correlation as a function of its inputs; a non-null d asks for the
-// derivatives and receives them.
-using Evaluate = std::function<double(char unit, const Inputs& x, double* d)>;
+using Evaluate = std::function<double(char unit, const Inputs& x, int want, double* d)>;
 using WithUnit = double (*)(char, double, int, double*);
 using NoUnit = double (*)(double, int, double*);
+
+Evaluate of(WithUnit f) { return [f](char u, const Inputs& x, int w, double* d) { return f(u, x[0], w, d); }; }
+Evaluate of(NoUnit f) { return [f](char, const Inputs& x, int w, double* d) { return f(x[0], w, d); }; }
+
+struct Pair {
+  std::string name;
+  Evaluate index, property;
+  Inputs fahrenheit;  // property values, the first just inside the domain
+  bool hasUnit;
+};
+
+const std::vector<Pair>& everyPair() {
+  static const Inputs cold{-459, -40, 0, 77, 300}, viscosities{0.21, 1.5, 5.0, 300.0, 4000.0};
+  static const std::vector<Pair> pairs = {
+      {"CloudPoint1", of(gfx_CloudPointIndex1), of(gfx_CloudPoint1), cold, true},
+      {"CloudPoint3", of(gfx_CloudPointIndex3), of(gfx_CloudPoint3), {-400, -40, 0, 77, 300}, true},
+      {"FlashPoint1", of(gfx_FlashPointIndex1), of(gfx_FlashPoint1), {-459, 100, 140, 600}, true},
+      {"PourPoint1", of(gfx_PourPointIndex1), of(gfx_PourPoint1), cold, true},
+      {"PourPoint2", of(gfx_PourPointIndex2), of(gfx_PourPoint2), {0.5, 5, 30, 120}, true},
+      {"Viscosity1", of(gfx_ViscosityIndex1), of(gfx_Viscosity1), {0.93, 1.5, 5.0, 300.0, 4000.0}, false},
+      {"Viscosity2", of(gfx_ViscosityIndex2), of(gfx_Viscosity2), viscosities, false},
+      {"Viscosity3", of(gfx_ViscosityIndex3), of(gfx_Viscosity3), viscosities, false}};
+  return pairs;
+}
 
 struct Case {
   std::string name;
   Evaluate f;
-  std::vector<Inputs> fahrenheitPoints, celsiusPoints;  // no Celsius points: no unit
+  std::vector<Inputs> at;  // in Celsius where the function takes a unit
 };
 
-// Index/property pairs. Viscosity pairs take no unit (their wrappers ignore it).
-struct Pair {
-  std::string name;
-  Evaluate index, property;
-  Inputs fahrenheit, celsius;    // typical property values
-  Inputs edgeF, edgeC;           // just inside the domain: round trips only
+// The functions that are not index/property pairs (the pairs' slopes are
+// checked by the round trips and by evaluation by index).
+const Case kCases[] = {
+    {"OctaneIndex", of(gfx_OctaneIndex), {{60}, {80}, {90}, {100}}},
+    {"CFPPImprover", [](char u, const Inputs& x, int w, double* d) { return gfx_CFPPImprover(w, u, x[0], x[1], d); },
+     {{-10, 0.05}}},
+    {"CetaneIndex2", [](char u, const Inputs& x, int w, double* d) { return gfx_CetaneIndex2(w, u, x[0], x[1], d); },
+     {{0.85, 260}}},
+    {"CetaneIndex4", [](char u, const Inputs& x, int w, double* d) {
+       return gfx_CetaneIndex4(w, u, x[0], x[1], x[2], x[3], d); }, {{0.83, 205, 250, 315}, {0.87, 220, 270, 340}}},
+    {"CetaneImprover2", [](char u, const Inputs& x, int w, double* d) {
+       return gfx_CetaneImprover2(w, u, x[0], x[1], x[2], x[3], d); }, {{0.85, 260, 0.1, 45}, {0.82, 230, 0.02, 40}}},
+    // The plain form converts its result like a temperature: its slopes are
+    // the same in either unit.
+    {"DriveabilityIndex", [](char u, const Inputs& x, int w, double* d) {
+       return gfx_DriveabilityIndex(w, u, x[0], x[1], x[2], d); }, {{52, 95, 165}}},
+    {"DriveabilityIndexE", [](char u, const Inputs& x, int w, double* d) {
+       return gfx_DriveabilityIndexE(w, u, x[0], x[1], x[2], d, 10.0); }, {{52, 95, 165}}},
 };
-
-Evaluate of(WithUnit f) { return [f](char u, const Inputs& x, double* d) { return f(u, x[0], d != nullptr, d); }; }
-Evaluate of(NoUnit f) { return [f](char, const Inputs& x, double* d) { return f(x[0], d != nullptr, d); }; }
-
-std::vector<Pair> everyPair() {
-  const Inputs viscosities{1.5, 5.0, 20.0, 300.0, 4000.0};
-  const Inputs cold{-40, 0, 77, 300}, coldC{-40, 0, 25, 150}, hot{100, 140, 600}, hotC{38, 60, 300};
-  return {{"CloudPoint1", of(gfx_CloudPointIndex1), of(gfx_CloudPoint1), cold, coldC, {-459}, {-273}},
-          {"CloudPoint3", of(gfx_CloudPointIndex3), of(gfx_CloudPoint3), cold, coldC, {-400}, {-240}},
-          {"FlashPoint1", of(gfx_FlashPointIndex1), of(gfx_FlashPoint1), hot, hotC, {-459}, {-273}},
-          {"PourPoint1", of(gfx_PourPointIndex1), of(gfx_PourPoint1), cold, coldC, {-459}, {-273}},
-          {"PourPoint2", of(gfx_PourPointIndex2), of(gfx_PourPoint2), {5, 30, 120}, {-10, 0, 50}, {0.5}, {-17.7}},
-          {"Viscosity1", of(gfx_ViscosityIndex1), of(gfx_Viscosity1), viscosities, {}, {0.93}, {}},
-          {"Viscosity2", of(gfx_ViscosityIndex2), of(gfx_Viscosity2), viscosities, {}, {0.21}, {}},
-          {"Viscosity3", of(gfx_ViscosityIndex3), of(gfx_Viscosity3), viscosities, {}, {0.21}, {}}};
-}
-
-std::vector<Inputs> points(const Inputs& xs, const Evaluate& map = nullptr, char unit = 'F') {
-  std::vector<Inputs> out;
-  for (double x : xs) out.push_back({map ? map(unit, {x}, nullptr) : x});
-  return out;
-}
-
-std::vector<Case> everyCorrelation() {
-  std::vector<Case> cases;
-  for (const Pair& p : everyPair()) {
-    cases.push_back({p.name + " index", p.index, points(p.fahrenheit), points(p.celsius)});
-    cases.push_back({p.name + " reverse", p.property, points(p.fahrenheit, p.index, 'F'),
-                     points(p.celsius, p.index, 'C')});
-  }
-  cases.push_back({"OctaneIndex", of(gfx_OctaneIndex), points({60, 80, 90, 100}), {}});
-  cases.push_back({"DON", [](char, const Inputs& x, double* d) { return gfx_DON(d != nullptr, x[0], x[1], d); },
-                   {{88, 92}}, {}});
-  cases.push_back({"CFPPImprover",
-                   [](char u, const Inputs& x, double* d) { return gfx_CFPPImprover(d != nullptr, u, x[0], x[1], d); },
-                   {{10, 0.05}}, {{-10, 0.05}}});
-  cases.push_back({"CetaneIndex2",
-                   [](char u, const Inputs& x, double* d) { return gfx_CetaneIndex2(d != nullptr, u, x[0], x[1], d); },
-                   {{0.85, 500}, {0.80, 420}}, {{0.85, 260}, {0.80, 215}}});
-  cases.push_back({"CetaneIndex4", [](char u, const Inputs& x, double* d) {
-                     return gfx_CetaneIndex4(d != nullptr, u, x[0], x[1], x[2], x[3], d); },
-                   {{0.83, 400, 480, 600}, {0.87, 430, 520, 640}}, {{0.83, 205, 250, 315}, {0.87, 220, 270, 340}}});
-  cases.push_back({"CetaneIndex5", [](char u, const Inputs& x, double* d) {
-                     return gfx_CetaneIndex5(d != nullptr, u, x[0], x[1], x[2], x[3], d); },
-                   {{0.83, 400, 480, 600}}, {{0.83, 205, 250, 315}}});
-  cases.push_back({"CetaneImprover", [](char u, const Inputs& x, double* d) {
-                     return gfx_CetaneImprover(d != nullptr, u, x[0], x[1], x[2], d); },
-                   {{0.85, 500, 0.1}, {0.82, 450, 0.02}}, {{0.85, 260, 0.1}, {0.82, 230, 0.02}}});
-  cases.push_back({"CetaneImprover2", [](char u, const Inputs& x, double* d) {
-                     return gfx_CetaneImprover2(d != nullptr, u, x[0], x[1], x[2], x[3], d); },
-                   {{0.85, 500, 0.1, 45}}, {{0.85, 260, 0.1, 45}}});
-  cases.push_back({"DriveabilityIndex", [](char u, const Inputs& x, double* d) {
-                     return gfx_DriveabilityIndex(d != nullptr, u, x[0], x[1], x[2], d); },
-                   {{125.6, 203, 329}}, {{52, 95, 165}}});
-  cases.push_back({"DriveabilityIndexE, 10 % oxygenate", [](char u, const Inputs& x, double* d) {
-                     return gfx_DriveabilityIndexE(d != nullptr, u, x[0], x[1], x[2], d, 10.0); },
-                   {{125.6, 203, 329}}, {{52, 95, 165}}});
-  return cases;
-}
-
-void expectReportedDerivativesMatch(const Case& c, char unit, const std::vector<Inputs>& at) {
-  for (const Inputs& x : at) {
-    const std::string what = c.name + " unit " + unit + " at " + std::to_string(x[0]);
-    Inputs reported(x.size(), std::nan(""));
-    const double value = c.f(unit, x, reported.data());
-    ASSERT_TRUE(std::isfinite(value) && value != 1e30) << what;
-    EXPECT_EQ(value, c.f(unit, x, nullptr)) << what << ": asking for derivatives changed the value";
-    const auto numeric =
-        tarn::testing::centralJacobian([&](const Inputs& y) { return Inputs{c.f(unit, y, nullptr)}; }, x, 1);
-    tarn::testing::expectJacobianNear(reported, numeric, 1, 1e-5, 1e-7, what);
-  }
-}
 
 class PropertyConsistency : public tarn::testing::LibraryTest {};
 
-TEST_F(PropertyConsistency, EveryFunctionReportsItsSlopeInBothUnits) {
-  for (const Case& c : everyCorrelation()) {
-    expectReportedDerivativesMatch(c, 'F', c.fahrenheitPoints);
-    if (!c.celsiusPoints.empty()) expectReportedDerivativesMatch(c, 'C', c.celsiusPoints);
+TEST_F(PropertyConsistency, EveryFunctionReportsItsSlopeOnRequestOnly) {
+  for (const Case& c : kCases) {
+    for (const Inputs& x : c.at) {
+      const std::string what = c.name + " at " + std::to_string(x[0]);
+      Inputs reported(x.size(), -7.0);
+      const double value = c.f('C', x, 0, reported.data());
+      ASSERT_TRUE(std::isfinite(value) && value != 1e30) << what;
+      EXPECT_EQ(reported, Inputs(x.size(), -7.0)) << what;
+      EXPECT_EQ(c.f('C', x, 1, reported.data()), value) << what;
+      const auto numeric = tarn::testing::centralJacobian(
+          [&](const Inputs& y) { return Inputs{c.f('C', y, 0, nullptr)}; }, x, 1);
+      tarn::testing::expectJacobianNear(reported, numeric, 1, 1e-5, 1e-7, what);
+    }
   }
 }
 
-// Property -> index -> property over the whole range, in F and C, with and
-// without derivatives (the reverses take different routes with and without).
+// Property -> index -> property over the whole range, with and without
+// derivatives (the reverses take different routes with and without).
 TEST_F(PropertyConsistency, EveryPairRoundTripsInBothUnits) {
   for (const Pair& p : everyPair()) {
     for (char unit : {'F', 'C'}) {
-      if (unit == 'C' && p.celsius.empty()) continue;
-      Inputs range = unit == 'F' ? p.fahrenheit : p.celsius;
-      for (double x : unit == 'F' ? p.edgeF : p.edgeC) range.push_back(x);
-      for (double x : range) {
-        double dIndex = 0.0, dBack = 0.0;
-        const double index = p.index(unit, {x}, &dIndex);
+      if (unit == 'C' && !p.hasUnit) continue;
+      for (double x : unit == 'C' ? celsiusOf(p.fahrenheit) : p.fahrenheit) {
+        double dIndex = -7.0, dBack = 0.0;
+        const double index = p.index(unit, {x}, 0, &dIndex);
+        EXPECT_EQ(dIndex, -7.0) << p.name << ": a slope without request";
+        p.index(unit, {x}, 1, &dIndex);
         const double tolerance = 1e-9 * (1.0 + std::fabs(x));
-        EXPECT_NEAR(p.property(unit, {index}, nullptr), x, tolerance) << p.name << " " << unit;
-        EXPECT_NEAR(p.property(unit, {index}, &dBack), x, tolerance) << p.name << " " << unit;
-        EXPECT_NEAR(dIndex * dBack, 1.0, 1e-9) << p.name << " " << unit << " at " << x;
+        EXPECT_NEAR(p.property(unit, {index}, 0, nullptr), x, tolerance) << p.name << unit;
+        EXPECT_NEAR(p.property(unit, {index}, 1, &dBack), x, tolerance) << p.name << unit;
+        EXPECT_NEAR(dIndex * dBack, 1.0, 1e-9) << p.name << unit << " at " << x;
       }
     }
   }
 }
 
-// Where a reported derivative deliberately is not the slope, one case each.
 TEST_F(PropertyConsistency, DeliberateDeviationsFromTheSlope) {
-  // 1. Cloud and flash indices at or below absolute zero compute no slope, yet
-  //    for 'C' the caller's derivative variable is rescaled x1.8 in place (so
-  //    are the reverses for an undefined index, /1.8): kept for hosts.
+  // Below absolute zero the cloud and flash indices compute no slope, yet a
+  // Celsius caller's derivative variable is rescaled in place (x1.8; /1.8 by
+  // the reverses of an undefined index): kept for hosts.
   for (WithUnit index : {gfx_CloudPointIndex1, gfx_CloudPointIndex3, gfx_FlashPointIndex1}) {
     double d = 2.0;
-    EXPECT_EQ(index('C', (-460.0 - 32.0) * 5.0 / 9.0, 1, &d), 0.0);  // R = 0
-    EXPECT_DOUBLE_EQ(d, 3.6);
     EXPECT_EQ(index('C', -300.0, 1, &d), 1e30);
-    EXPECT_DOUBLE_EQ(d, 6.48);
-    EXPECT_EQ(index('F', -500.0, 1, &d), 1e30);
-    EXPECT_DOUBLE_EQ(d, 6.48);
+    EXPECT_DOUBLE_EQ(d, 3.6);
   }
   double d = 1.8;
   gfx_CloudPoint1('C', -1.0, 1, &d);
   EXPECT_DOUBLE_EQ(d, 1.0);
-
-  // 2. gfx_PourPoint2 writes its derivative even with the flag off.
-  d = 0.0;
-  gfx_PourPoint2('F', 5.0, 0, &d);
+  gfx_PourPoint2('F', 5.0, 0, &d);  // writes its derivative even with the flag off
   EXPECT_NEAR(d, 1.0 / (0.0354662 * 5.0), 1e-12);
-
-  // 3. A ChangeData repair freezes the input (the result is flat there) but
-  //    the slope at the repaired point is reported.
+  // A T50 pushed by ChangeData follows T10, yet d/dT10 is the T10 coefficient alone.
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
-  gfx_PourPointIndex2('F', -10.0, 1, &d);
-  EXPECT_EQ(gfx_PourPointIndex2('F', -10.5, 0, nullptr), gfx_PourPointIndex2('F', -9.5, 0, nullptr));
-  EXPECT_NEAR(d, 0.0354662 * std::exp(0.0354662 * 0.0001 + 2.197062), 1e-12);
-
-  // 4. A pushed T50 follows T10, yet the cetane index reports d/dT10 as the
-  //    T10 coefficient alone, as if T50 were held.
-  double cetane[4];
-  gfx_CetaneIndex5(1, 'F', 0.85, 420.0, 400.0, 600.0, cetane);
-  EXPECT_NEAR(cetane[1], 0.09668, 1e-15);
-  EXPECT_NEAR(tarn::testing::centralDifference(
-                  [](double t10) { return gfx_CetaneIndex5(0, 'F', 0.85, t10, 400.0, 600.0, nullptr); }, 420.0),
-              0.09668 + 0.06751, 1e-6);
-
-  // 5. Both drivability forms report {P1, P2, 1} unscaled in either unit. The
-  //    walk above shows this is the slope (the plain form converts its result
-  //    back like a temperature; the E form stays in the caller's unit). The E
-  //    form reports nothing for the oxygenate.
-  double drive[4] = {0, 0, 0, -7.0};
-  gfx_DriveabilityIndexE(1, 'C', 52, 95, 165, drive, 10.0);
-  EXPECT_EQ(drive[3], -7.0);
+  double slopes[4] = {0, 0, 0, -7.0};
+  gfx_CetaneIndex5(1, 'F', 0.85, 420.0, 400.0, 600.0, slopes);
+  EXPECT_NEAR(slopes[1], 0.09668, 1e-15);
+  // The oxygenate drivability form reports no slope to the oxygenate.
+  slopes[3] = -7.0;
+  gfx_DriveabilityIndexE(1, 'C', 52, 95, 165, slopes, 10.0);
+  EXPECT_EQ(slopes[3], -7.0);
 }
 
 }  // namespace

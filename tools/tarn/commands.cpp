@@ -1,0 +1,335 @@
+#include "commands.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "catalogue.h"
+#include "csv.h"
+#include "errors.h"
+#include "numbers.h"
+#include "plot.h"
+#include "recipe.h"
+#include "report.h"
+#include "status.h"
+#include "table.h"
+
+namespace tarncli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json number(double value) { return isMissing(value) ? Json(nullptr) : Json(value); }
+
+std::string upper(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return text;
+}
+
+// "POFF1, POFF2, ..., POFF10" written as "POFF1…POFF10": runs of names that
+// differ only by a consecutive number are shortened.
+std::string summarise(const std::vector<std::string>& names) {
+  struct Split {
+    std::string prefix, suffix;
+    long number = -1;
+  };
+  auto split = [](const std::string& name) {
+    Split s;
+    const auto first = name.find_first_of("0123456789");
+    if (first == std::string::npos) return s;
+    auto last = name.find_first_not_of("0123456789", first);
+    if (last == std::string::npos) last = name.size();
+    s.prefix = name.substr(0, first);
+    s.suffix = name.substr(last);
+    s.number = std::stol(name.substr(first, last - first));
+    return s;
+  };
+  std::string out;
+  for (std::size_t i = 0; i < names.size();) {
+    std::size_t j = i;
+    const Split start = split(names[i]);
+    while (start.number >= 0 && j + 1 < names.size()) {
+      const Split next = split(names[j + 1]);
+      if (next.prefix != start.prefix || next.suffix != start.suffix ||
+          next.number != start.number + static_cast<long>(j + 1 - i)) {
+        break;
+      }
+      ++j;
+    }
+    if (!out.empty()) out += ", ";
+    out += j >= i + 2 ? names[i] + "\xE2\x80\xA6" + names[j] : names[i];
+    if (j == i + 1) out += ", " + names[j];
+    i = j + 1;
+  }
+  return out;
+}
+
+std::string unitText(const Correlation& c) {
+  const auto flag = c.unitFlag();
+  if (!flag) return "";
+  return std::string(*flag != 0.0 ? "F" : "C") + " (coefficient CORF = " + exact(*flag) + ")";
+}
+
+}  // namespace
+
+// ---- list --------------------------------------------------------------------
+
+void listCommand(Format format, std::ostream& out) {
+  std::vector<Correlation> all;
+  for (int i = 0; i < correlationCount(); ++i) all.push_back(correlation(i));
+  if (format == Format::Json) {
+    Json list = Json::array();
+    for (const Correlation& c : all) {
+      list.push_back({{"index", c.index}, {"id", c.id}, {"type", c.type}, {"type_name", typeName(c.type)},
+                      {"inputs", c.inputs}, {"outputs", c.outputs}});
+    }
+    out << list.dump(2) << "\n";
+  } else if (format == Format::Csv) {
+    out << csv::line({"index", "id", "type", "inputs", "outputs"});
+    for (const Correlation& c : all) {
+      out << csv::line({std::to_string(c.index), c.id, typeName(c.type), summarise(c.inputs), summarise(c.outputs)});
+    }
+  } else {
+    Table table({">Index", "Id", "Type", "Inputs \xE2\x86\x92 outputs"});
+    for (const Correlation& c : all) {
+      table.add({std::to_string(c.index), c.id, typeName(c.type),
+                 summarise(c.inputs) + " \xE2\x86\x92 " + summarise(c.outputs)});
+    }
+    out << table.render();
+  }
+}
+
+// ---- describe ----------------------------------------------------------------
+
+void describeCommand(const std::string& idOrIndex, Format format, std::ostream& out) {
+  const Correlation c = correlation(findCorrelation(idOrIndex));
+  if (format == Format::Json) {
+    Json outputs = Json::array();
+    for (std::size_t k = 0; k < c.outputs.size(); ++k) {
+      outputs.push_back({{"id", c.outputs[k]}, {"kind", c.kinds[k] ? Json(*c.kinds[k]) : Json(nullptr)}});
+    }
+    Json coefficients = Json::array();
+    for (const Coefficient& co : c.coefficients) coefficients.push_back({{"name", co.name}, {"value", co.value}});
+    Json j = {{"index", c.index}, {"id", c.id}, {"description", c.description}, {"type", c.type},
+              {"type_name", typeName(c.type)}, {"inputs", c.inputs}, {"outputs", outputs},
+              {"pair", c.pair ? Json(*c.pair) : Json(nullptr)}, {"slack_inputs", c.slackCount},
+              {"coefficients", coefficients}};
+    out << j.dump(2) << "\n";
+    return;
+  }
+  if (format == Format::Csv) {
+    out << csv::line({"item", "position", "name", "value"});
+    out << csv::line({"correlation", std::to_string(c.index), c.id, std::to_string(c.type)});
+    for (std::size_t k = 0; k < c.inputs.size(); ++k) out << csv::line({"input", std::to_string(k), c.inputs[k], ""});
+    for (std::size_t k = 0; k < c.outputs.size(); ++k) {
+      out << csv::line({"output", std::to_string(k), c.outputs[k], c.kinds[k] ? std::to_string(*c.kinds[k]) : ""});
+    }
+    for (std::size_t k = 0; k < c.coefficients.size(); ++k) {
+      out << csv::line({"coefficient", std::to_string(k), c.coefficients[k].name, exact(c.coefficients[k].value)});
+    }
+    if (c.pair) out << csv::line({"pair", std::to_string(*c.pair), correlation(*c.pair).id, ""});
+    return;
+  }
+  out << c.id << " (index " << c.index << "): " << c.description << "\n";
+  out << "  type          " << typeName(c.type) << " (" << c.type << ")\n";
+  if (c.pair) out << "  inverse       " << correlation(*c.pair).id << " (index " << *c.pair << ")\n";
+  if (c.slackCount > 0) out << "  slack inputs  the last " << c.slackCount << "\n";
+  if (!unitText(c).empty()) out << "  temperatures  " << unitText(c) << "\n";
+  out << "\nInputs\n";
+  Table inputs({">#", "Property"});
+  for (std::size_t k = 0; k < c.inputs.size(); ++k) inputs.add({std::to_string(k), c.inputs[k]});
+  out << inputs.render(2);
+  out << "\nOutputs\n";
+  Table outputs({">#", "Property", ">Kind"});
+  for (std::size_t k = 0; k < c.outputs.size(); ++k) {
+    outputs.add({std::to_string(k), c.outputs[k], c.kinds[k] ? std::to_string(*c.kinds[k]) : "-"});
+  }
+  out << outputs.render(2);
+  out << "\nCoefficients";
+  if (c.coefficients.empty()) {
+    out << ": none\n";
+    return;
+  }
+  out << " (change with --coef " << c.id << ".NAME=VALUE)\n";
+  Table coefficients({">#", "Name", ">Value"});
+  for (std::size_t k = 0; k < c.coefficients.size(); ++k) {
+    coefficients.add({std::to_string(k), c.coefficients[k].name, significant(c.coefficients[k].value)});
+  }
+  out << coefficients.render(2);
+}
+
+// ---- params ------------------------------------------------------------------
+
+void paramsCommand(const std::optional<std::string>& keyword, Format format, std::ostream& out) {
+  std::vector<Keyword> list = keywords();
+  if (keyword) {
+    const std::string wanted = upper(*keyword);
+    std::vector<Keyword> chosen;
+    for (const Keyword& k : list) {
+      if (k.correlation == wanted || k.alias == wanted) chosen.push_back(k);
+    }
+    if (chosen.empty()) {
+      throw InputError("unknown correlation keyword '" + *keyword + "' (see 'tarn params')");
+    }
+    list = chosen;
+  }
+  if (format == Format::Json) {
+    Json j = Json::array();
+    for (const Keyword& k : list) {
+      j.push_back({{"correlation", k.correlation}, {"alias", k.alias.empty() ? Json(nullptr) : Json(k.alias)},
+                   {"parameter", k.parameter}, {"value", number(k.value)}});
+    }
+    out << j.dump(2) << "\n";
+  } else if (format == Format::Csv) {
+    out << csv::line({"correlation", "alias", "parameter", "value"});
+    for (const Keyword& k : list) out << csv::line({k.correlation, k.alias, k.parameter, exact(k.value)});
+  } else {
+    Table table({"Correlation", "Also", "Parameter", ">Value"});
+    for (const Keyword& k : list) table.add({k.correlation, k.alias, k.parameter, significant(k.value)});
+    out << table.render();
+    out << "\nChange a value for one run with --set CORRELATION.PARAMETER=VALUE (REIDVAPORPRESSURE takes\n"
+           "any parameter text). Correlation keywords ignore case; parameter keywords do not.\n";
+  }
+}
+
+// ---- codes -------------------------------------------------------------------
+
+void codesCommand(bool markdown, Format format, std::ostream& out) {
+  if (markdown) {
+    out << statusPage();
+    return;
+  }
+  const std::vector<StatusCode> codes = statusCodes();
+  if (format == Format::Json) {
+    Json j = Json::array();
+    for (const StatusCode& s : codes) {
+      j.push_back({{"code", s.code}, {"family", s.router ? "router" : "catalogue"}, {"constant", s.constant},
+                   {"meaning", s.meaning},
+                   {"message", s.message.empty() ? Json(nullptr) : Json(s.message)}});
+    }
+    out << j.dump(2) << "\n";
+  } else if (format == Format::Csv) {
+    out << csv::line({"code", "family", "constant", "meaning", "message"});
+    for (const StatusCode& s : codes) {
+      out << csv::line({std::to_string(s.code), s.router ? "router" : "catalogue", s.constant, s.meaning, s.message});
+    }
+  } else {
+    Table table({">Code", "Constant", "Message or meaning"});
+    for (const StatusCode& s : codes) {
+      table.add({std::to_string(s.code), s.constant, s.message.empty() ? "(" + s.meaning + ")" : s.message});
+    }
+    out << table.render();
+  }
+}
+
+// ---- blend -------------------------------------------------------------------
+
+namespace {
+
+int methodNumber(const std::string& text) {
+  const auto& names = d86MethodNames();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (upper(text) == names[i] || text == std::to_string(i)) return static_cast<int>(i);
+  }
+  std::string known;
+  for (std::size_t i = 0; i < names.size(); ++i) known += (i ? ", " : "") + names[i];
+  throw InputError("unknown distillation method '" + text + "' (known: " + known + ", or 0 to 5)");
+}
+
+void writeReportTable(const Report& r, std::ostream& out) {
+  out << "TARN blend report: " << r.source << "\n";
+  out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
+      << significant(r.totalQuantity) << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
+      << "; temperatures in deg " << r.temperatureUnit << ", vapour pressure in " << r.pressureUnit << "\n\n";
+  const std::string quantity = std::string(r.basis == "mass" ? "Mass" : "Volume") +
+                               (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
+  Table components({"Component", ">" + quantity, ">Volume %"});
+  for (const Share& s : r.components) {
+    components.add({s.name, significant(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
+  }
+  out << components.render();
+  for (const Section& section : r.sections) {
+    out << "\n" << section.title << "\n";
+    Table table({"Property", "", ">Value", "Unit", "Method"});
+    for (const Figure& f : section.figures) {
+      const std::string how = isMissing(f.value) ? "not computed: " + f.note
+                                                 : f.method + (f.note.empty() ? "" : " (" + f.note + ")");
+      table.add({f.key, f.description, rounded(f.value, f.decimals), f.unit, how});
+    }
+    out << table.render(2);
+  }
+  if (!r.notes.empty()) {
+    out << "\nNotes\n";
+    for (const std::string& n : r.notes) out << "  - " << n << "\n";
+  }
+}
+
+void writeReportJson(const Report& r, std::ostream& out) {
+  Json components = Json::array();
+  for (const Share& s : r.components) {
+    components.push_back({{"name", s.name}, {"quantity", s.quantity}, {"volume_fraction", s.volumeFraction}});
+  }
+  Json blend = Json::object();
+  for (const Section& section : r.sections) {
+    for (const Figure& f : section.figures) {
+      blend[f.key] = {{"value", number(f.value)}, {"unit", f.unit}, {"description", f.description},
+                      {"section", section.title}, {"method", f.method}};
+      if (!f.note.empty()) blend[f.key]["note"] = f.note;
+    }
+  }
+  Json j = {{"source", r.source},
+            {"basis", r.basis},
+            {"quantity_unit", r.quantityUnit},
+            {"total_quantity", r.totalQuantity},
+            {"temperature_unit", r.temperatureUnit},
+            {"pressure_unit", r.pressureUnit},
+            {"components", components},
+            {"blend", blend},
+            {"notes", r.notes}};
+  out << j.dump(2) << "\n";
+}
+
+void writeReportCsv(const Report& r, std::ostream& out) {
+  out << csv::line({"section", "property", "description", "value", "unit", "method", "note"});
+  for (const Section& section : r.sections) {
+    for (const Figure& f : section.figures) {
+      out << csv::line({section.title, f.key, f.description, exact(f.value), f.unit, f.method, f.note});
+    }
+  }
+}
+
+}  // namespace
+
+void blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out) {
+  BlendOptions blendOptions;
+  blendOptions.d86Method = methodNumber(options.method);
+  Recipe recipe;
+  if (options.recipe.empty()) {
+    std::istringstream sample(sampleRecipe());
+    recipe = readRecipe(sample, "built-in sample", options.units);
+  } else if (options.recipe == "-") {
+    recipe = readRecipe(std::cin, "standard input", options.units);
+  } else {
+    std::ifstream file(options.recipe);
+    if (!file) throw InputError("cannot open recipe '" + options.recipe + "'");
+    recipe = readRecipe(file, options.recipe, options.units);
+  }
+  const Report report = blendReport(recipe, blendOptions);
+  if (!options.plot.empty()) {
+    std::ofstream svg(options.plot);
+    if (!svg) throw InputError("cannot write plot '" + options.plot + "'");
+    svg << distillationPlot(report);
+    if (!svg) throw InputError("cannot write plot '" + options.plot + "'");
+  }
+  switch (format) {
+    case Format::Json: writeReportJson(report, out); break;
+    case Format::Csv: writeReportCsv(report, out); break;
+    case Format::Table: writeReportTable(report, out); break;
+  }
+}
+
+}  // namespace tarncli

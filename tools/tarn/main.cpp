@@ -1,0 +1,140 @@
+// tarn: the command-line face of the TARN library. It links libtarn like any
+// host and reaches it only through the public C interface.
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "catalogue.h"
+#include "commands.h"
+#include "errors.h"
+#include "recipe.h"
+#include "tarn/tarn.h"
+
+namespace {
+
+using namespace tarncli;
+
+struct FormatFlags {
+  bool json = false;
+  bool csv = false;
+  Format format() const { return json ? Format::Json : csv ? Format::Csv : Format::Table; }
+};
+
+void addFormatFlags(CLI::App* command, FormatFlags& flags) {
+  auto* json = command->add_flag("--json", flags.json, "Write JSON");
+  auto* csv = command->add_flag("--csv", flags.csv, "Write CSV");
+  json->excludes(csv);
+}
+
+int fail(int code, const std::string& message) {
+  std::cerr << "tarn: error: " << message << "\n";
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"tarn: fuel-blending property correlations for refinery planning.\n"
+               "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
+  app.footer(
+      "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
+      "2 bad command line or bad input. Errors are one line on standard error.");
+  app.require_subcommand(1);
+  app.fallthrough();
+  std::vector<std::string> settings, coefficients;
+  app.add_option("--set", settings, "Change a parameter for this run (see 'tarn params')")
+      ->type_name("CORRELATION.PARAMETER=VALUE")
+      ->allow_extra_args(false);
+  app.add_option("--coef", coefficients, "Change a correlation coefficient for this run (see 'tarn describe')")
+      ->type_name("ID.NAME=VALUE")
+      ->allow_extra_args(false);
+
+  // blend
+  BlendCommandOptions blend;
+  FormatFlags blendFormat;
+  std::string units;
+  auto* blendCommandApp = app.add_subcommand("blend", "Blend report of a recipe (the built-in sample without one)");
+  blendCommandApp->add_option("recipe", blend.recipe, "Recipe CSV: NAME, VOLUME[unit] or MASS[unit], properties with units ('-': standard input)");
+  blendCommandApp->add_option("--units", units, "Unit of temperature columns whose header has none")
+      ->check(CLI::IsMember({"F", "C"}, CLI::ignore_case));
+  blendCommandApp->add_option("--method", blend.method,
+                              "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
+      ->capture_default_str();
+  blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")->type_name("FILE.svg");
+  addFormatFlags(blendCommandApp, blendFormat);
+
+  auto* sample = app.add_subcommand("sample", "Print the built-in sample recipe (a starting point for your own)");
+
+  // list, describe, params, codes
+  FormatFlags listFormat, describeFormat, paramsFormat, codesFormat;
+  auto* list = app.add_subcommand("list", "The catalogue: index, id, type, inputs and outputs");
+  addFormatFlags(list, listFormat);
+  std::string described;
+  auto* describe = app.add_subcommand("describe", "Properties, kind codes, inverse and coefficients of a correlation");
+  describe->add_option("correlation", described, "Identifier (any case) or index")->required();
+  addFormatFlags(describe, describeFormat);
+  std::string keyword;
+  auto* params = app.add_subcommand("params", "Parameter keywords and their current values");
+  params->add_option("keyword", keyword, "Show only this correlation keyword");
+  addFormatFlags(params, paramsFormat);
+  bool markdown = false;
+  auto* codes = app.add_subcommand("codes", "Status codes with their messages");
+  codes->add_flag("--markdown", markdown, "Write the status-code page");
+  addFormatFlags(codes, codesFormat);
+
+  // eval
+  EvalOptions eval;
+  FormatFlags evalFormat;
+  auto* evalApp = app.add_subcommand("eval", "Evaluate a correlation by id or index, once or per CSV row");
+  evalApp->add_option("correlation", eval.correlation, "Identifier (any case) or index")->required();
+  evalApp->add_option("values", eval.values, "Input values in catalogue order ('NA' for missing)");
+  evalApp->add_flag("--derivs", eval.derivatives, "Also compute the derivatives");
+  auto* csvIn = evalApp->add_option("--csv", eval.csvInput, "Evaluate every row of this CSV (headers: input ids)")
+                    ->type_name("IN.csv");
+  evalApp->add_option("-o,--output", eval.output, "Where the per-row results go (default standard output)")
+      ->type_name("OUT.csv")
+      ->needs(csvIn);
+  evalApp->add_flag("--json", evalFormat.json, "Write JSON (single evaluation)")->excludes(csvIn);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    std::string message = e.what();
+    if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
+      message = "unknown command '" + std::string(argv[1]) + "' (commands: blend, sample, list, describe, eval, params, codes)";
+    }
+    return fail(kExitBadInput, message + " (see 'tarn --help')");
+  }
+  if (!units.empty()) blend.units = static_cast<char>(std::toupper(static_cast<unsigned char>(units[0])));
+
+  if (gfx_tarnInitializeAllocate(nullptr) != TARN_STATUS_OK) {
+    return fail(kExitCalculationFailed, "the library did not start");
+  }
+  int code = 0;
+  try {
+    for (const std::string& s : settings) applySetting(s);
+    for (const std::string& c : coefficients) {
+      const std::string note = applyCoefficient(c);
+      if (!note.empty()) std::cerr << "tarn: note: " << note << "\n";
+    }
+    if (blendCommandApp->parsed()) blendCommand(blend, blendFormat.format(), std::cout);
+    if (sample->parsed()) std::cout << sampleRecipe();
+    if (list->parsed()) listCommand(listFormat.format(), std::cout);
+    if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
+    if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), paramsFormat.format(), std::cout);
+    if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
+    if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
+  } catch (const InputError& e) {
+    code = fail(kExitBadInput, e.what());
+  } catch (const CalculationError& e) {
+    code = fail(kExitCalculationFailed, e.what());
+  } catch (const std::exception& e) {
+    code = fail(kExitCalculationFailed, e.what());
+  }
+  std::cout.flush();
+  gfx_tarnFree();
+  return code;
+}
