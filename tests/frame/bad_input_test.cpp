@@ -2,7 +2,10 @@
 // input position in turn set to the missing value, NaN, +-infinity, zero and
 // a huge value, with and without derivatives. The status must be one the
 // correlation documents, and NaN must not appear in a result unless the
-// caller passed NaN or a documented rule lets it through.
+// caller passed NaN or a documented rule lets it through: T10INDEX, T50INDEX
+// and T90INDEX report an undefined index of NaN with status 0. (The cetane
+// improver's logarithm of a dose at or below -P6/P7 with ChangeData off is
+// NaN by its own rule; through evaluation by index that is status 1.)
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -104,9 +107,9 @@ std::vector<double> baseline(int index) {
   return x;
 }
 
-bool anyNaN(const std::vector<double>& v, std::size_t count) {
-  for (std::size_t i = 0; i < count && i < v.size(); ++i) {
-    if (std::isnan(v[i])) return true;
+bool anyNaN(const std::vector<double>& v) {
+  for (double x : v) {
+    if (std::isnan(x)) return true;
   }
   return false;
 }
@@ -123,7 +126,7 @@ TEST_F(LibraryTest, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNa
       std::vector<double> in = good, out(m, 0.0), d(n * m, 0.0);
       const int status = gfx_tarnGenCalc(index, 1, 0, in.data(), out.data(), d.data());
       ASSERT_EQ(status, 0) << "baseline of correlation " << index;
-      ASSERT_FALSE(anyNaN(out, m) || anyNaN(d, n * m)) << "baseline of correlation " << index;
+      ASSERT_FALSE(anyNaN(out) || anyNaN(d)) << "baseline of correlation " << index;
     }
     for (std::size_t j = 0; j < n; ++j) {
       for (const BadValue& bad : kBadValues) {
@@ -137,9 +140,9 @@ TEST_F(LibraryTest, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNa
           EXPECT_EQ(allowed.count(status), 1u) << where << ": status " << status;
           if (std::isnan(bad.value)) continue;
           if (reportsNaNAsComputed(index)) continue;
-          EXPECT_FALSE(anyNaN(out, m)) << where << ": NaN output, status " << status;
+          EXPECT_FALSE(anyNaN(out)) << where << ": NaN output, status " << status;
           if (derivFlag && status == 0) {
-            EXPECT_FALSE(anyNaN(d, n * m)) << where << ": NaN derivative";
+            EXPECT_FALSE(anyNaN(d)) << where << ": NaN derivative";
           }
         }
       }

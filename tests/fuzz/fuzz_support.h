@@ -140,9 +140,13 @@ class ParameterSnapshot {
     const std::size_t skipFrom =
         field != nullptr ? static_cast<std::size_t>(static_cast<const unsigned char*>(field) - now)
                          : sizeof bytes_;
+    const std::size_t skipTo = field != nullptr ? skipFrom + fieldSize : sizeof bytes_;
+    if (std::memcmp(bytes_, now, skipFrom) == 0 &&
+        std::memcmp(bytes_ + skipTo, now + skipTo, sizeof bytes_ - skipTo) == 0) {
+      return -1;
+    }
     for (std::size_t i = 0; i < sizeof bytes_; ++i) {
-      if (i >= skipFrom && i < skipFrom + fieldSize) continue;
-      if (bytes_[i] != now[i]) return static_cast<long>(i);
+      if ((i < skipFrom || i >= skipTo) && bytes_[i] != now[i]) return static_cast<long>(i);
     }
     return -1;
   }
