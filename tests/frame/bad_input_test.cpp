@@ -8,6 +8,7 @@
 // NaN by its own rule; through evaluation by index that is status 1.)
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -180,4 +181,41 @@ TEST_F(LibraryTest, CetaneImproverOfANegativeApiOrTemperatureIsMissing) {
     EXPECT_EQ(gfx_tarnGenCalc(27, 1, 0, in.data(), out.data(), d.data()), 1);
     EXPECT_EQ(out[0], 1e30);
   }
+}
+
+// Models computed NaN from infinite or huge inputs and returned it with
+// status 0. Such a result is now undefined: 1e30 and status 1, a NaN
+// derivative 0. The three-point indices keep their NaN rule, and outputs a
+// correlation leaves alone keep the caller's values without changing the
+// status.
+TEST_F(LibraryTest, NaNComputedFromNumbersIsReportedAsUndefined) {
+  const struct {
+    int index, position;
+    double value;
+    int status;
+  } cases[] = {{2, 1, kInf, 1},        // CARB, T50
+               {7, 5, 1e300, 1},       // EPA, RVP
+               {39, 0, -kInf, 1},      // MTMF, RON
+               {56, 0, kInf, 1},       // T20GAUSS, T10
+               {27, 2, -kInf, 1},      // CETANEIMPROVER, dose: the logarithm's own NaN
+               {35, 2, 1e300, 0}};     // T10INDEX: NaN with status 0 (its rule)
+  for (const auto& c : cases) {
+    std::vector<double> in = baseline(c.index);
+    const std::size_t m = ids(c.index, false).size();
+    std::vector<double> out(m, 0.0), d(in.size() * m, 0.0);
+    in[c.position] = c.value;
+    EXPECT_EQ(gfx_tarnGenCalc(c.index, 1, 0, in.data(), out.data(), d.data()), c.status) << c.index;
+    EXPECT_EQ(anyNaN(out), c.status == 0) << c.index;
+    if (c.status == 1) {
+      EXPECT_NE(std::find(out.begin(), out.end(), 1e30), out.end()) << c.index;
+      EXPECT_FALSE(anyNaN(d)) << c.index;
+    }
+  }
+
+  ASSERT_EQ(gfx_setCorParms("EVAPORATIVE", "P00", 200.0), 0);
+  ASSERT_EQ(gfx_setCorParms("EVAPORATIVE", "NPTS", 1.0), 0);
+  std::vector<double> curve = baseline(53), out(12, kNaN), d(84, kNaN);
+  EXPECT_EQ(gfx_tarnGenCalc(53, 1, 0, curve.data(), out.data(), d.data()), 0);
+  EXPECT_FALSE(std::isnan(out[0]));
+  EXPECT_TRUE(std::isnan(out[11]));
 }
