@@ -115,8 +115,9 @@ TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char unit, doubl
                                            double t50, double t90, double* derivatives);
 
 /* Cetane gain of an improver dose (CETANEIMPROVER group). derivatives[3]:
- * spg, temperature, dose. 1e30 when P2 or P4 is 0, or when ChangeData is on
- * and P7 is 0 with the logarithm's argument <= 0. */
+ * spg, temperature, dose. 1e30 when P2 or P4 is 0, when API/P2 or T/P4 is
+ * negative (spg above 1.076, a missing spg), or when ChangeData is on and P7
+ * is 0 with the logarithm's argument <= 0. */
 TARN_API double TARN_CALL gfx_CetaneImprover(int wantDerivatives, char unit, double spg, double temperature,
                                              double dose, double* derivatives);
 

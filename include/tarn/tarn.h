@@ -179,13 +179,19 @@ TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
  * output property, in catalogue order. derivs receives the derivatives
  * input-major: entry (input j, output k) at j * outputCount + k. It may be
  * null when derivFlag is 0, except that MTMF and MTMR (8 entries) and
- * CT10BLEND..CRVP (3 entries) write into it whatever the flag: pass an array
- * there always (a null one is skipped). Temperatures are in the unit of the
- * correlation's CORF. CD86ONE90BLEND, CRVP and the adapters of the emission
- * models may rewrite inputs in place. */
+ * CT10BLEND..CRVP (3 entries) write into it whatever the flag, and
+ * D86TOPERCENTOFF and CD86FROMPERCENTOFF fill all of it whenever it is given:
+ * pass an array of the full size there always, or null (a null one is
+ * skipped). Temperatures are in the unit of the correlation's CORF.
+ * CD86ONE90BLEND, CRVP, CD86FROMPERCENTOFF and the adapters of the emission
+ * models may rewrite inputs in place, as may the curve repairs of ChangeData
+ * and the filling of missing 30 % and 70 % points. */
 
 /* Evaluates correlation index. Returns 0, 1 when the result is the missing
- * value 1e30, the correlation's own status where it returns one, -999 for an
+ * value 1e30 or could not be computed (NaN from inputs that are all numbers,
+ * say an infinite one, is reported as 1e30 in that output, a NaN derivative
+ * as 0; T10INDEX, T50INDEX and T90INDEX alone report a NaN index with status
+ * 0), the correlation's own status where it returns one, -999 for an
  * unknown index or a type that cannot be evaluated, -8888 when derivatives
  * are asked without an array, -999 when inputs or outputs is null. direction
  * is not used by the built-in correlations. */

@@ -11,8 +11,6 @@
 namespace tarn::blending {
 namespace {
 
-constexpr double kOneThird = 1.0 / 3.0;
-
 // Where the lowest and highest freeze points (degrees F) of the components
 // present sit; -1 when no component is present.
 struct FreezeRange {

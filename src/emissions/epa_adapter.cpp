@@ -28,7 +28,8 @@ constexpr SelectorLetters kSelectorLetters[7] = {
 char selectorLetter(const SelectorLetters& sel, int value) {
   int count = 0;
   while (sel.letters[count] != '\0') ++count;
-  const int k = value - sel.first;
+  // Widened: a selector may hold any int a caller stored.
+  const long long k = static_cast<long long>(value) - sel.first;
   if (k < 0 || k >= count) return ' ';
   return sel.letters[k];
 }

@@ -59,6 +59,9 @@ double improverGain(const CetaneImproverParams& group, char unit, double spg, do
   const double api = gfx_APIfromSPG(spg, 1, &apiPerSpg);
   const double apiTerm = std::pow(api / p2, p3);
   const double temperatureTerm = std::pow(fahrenheit / p4, p5);
+  // A negative base of either power is out of domain: a gravity above 1.076
+  // (API below 0, a missing gravity among them) or a temperature below 0 F.
+  if (std::isnan(apiTerm) || std::isnan(temperatureTerm)) return kMissing;
   const double argument = p7 * dose + p6;
   const double logTerm = std::log(argument);
   if (wantDerivatives && derivatives != nullptr) {
