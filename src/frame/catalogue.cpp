@@ -1,11 +1,15 @@
 // The catalogue table of the 57 built-in correlations.
 #include "frame/catalogue.h"
 
+#include <array>
+#include <utility>
+
 #include "common/units.h"
 #include "distill/percent_off.h"
 #include "emissions/adapters.h"
 #include "emissions/epa_adapter.h"
 #include "frame/evaluation_steps.h"
+#include "frame/nan_rule.h"
 #include "tarn/blending.h"
 #include "tarn/distill.h"
 #include "tarn/emissions.h"
@@ -472,6 +476,25 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     {55, "RBOB", kGeneral, names(kBlendstockIn), names(kRbobOut), kinds(kKindRbob), kNoPair, 0, 55, coefs(kRbobCoefs), &evaluateRbob},
     {56, "T20GAUSS", kGeneral, names(kT10T30), names(kT20), kinds(kKind1), kNoPair, 0, 56, coefs(kT20GaussCoefs), kEvaluateT20Gauss},
 };
+
+// Each row's evaluator under the NaN rule, with the row's counts.
+template <int I>
+int evaluateWithoutNaNAt(const CorrelationRow& row, double* inputs, double* outputs,
+                         int derivFlag, double* derivs) {
+  constexpr const CorrelationRow& r = kCatalogueRows[I];
+  return evaluateWithoutNaN<r.evaluate, static_cast<std::size_t>(r.inputs.count),
+                            static_cast<std::size_t>(r.outputs.count)>(row, inputs, outputs,
+                                                                       derivFlag, derivs);
+}
+
+template <int... I>
+constexpr std::array<Evaluator, sizeof...(I)> evaluatorsWithoutNaN(
+    std::integer_sequence<int, I...>) {
+  return {&evaluateWithoutNaNAt<I>...};
+}
+
+extern constexpr std::array<Evaluator, kCatalogueSize> kEvaluatorsWithoutNaN =
+    evaluatorsWithoutNaN(std::make_integer_sequence<int, kCatalogueSize>());
 
 // Evaluation by index goes straight to a row's evaluator: every row must
 // have a type that is computed.

@@ -10,7 +10,7 @@
 #include "common/missing.h"
 #include "common/scratch.h"
 #include "frame/catalogue.h"
-#include "frame/evaluation_steps.h"
+#include "frame/nan_rule.h"
 #include "tarn/tarn.h"
 
 using tarn::frame::CorrelationRow;
@@ -24,25 +24,45 @@ constexpr std::size_t kMostDerivatives = 13 * 25;
 
 bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-// T10INDEX, T50INDEX and T90INDEX report an undefined index of NaN as
-// computed (intended).
-bool reportsNaNAsComputed(const CorrelationRow& row) {
-  using tarn::frame::evaluateThreePointIndex;
-  return row.evaluate == &evaluateThreePointIndex<0> || row.evaluate == &evaluateThreePointIndex<1> ||
-         row.evaluate == &evaluateThreePointIndex<2>;
-}
-
 bool anyNaN(const double* values, std::size_t count) {
   bool found = false;
   for (std::size_t i = 0; i < count; ++i) found = found || std::isnan(values[i]);
   return found;
 }
 
-// evaluateWithoutNaN where the caller's arrays already hold NaN: only the
-// elements the row wrote (those that differ from a copy taken before) count.
-[[gnu::noinline]] int evaluateBesideCallerNaN(const CorrelationRow& row, double* inputs,
-                                              double* outputs, int derivFlag, double* derivs,
-                                              std::size_t outputCount, std::size_t derivCount) {
+// A row evaluated under the NaN rule (nan_rule.h).
+inline int evaluateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                       double* derivs) {
+  return tarn::frame::kEvaluatorsWithoutNaN[row.index](row, inputs, outputs, derivFlag, derivs);
+}
+
+int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                 double* derivs) {
+  if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
+  if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
+  if (row.evaluate == nullptr) return TARN_STATUS_NOT_CALCULABLE;
+  return evaluateRow(row, inputs, outputs, derivFlag, derivs);
+}
+
+}  // namespace
+
+int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
+                         double* derivs) {
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
+  return calculateRow(*row, inputs, outputs, derivFlag, derivs);
+}
+
+namespace tarn::frame {
+
+int evaluateBesideCallerNaN(const CorrelationRow& row, double* inputs, double* outputs,
+                            int derivFlag, double* derivs) {
+  const std::size_t inputCount = static_cast<std::size_t>(row.inputs.count);
+  const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
+  const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
+  if (anyNaN(inputs, inputCount) || outputCount > kMostOutputs || derivCount > kMostDerivatives) {
+    return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  }
   double outputsBefore[kMostOutputs];
   double derivsBefore[kMostDerivatives];
   std::memcpy(outputsBefore, outputs, outputCount * sizeof(double));
@@ -66,29 +86,8 @@ bool anyNaN(const double* values, std::size_t count) {
   return status;
 }
 
-// Evaluates a row so that NaN never comes out of inputs that are all
-// numbers: an infinite or huge input, or an overflow inside a model, gives a
-// result that is undefined, reported as such (the missing value in each
-// output that is NaN, 0 for a NaN derivative, status 1 where the row said
-// 0). Only elements the row wrote are examined; what it left as the caller
-// had it is not a result. Derivatives are examined only when asked for,
-// since only then does the caller's array have the catalogue's size. In the
-// common case (no NaN in the caller's arrays) every NaN afterwards is the
-// row's, and no copy is needed.
-inline int evaluateWithoutNaN(const CorrelationRow& row, double* inputs, double* outputs,
-                              int derivFlag, double* derivs) {
-  const std::size_t inputCount = static_cast<std::size_t>(row.inputs.count);
-  const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
-  const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
-  if (anyNaN(inputs, inputCount) || reportsNaNAsComputed(row) || outputCount > kMostOutputs ||
-      derivCount > kMostDerivatives) {
-    return row.evaluate(row, inputs, outputs, derivFlag, derivs);
-  }
-  if (anyNaN(outputs, outputCount) || anyNaN(derivs, derivCount)) {
-    return evaluateBesideCallerNaN(row, inputs, outputs, derivFlag, derivs, outputCount,
-                                   derivCount);
-  }
-  int status = row.evaluate(row, inputs, outputs, derivFlag, derivs);
+int clearComputedNaN(int status, double* outputs, std::size_t outputCount, double* derivs,
+                     std::size_t derivCount) {
   bool undefined = false;
   for (std::size_t k = 0; k < outputCount; ++k) {
     if (std::isnan(outputs[k])) {
@@ -102,28 +101,9 @@ inline int evaluateWithoutNaN(const CorrelationRow& row, double* inputs, double*
       undefined = true;
     }
   }
-  if (undefined && status == TARN_STATUS_OK) status = TARN_STATUS_UNDEFINED;
-  return status;
+  return undefined && status == TARN_STATUS_OK ? TARN_STATUS_UNDEFINED : status;
 }
 
-int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                 double* derivs) {
-  if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
-  if (row.evaluate == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  return evaluateWithoutNaN(row, inputs, outputs, derivFlag, derivs);
-}
-
-}  // namespace
-
-int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
-  const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
-  return calculateRow(*row, inputs, outputs, derivFlag, derivs);
-}
-
-namespace tarn::frame {
 namespace {
 
 // Type 1: the slope of output 0 to input 0 by a forward difference against
@@ -197,7 +177,7 @@ inline int generalCalculation(int index, int derivFlag, double* inputs, double* 
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   if (row != nullptr && row->evaluate != nullptr && inputs != nullptr && outputs != nullptr &&
       (derivFlag == 0 || derivs != nullptr)) {
-    return evaluateWithoutNaN(*row, inputs, outputs, derivFlag, derivs);
+    return evaluateRow(*row, inputs, outputs, derivFlag, derivs);
   }
   return otherCalculation(index, derivFlag, inputs, outputs, derivs);
 }
@@ -230,7 +210,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
       std::copy(inputs + r * inputCount, inputs + (r + 1) * inputCount, x.data());
       double* out = outputs + r * outputCount;
       double* d = derivs != nullptr ? derivs + r * inputCount * outputCount : nullptr;
-      const int status = evaluated ? evaluateWithoutNaN(*row, x.data(), out, derivFlag, d)
+      const int status = evaluated ? evaluateRow(*row, x.data(), out, derivFlag, d)
                                    : otherCalculation(index, derivFlag, x.data(), out, d);
       if (statuses != nullptr) statuses[r] = status;
       if (status != TARN_STATUS_OK) ++failed;
