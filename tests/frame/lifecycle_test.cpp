@@ -2,75 +2,58 @@
 #include <gtest/gtest.h>
 
 #include "support/fixture.h"
-#include "tarn/corparms.h"
 #include "tarn/tarn.h"
 
 namespace {
 
-double coefficient(int index, int k) {
-  double value = 0.0;
-  EXPECT_EQ(gfx_tarnGetCoef(index, k, nullptr, &value), 0);
-  return value;
-}
-
-class Lifecycle : public tarn::testing::LibraryTest {
- protected:
-  // Changes a switch of each kind and a coefficient that views a keyword field.
-  static void changeEverything() {
-    gfx_tarnSetCoefValue(0, 0, 0.0);     // TVL CORF
-    gfx_tarnSetCoefValue(0, 1, 99.0);    // TVL P1 = keyword TVL20 P1
-    gfx_tarnSetCoefValue(7, 1, 3.0);     // EPA PHASE
-    gfx_tarnSetCoefValue(11, 1, 7.0);    // DRIVEABILITYINDEXE EOHVOL
-    gfx_tarnSetCoefValue(51, 1, 2.5);    // CARBOB3 EOHARO
-    gfx_tarnSetCoefValue(42, 0, 2.0);    // ND86FROMPERCENTOFF TYPCOR
-    gfx_tarnSetCoefValue(53, 12, 4.0);   // EVAPORATIVE NPTS
-    gfx_tarnSetCoefValue(50, 14, 1.0);   // CARBOB2 ALTOXY
-  }
+// A switch of each kind (settings only coefficients reach) and coefficients
+// that view parameter-block fields, with a changed and the initial value.
+const struct Change {
+  int index, k;
+  double changed, initial;
+  bool setting;
+  const char* what;
+} kChanges[] = {
+    {0, 0, 0.0, 1.0, true, "TVL CORF"},          {7, 1, 3.0, 2.0, true, "EPA PHASE"},
+    {11, 1, 7.0, 5.0, true, "DRIVEABILITYINDEXE EOHVOL"},
+    {51, 1, 2.5, 1.7, true, "CARBOB3 EOHARO"},   {42, 0, 2.0, 0.0, true, "ND86FROMPERCENTOFF TYPCOR"},
+    {0, 1, 99.0, 114.6, false, "TVL P1"},        {53, 12, 4.0, 0.0, false, "EVAPORATIVE NPTS"},
+    {50, 14, 1.0, 0.0, false, "CARBOB2 ALTOXY"},
 };
 
-TEST_F(Lifecycle, ResetRestoresParametersAndLeavesSwitches) {
-  changeEverything();
+void changeAll() {
+  for (const Change& c : kChanges) ASSERT_EQ(gfx_tarnSetCoefValue(c.index, c.k, c.changed), 0);
+}
+
+void expectKept(const char* after, bool settingsKept, bool parametersKept) {
+  for (const Change& c : kChanges) {
+    double value = -1.0;
+    EXPECT_EQ(gfx_tarnGetCoef(c.index, c.k, nullptr, &value), 0);
+    const bool kept = c.setting ? settingsKept : parametersKept;
+    EXPECT_EQ(value, kept ? c.changed : c.initial) << c.what << " after " << after;
+  }
+}
+
+class Lifecycle : public tarn::testing::LibraryTest {};
+
+TEST_F(Lifecycle, EachRestartRestoresItsOwnShare) {
+  changeAll();
   EXPECT_EQ(TARNReset(), 0);
-  // Coefficients that view parameters follow the reset ...
-  EXPECT_EQ(coefficient(0, 1), 114.6);
-  EXPECT_EQ(coefficient(53, 12), 0.0);
-  EXPECT_EQ(coefficient(50, 14), 0.0);
-  // ... the settings only coefficients reach stay as the host set them.
-  EXPECT_EQ(coefficient(0, 0), 0.0);
-  EXPECT_EQ(coefficient(7, 1), 3.0);
-  EXPECT_EQ(coefficient(11, 1), 7.0);
-  EXPECT_EQ(coefficient(51, 1), 2.5);
-  EXPECT_EQ(coefficient(42, 0), 2.0);
-  // Start-up of the parameter block alone leaves them too.
+  expectKept("reset", true, false);
+  changeAll();
   EXPECT_TRUE(TARNInitialize(nullptr));
-  EXPECT_EQ(coefficient(7, 1), 3.0);
-}
-
-TEST_F(Lifecycle, InitializeCoefsRestoresSwitchesOnly) {
-  changeEverything();
+  expectKept("parameter start-up", true, false);
+  changeAll();
   EXPECT_EQ(gfx_tarnInitializeCoefs(), 0);
-  EXPECT_EQ(coefficient(0, 0), 1.0);
-  EXPECT_EQ(coefficient(7, 1), 2.0);
-  EXPECT_EQ(coefficient(11, 1), 5.0);
-  EXPECT_EQ(coefficient(51, 1), 1.7);
-  EXPECT_EQ(coefficient(42, 0), 0.0);
-  // Parameter-block fields are not its business.
-  EXPECT_EQ(coefficient(0, 1), 99.0);
-  EXPECT_EQ(coefficient(53, 12), 4.0);
-  EXPECT_EQ(coefficient(50, 14), 1.0);
-}
-
-TEST_F(Lifecycle, StartUpRestoresEverythingAndShutDownKeepsIt) {
-  changeEverything();
+  expectKept("coefficient reset", false, true);
+  changeAll();
   EXPECT_EQ(gfx_tarnInitializeAllocate(nullptr), 0);
-  EXPECT_EQ(coefficient(0, 0), 1.0);
-  EXPECT_EQ(coefficient(0, 1), 114.6);
-  changeEverything();
+  expectKept("start-up", false, false);
+  changeAll();
   TARNUninitialize();
   EXPECT_EQ(gfx_tarnFree(), 0);
   EXPECT_EQ(gfx_tarnFree(), 0);
-  EXPECT_EQ(coefficient(7, 1), 3.0);
-  EXPECT_EQ(coefficient(0, 1), 99.0);
+  expectKept("shut-down", true, true);
 }
 
 }  // namespace

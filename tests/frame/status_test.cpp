@@ -1,6 +1,7 @@
 // Status messages and the error handler's print-out.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -33,7 +34,6 @@ TEST(StatusMessages, EveryCodeHasItsTextOrTheNotFoundLine) {
     longest = std::max(longest, std::strlen(entry.text));
   }
   EXPECT_EQ(longest + 1, static_cast<std::size_t>(TARN_MESSAGE_SIZE));
-
   // Success, the undefined result, the pair answer and the evaluation codes
   // have no text.
   for (int code : {0, 1, 12, -9, -444, -999, -8888, -9999, INT_MIN, INT_MAX}) {
@@ -54,47 +54,30 @@ std::string handlerOutput(int index, int code, int inputCount, const double* inp
   gfx_tarnSetDiagnosticStream(previous);
   std::rewind(file);
   std::string text;
-  char chunk[256];
-  std::size_t n = 0;
-  while ((n = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, n);
+  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
   std::fclose(file);
   return text;
 }
 
-TEST(ErrorHandler, PrintsTheDiagnosticExactly) {
-  const double rvpIndex[] = {12.5};
-  EXPECT_EQ(handlerOutput(8, -4, 1, rvpIndex),
-            "8: RVP\n"
-            "-4: Error Message Code not found. \n"
-            "Number of Inputs expected 1"
-            "1.250000e+01  RVPNDX \n");
-
-  // Start-up failure is the one code spelled out; inputs beyond the
-  // correlation's own repeat its last property id.
+TEST(ErrorHandler, PrintsTheDiagnosticExactlyAndNothingForAnUnknownIndexOrStream) {
+  // Start-up failure is the one code spelled out, a code with a message is
+  // still printed as not found; inputs beyond the correlation's own repeat
+  // its last property id.
   const double tvl[] = {9.0, 130.0, 210.0, -0.5};
+  EXPECT_EQ(handlerOutput(8, -4, 1, tvl),
+            "8: RVP\n-4: Error Message Code not found. \nNumber of Inputs expected 1"
+            "9.000000e+00  RVPNDX \n");
   EXPECT_EQ(handlerOutput(0, -1, 4, tvl),
-            "0: TVL\n"
-            "-1: Unable to initialize TARN.\n"
-            "Number of Inputs expected 3"
-            "9.000000e+00  RVP \n"
-            "1.300000e+02  T10 \n"
-            "2.100000e+02  T50 \n"
-            "-5.000000e-01  T50 \n");
-
-  // A code with a message is still printed as not found.
+            "0: TVL\n-1: Unable to initialize TARN.\nNumber of Inputs expected 3"
+            "9.000000e+00  RVP \n1.300000e+02  T10 \n2.100000e+02  T50 \n-5.000000e-01  T50 \n");
   EXPECT_EQ(handlerOutput(56, -6, 0, tvl),
             "56: T20GAUSS\n-6: Error Message Code not found. \nNumber of Inputs expected 2");
-}
-
-TEST(ErrorHandler, SilentWithoutStreamOrForUnknownIndex) {
-  const double x[] = {1.0};
-  EXPECT_EQ(handlerOutput(57, -4, 1, x), "");
-  EXPECT_EQ(handlerOutput(-1, -4, 1, x), "");
-  EXPECT_EQ(handlerOutput(8, -4, 1, nullptr), "8: RVP\n-4: Error Message Code not found. \n"
-                                              "Number of Inputs expected 1");
-  // No stream set: nothing to print to, still 0.
+  EXPECT_EQ(handlerOutput(8, -4, 1, nullptr),
+            "8: RVP\n-4: Error Message Code not found. \nNumber of Inputs expected 1");
+  EXPECT_EQ(handlerOutput(57, -4, 1, tvl), "");
+  EXPECT_EQ(handlerOutput(-1, -4, 1, tvl), "");
   std::FILE* previous = gfx_tarnSetDiagnosticStream(nullptr);
-  EXPECT_EQ(gfx_tarnErrorHandler(8, -4, 1, x), 0);
+  EXPECT_EQ(gfx_tarnErrorHandler(8, -4, 1, tvl), 0);
   EXPECT_EQ(gfx_tarnSetDiagnosticStream(previous), nullptr);
 }
 

@@ -13,22 +13,17 @@ namespace tarn::testing {
 inline std::vector<std::string> expandList(const std::string& text) {
   std::vector<std::string> words;
   std::istringstream in(text);
-  std::string word;
-  while (in >> word) {
-    const auto open = word.find('{');
+  for (std::string word; in >> word;) {
+    const auto open = word.find('{'), dots = word.find(".."), close = word.find('}');
     if (open == std::string::npos) {
       words.push_back(word);
       continue;
     }
-    const auto dots = word.find("..", open);
-    const auto close = word.find('}', dots);
     const std::string first = word.substr(open + 1, dots - open - 1);
-    const int from = std::stoi(first);
-    const int to = std::stoi(word.substr(dots + 2, close - dots - 2));
-    for (int n = from; n <= to; ++n) {
-      std::string number = std::to_string(n);
-      while (number.size() < first.size()) number.insert(0, "0");
-      words.push_back(word.substr(0, open) + number + word.substr(close + 1));
+    for (int n = std::stoi(first); n <= std::stoi(word.substr(dots + 2, close - dots - 2)); ++n) {
+      const std::string number = std::to_string(n);
+      const std::string padding(first.size() > number.size() ? first.size() - number.size() : 0, '0');
+      words.push_back(word.substr(0, open) + padding + number + word.substr(close + 1));
     }
   }
   return words;
