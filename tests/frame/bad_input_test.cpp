@@ -1,10 +1,7 @@
-// Bad input through evaluation by index: every input of every built-in
-// correlation in turn set to the missing value, NaN, +-infinity, zero and a
-// huge value, with and without derivatives. The status must be one the
-// correlation documents, and NaN must not come out unless the caller passed
-// NaN or a documented rule lets it through: T10INDEX, T50INDEX and T90INDEX
-// report an undefined index of NaN with status 0. Then the faults this matrix
-// and the fuzz targets found.
+// Bad input through evaluation by index: each input of each correlation set
+// to the missing value, NaN, +-infinity, zero and a huge value answers a
+// documented status, and no NaN unless NaN went in or the three-point
+// indices' rule lets it through. Then the faults this and fuzzing found.
 #include <gtest/gtest.h>
 
 #include <algorithm>

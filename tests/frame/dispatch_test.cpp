@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/catalogue.h"
 #include "frame/dispatch.h"
 #include "frame/evaluation.h"
 #include "support/derivatives.h"
@@ -60,6 +61,17 @@ TEST_F(DispatchTest, EveryCorrelationFollowsItsOwnUnitMethodAndEthanolSettings) 
   for (const int index : {5, 6, 41, 42}) ASSERT_EQ(gfx_tarnSetCoefValue(index, 0, 4.0), 0);
   for (const int index : {11, 50, 51, 55}) ASSERT_EQ(gfx_tarnSetCoefValue(index, index == 11 ? 1 : 8, 7.0), 0);
   expectAllMatchDirectCalls({'C', 4, 7.0});
+}
+
+TEST_F(DispatchTest, BorrowedUnitFlagsFollowTheirSourceAlone) {
+  // POURPOINT1 computes in the unit of POURPOINTINDEX1, CD86ONE90BLEND in
+  // that of D86ONE90BLEND.
+  for (const auto& [borrower, source] : {std::pair{17, 16}, {47, 15}}) {
+    ASSERT_EQ(gfx_tarnSetCoefValue(source, 0, 0.0), 0);
+    EXPECT_EQ(tarn::frame::unitFlag(tarn::frame::catalogue()[borrower]), 'C') << borrower;
+    ASSERT_EQ(gfx_tarnSetCoefValue(source, 0, 1.0), 0);
+    EXPECT_EQ(tarn::frame::unitFlag(tarn::frame::catalogue()[borrower]), 'F') << borrower;
+  }
 }
 
 // Deliberate differences between a reported derivative and the slope of the

@@ -21,39 +21,30 @@ const struct Change {
     {50, 14, 1.0, 0.0, false, "CARBOB2 ALTOXY"},
 };
 
-void changeAll() {
-  for (const Change& c : kChanges) ASSERT_EQ(gfx_tarnSetCoefValue(c.index, c.k, c.changed), 0);
-}
-
-void expectKept(const char* after, bool settingsKept, bool parametersKept) {
-  for (const Change& c : kChanges) {
-    double value = -1.0;
-    EXPECT_EQ(gfx_tarnGetCoef(c.index, c.k, nullptr, &value), 0);
-    const bool kept = c.setting ? settingsKept : parametersKept;
-    EXPECT_EQ(value, kept ? c.changed : c.initial) << c.what << " after " << after;
-  }
-}
-
 class Lifecycle : public tarn::testing::LibraryTest {};
 
 TEST_F(Lifecycle, EachRestartRestoresItsOwnShare) {
-  changeAll();
-  EXPECT_EQ(TARNReset(), 0);
-  expectKept("reset", true, false);
-  changeAll();
-  EXPECT_TRUE(TARNInitialize(nullptr));
-  expectKept("parameter start-up", true, false);
-  changeAll();
-  EXPECT_EQ(gfx_tarnInitializeCoefs(), 0);
-  expectKept("coefficient reset", false, true);
-  changeAll();
-  EXPECT_EQ(gfx_tarnInitializeAllocate(nullptr), 0);
-  expectKept("start-up", false, false);
-  changeAll();
-  TARNUninitialize();
-  EXPECT_EQ(gfx_tarnFree(), 0);
-  EXPECT_EQ(gfx_tarnFree(), 0);
-  expectKept("shut-down", true, true);
+  const struct {
+    const char* what;
+    int (*restart)();
+    bool settingsKept, parametersKept;
+  } steps[] = {
+      {"reset", TARNReset, true, false},
+      {"parameter start-up", [] { return TARNInitialize(nullptr) ? 0 : -1; }, true, false},
+      {"coefficient reset", gfx_tarnInitializeCoefs, false, true},
+      {"start-up", [] { return gfx_tarnInitializeAllocate(nullptr); }, false, false},
+      {"shut-down", [] { return TARNUninitialize(), gfx_tarnFree() + gfx_tarnFree(); }, true, true},
+  };
+  for (const auto& step : steps) {
+    for (const Change& c : kChanges) ASSERT_EQ(gfx_tarnSetCoefValue(c.index, c.k, c.changed), 0);
+    EXPECT_EQ(step.restart(), 0) << step.what;
+    for (const Change& c : kChanges) {
+      double value = -1.0;
+      EXPECT_EQ(gfx_tarnGetCoef(c.index, c.k, nullptr, &value), 0);
+      const bool kept = c.setting ? step.settingsKept : step.parametersKept;
+      EXPECT_EQ(value, kept ? c.changed : c.initial) << c.what << " after " << step.what;
+    }
+  }
 }
 
 }  // namespace
