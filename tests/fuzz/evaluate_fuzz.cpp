@@ -1,15 +1,9 @@
-// Fuzzes evaluation by index (gfx_tarnGenCalc, gfx_tarnGenCalcComplex):
-// any index, derivative flag and inputs, after a few changes of the settings
-// a host may make (coefficients, keywords such as ChangeData and the point
-// counts). Inputs, outputs and derivatives are caller arrays of the
-// catalogue's sizes fenced by guard bytes.
-//
-// Input: a settings count, the index, the settings, the call shape, then one
-// value per input (see ByteReader::value).
+// Fuzzes gfx_tarnGenCalc and gfx_tarnGenCalcComplex: any index, flag and
+// inputs, after a few settings a host may change, with caller arrays of the
+// catalogue's sizes fenced by guard bytes. Input: a settings count, the
+// index, the settings, the call shape, then one value per input.
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
 #include <string>
 
 #include "fuzz_support.h"
@@ -18,53 +12,42 @@
 
 namespace {
 
-using tarn::fuzz::ByteReader;
-using tarn::fuzz::Fenced;
-using tarn::fuzz::ParameterSnapshot;
+using namespace tarn::fuzz;
 
 // Realistic ranges by input property id (temperatures in degrees F, or
 // degrees C when a unit flag was switched); ids not listed take [0, 100].
-struct Range {
+constexpr struct Range {
   const char* id;
   double low, high;
-};
-constexpr Range kRanges[] = {
-    {"RVP", 2, 15},        {"OBSRVP", 2, 15},     {"SRVP", -2, 2},      {"IBP", 60, 120},
-    {"T10", 90, 480},      {"T20", 100, 250},     {"T30", 120, 280},    {"T50", 150, 560},
-    {"T70", 180, 340},     {"T90", 250, 650},     {"FBP", 350, 700},    {"OBST50", 150, 260},
-    {"OBST90", 250, 380},  {"SPG", 0.65, 1.0},    {"VISC", 0.5, 3000},  {"CLDPNT", -60, 40},
-    {"POURPNT", -70, 40},  {"FLSHPNT", 20, 250},  {"IMPDRATE", 0, 2000}, {"IMPVOL", 0, 1},
-    {"RON", 70, 110},      {"MON", 65, 100},      {"TRON", 70, 110},    {"TMON", 65, 100},
-    {"SUL", 0, 1000},      {"E20", 20, 80},       {"E30", 60, 99},      {"E70", 5, 70},
-    {"VOLETOH", 0, 15},    {"RVPNDX", 1, 40},     {"T10NDX", 0.1, 30},  {"T90NDX", 0.1, 30}};
+} kRanges[] = {
+    {"RVP", 2, 15},      {"OBSRVP", 2, 15},    {"SRVP", -2, 2},      {"IBP", 60, 120},    {"T10", 90, 480},
+    {"T20", 100, 250},   {"T30", 120, 280},    {"T50", 150, 560},    {"T70", 180, 340},   {"T90", 250, 650},
+    {"FBP", 350, 700},   {"OBST50", 150, 260}, {"OBST90", 250, 380}, {"SPG", 0.65, 1.0},  {"VISC", 0.5, 3000},
+    {"CLDPNT", -60, 40}, {"POURPNT", -70, 40}, {"FLSHPNT", 20, 250}, {"IMPDRATE", 0, 2000}, {"IMPVOL", 0, 1},
+    {"RON", 70, 110},    {"MON", 65, 100},     {"TRON", 70, 110},    {"TMON", 65, 100},   {"SUL", 0, 1000},
+    {"E20", 20, 80},     {"E30", 60, 99},      {"E70", 5, 70},       {"VOLETOH", 0, 15},  {"RVPNDX", 1, 40},
+    {"T10NDX", 0.1, 30}, {"T90NDX", 0.1, 30}};
 
-// Keywords that change how correlations compute, each with how many
-// numbered members it has (0: a single keyword).
-struct Keyword {
+// Keywords that change how correlations compute: group, name, and for a
+// numbered run the first number, the count and the digits.
+constexpr struct Keyword {
   const char* group;
   const char* name;
   int first, count, digits;
-};
-constexpr Keyword kKeywords[] = {
-    {"TARN", "ChangeData", 0, 0, 0},    {"EVAPORATIVE", "NPTS", 0, 0, 0},
-    {"EVAPORATIVE", "P", 0, 12, 2},     {"ND86FROMPERCENTOFF", "NPOFF", 0, 0, 0},
-    {"ND86FROMPERCENTOFF", "NTEMP", 0, 0, 0}, {"ND86FROMPERCENTOFF", "P", 1, 25, 0},
-    {"ND86FROMPERCENTOFF", "T", 1, 13, 0},    {"D86FROMPERCENTOFF", "P", 1, 10, 0},
-    {"GENERICD86", "MinVol", 0, 0, 0},  {"GENERICD86", "MnVolIBP", 0, 0, 0},
-    {"GENERICD86", "MxVolFBP", 0, 0, 0}, {"GENERICD86", "DDelta", 0, 0, 0},
-    {"GENERICD86", "BTol", 0, 0, 0},    {"GENERICD86", "DPure", 0, 0, 0},
-    {"REIDVAPORPRESSURE", "", 0, 0, 0}, {"CARBOB2", "ALTOXY", 0, 0, 0},
-    {"T20GAUSSIAN", "P", 1, 3, 0},      {"HC94", "X1", 0, 0, 0},
-    {"MTM", "Perturb", 0, 0, 0},        {"MTM", "P", 1, 12, 0},
-    {"RBOB", "P", 1, 6, 0},             {"CETANEIMPROVER", "P", 1, 7, 0},
-    {"T10INDEX", "P", 1, 13, 0},        {"T50INDEX", "N1", 0, 0, 0},
-    {"VAPORLOCKINDEX", "P", 1, 2, 0},   {"E200E300EPA", "P", 1, 4, 0}};
+} kKeywords[] = {
+    {"TARN", "ChangeData", 0, 0, 0}, {"EVAPORATIVE", "NPTS", 0, 0, 0}, {"EVAPORATIVE", "P", 0, 12, 2},
+    {"ND86FROMPERCENTOFF", "NPOFF", 0, 0, 0}, {"ND86FROMPERCENTOFF", "NTEMP", 0, 0, 0},
+    {"ND86FROMPERCENTOFF", "P", 1, 25, 0}, {"ND86FROMPERCENTOFF", "T", 1, 13, 0}, {"D86FROMPERCENTOFF", "P", 1, 10, 0},
+    {"GENERICD86", "MinVol", 0, 0, 0}, {"GENERICD86", "MnVolIBP", 0, 0, 0}, {"GENERICD86", "MxVolFBP", 0, 0, 0},
+    {"GENERICD86", "DDelta", 0, 0, 0}, {"GENERICD86", "BTol", 0, 0, 0}, {"GENERICD86", "DPure", 0, 0, 0},
+    {"REIDVAPORPRESSURE", "", 0, 0, 0}, {"CARBOB2", "ALTOXY", 0, 0, 0}, {"T20GAUSSIAN", "P", 1, 3, 0},
+    {"HC94", "X1", 0, 0, 0}, {"MTM", "Perturb", 0, 0, 0}, {"MTM", "P", 1, 12, 0}, {"RBOB", "P", 1, 6, 0},
+    {"CETANEIMPROVER", "P", 1, 7, 0}, {"T10INDEX", "P", 1, 13, 0}, {"T50INDEX", "N1", 0, 0, 0},
+    {"VAPORLOCKINDEX", "P", 1, 2, 0}, {"E200E300EPA", "P", 1, 4, 0}};
 
 // The percent-off and curve correlations, whose inputs a realistic caller
 // passes in increasing order.
-bool isCurve(int index) {
-  return index == 5 || index == 6 || index == 41 || index == 42 || index == 49 || index == 53;
-}
+bool isCurve(int index) { return isOneOf(index, {5, 6, 41, 42, 49, 53}); }
 
 // Writes the derivative array whatever the flag: MTMF, MTMR (8 entries),
 // CT10BLEND..CRVP (3 entries), and D86TOPERCENTOFF and CD86FROMPERCENTOFF
@@ -72,8 +55,7 @@ bool isCurve(int index) {
 int derivativesWrittenWithoutFlag(int index, int size) {
   if (index == 39 || index == 40) return 8;
   if (index >= 44 && index <= 48) return 3;
-  if (index == 6 || index == 49) return size;
-  return 0;
+  return index == 6 || index == 49 ? size : 0;
 }
 
 // May rewrite its inputs in place: the oxygenate removal of CD86ONE90BLEND,
@@ -81,13 +63,7 @@ int derivativesWrittenWithoutFlag(int index, int size) {
 // filling of missing 30 % and 70 % points of D86TOPERCENTOFF and
 // ND86TOPERCENTOFF, and the curve repairs of ChangeData.
 bool mayRewriteInputs(int index, bool changeData) {
-  switch (index) {
-    case 2: case 3: case 4: case 6: case 7: case 41: case 47: case 48: case 49: case 50:
-    case 51: case 55:
-      return true;
-    default:
-      return changeData && isCurve(index);
-  }
+  return isOneOf(index, {2, 3, 4, 6, 7, 41, 47, 48, 49, 50, 51, 55}) || (changeData && isCurve(index));
 }
 
 void changeSetting(ByteReader& in, int index) {
@@ -101,33 +77,23 @@ void changeSetting(ByteReader& in, int index) {
   if (keyword.count == 0) {
     std::snprintf(name, sizeof name, "%s", keyword.name);
   } else {
-    std::snprintf(name, sizeof name, "%s%0*d", keyword.name, keyword.digits,
-                  keyword.first + in.u8() % keyword.count);
+    std::snprintf(name, sizeof name, "%s%0*d", keyword.name, keyword.digits, keyword.first + in.u8() % keyword.count);
   }
   gfx_setCorParms(keyword.group, name, kind % 4 == 1 ? in.value(-5.0, 30.0) : in.value(0.0, 500.0));
 }
 
 Range rangeOf(int index, int k) {
   char id[TARN_PROPERTY_ID_SIZE] = {};
-  if (gfx_tarnGetCorrelationInpPropId(index, k, id) == 0) {
-    const std::string name(id);
-    const std::string base = name.substr(0, name.find("_No_Ethanol"));
-    for (const Range& r : kRanges) {
-      if (base == r.id) return r;
-    }
-  }
-  return {"", 0.0, 100.0};
-}
-
-int countOf(int (*query)(int, int*), int index, int unknown) {
-  int count = 0;
-  return query(index, &count) == 0 ? count : unknown;
+  const std::string name = gfx_tarnGetCorrelationInpPropId(index, k, id) == 0 ? id : "";
+  const std::string base = name.substr(0, name.find("_No_Ethanol"));
+  const auto found = std::find_if(std::begin(kRanges), std::end(kRanges), [&](const Range& r) { return base == r.id; });
+  return found != std::end(kRanges) ? *found : Range{"", 0.0, 100.0};
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tarn::fuzz::startFresh();
+  startFresh();
   ByteReader in(data, size);
   const int settings = in.u8() % 4;
   const int index = in.index(TARN_CORRELATION_COUNT);
@@ -144,15 +110,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int n = countOf(gfx_tarnGetCorrelationInpPropCount, index, 4);
   const int m = countOf(gfx_tarnGetCorrelationOutPropCount, index, 4);
   Fenced<double> inputs(n), outputs(m), derivs(static_cast<std::size_t>(n) * m);
-  bool anyNaNInput = false;
-  for (int j = 0; j < n; ++j) {
-    const Range r = rangeOf(index, j);
-    inputs[j] = in.value(r.low, r.high);
-    anyNaNInput = anyNaNInput || std::isnan(inputs[j]);
-  }
+  for (int j = 0; j < n; ++j) inputs[j] = in.value(rangeOf(index, j).low, rangeOf(index, j).high);
   if (sorted && isCurve(index)) std::sort(inputs.data(), inputs.data() + std::min(n, 10));
-  Fenced<double> given(n);
-  for (int j = 0; j < n; ++j) given[j] = inputs[j];
+  const bool anyNaNInput = std::any_of(inputs.data(), inputs.data() + n, [](double x) { return std::isnan(x); });
+  const std::vector<double> given(inputs.data(), inputs.data() + n);
 
   const bool changeData = tarn::params().changeData;
   const ParameterSnapshot before;
@@ -162,14 +123,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int status = complex ? gfx_tarnGenCalcComplex(index, derivFlag, 0, 3, inputArray, outputArray, derivArray)
                              : gfx_tarnGenCalc(index, derivFlag, 0, inputArray, outputArray, derivArray);
 
-  TARN_FUZZ_CHECK(before.unchanged(), "correlation %d changed byte %ld of the parameter block", index,
-                  before.firstDifference());
+  TARN_FUZZ_CHECK(before.unchanged(), "correlation %d changed byte %ld of the block", index, before.firstDifference());
   TARN_FUZZ_CHECK(inputs.guardsIntact() && outputs.guardsIntact() && derivs.guardsIntact(),
                   "correlation %d wrote outside its arrays", index);
   if (!known || nullArrays) {
-    TARN_FUZZ_CHECK(status == TARN_STATUS_NOT_CALCULABLE, "correlation %d: status %d", index, status);
-    TARN_FUZZ_CHECK(outputs.arrayUntouched(0, m) && derivs.arrayUntouched(0, derivs.size()),
-                    "correlation %d wrote although it failed", index);
+    TARN_FUZZ_CHECK(status == TARN_STATUS_NOT_CALCULABLE && outputs.arrayUntouched(0, m) &&
+                        derivs.arrayUntouched(0, derivs.size()),
+                    "correlation %d: status %d, or it wrote although it failed", index, status);
     return 0;
   }
   if (derivFlag != 0 && nullDerivs) {
@@ -178,29 +138,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   TARN_FUZZ_CHECK(tarn::testing::documentedStatuses(index).count(status) == 1,
                   "correlation %d returned the undocumented status %d", index, status);
-  if (derivFlag == 0) {
-    TARN_FUZZ_CHECK(derivs.arrayUntouched(derivativesWrittenWithoutFlag(index, n * m), derivs.size()),
-                    "correlation %d wrote derivatives without the flag", index);
+  TARN_FUZZ_CHECK(derivFlag != 0 || derivs.arrayUntouched(derivativesWrittenWithoutFlag(index, n * m), derivs.size()),
+                  "correlation %d wrote derivatives without the flag", index);
+  for (int j = 0; j < n && !mayRewriteInputs(index, changeData); ++j) {
+    TARN_FUZZ_CHECK(sameBits(inputs[j], given[j]), "correlation %d rewrote input %d", index, j);
   }
-  if (!mayRewriteInputs(index, changeData)) {
-    for (int j = 0; j < n; ++j) {
-      TARN_FUZZ_CHECK(tarn::fuzz::sameBits(inputs[j], given[j]), "correlation %d rewrote input %d", index, j);
-    }
-  }
-
-  // NaN comes out only where NaN went in, or where the three-point distillation
-  // indices report it as computed. Elements left as the caller had them are
-  // not results.
+  // NaN comes out only where NaN went in, or where the three-point
+  // distillation indices report it as computed. Elements left as the caller
+  // had them are not results.
   if (anyNaNInput || tarn::testing::reportsNaNAsComputed(index)) return 0;
   for (int k = 0; k < m; ++k) {
-    TARN_FUZZ_CHECK(outputs.isMarker(k) || !std::isnan(outputs[k]),
-                    "correlation %d: NaN output %d with status %d", index, k, status);
+    TARN_FUZZ_CHECK(outputs.isMarker(k) || !std::isnan(outputs[k]), "correlation %d: NaN output %d with status %d",
+                    index, k, status);
   }
-  if (status == 0 && derivFlag != 0) {
-    for (std::size_t i = 0; i < derivs.size(); ++i) {
-      TARN_FUZZ_CHECK(derivs.isMarker(i) || !std::isnan(derivs[i]),
-                      "correlation %d: NaN derivative %zu with status 0", index, i);
-    }
+  for (std::size_t i = 0; status == 0 && derivFlag != 0 && i < derivs.size(); ++i) {
+    TARN_FUZZ_CHECK(derivs.isMarker(i) || !std::isnan(derivs[i]), "correlation %d: NaN derivative %zu", index, i);
   }
   return 0;
 }

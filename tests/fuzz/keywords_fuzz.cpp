@@ -7,8 +7,6 @@
 // keyword. The value is read by strtod ("nan", "inf", "1e30" ...).
 #include <cctype>
 #include <cmath>
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -17,20 +15,18 @@
 
 namespace {
 
-using tarn::fuzz::ParameterSnapshot;
-using tarn::fuzz::sameBits;
+using namespace tarn::fuzz;
 
 constexpr std::size_t kKeywordBuffer = 80;  // 79 characters and the terminator
 
-struct Operation {
-  char op = 's';
-  std::string correlation, parameter;
-  double value = 0.0;
-};
+std::string upper(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
 
-// Splits "op|correlation|parameter|value"; missing fields are empty.
-Operation parse(const std::string& line) {
-  Operation o;
+void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefaults) {
+  // "op|correlation|parameter|value"; missing fields are empty, keywords end
+  // at an embedded NUL as C sees them.
   std::string fields[4];
   int f = 0;
   for (char c : line) {
@@ -40,101 +36,71 @@ Operation parse(const std::string& line) {
       fields[f] += c;
     }
   }
-  if (!fields[0].empty()) o.op = fields[0][0];
-  o.correlation = fields[1].c_str();  // up to an embedded NUL, as C sees it
-  o.parameter = fields[2].c_str();
-  o.value = std::strtod(fields[3].c_str(), nullptr);
-  return o;
-}
-
-std::string upper(const std::string& text) {
-  std::string out = text;
-  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return out;
-}
-
-bool isGaussianQuantile(const Operation& o) {
-  return upper(o.correlation) == "T20GAUSSIAN" &&
-         (o.parameter == "P1" || o.parameter == "P2" || o.parameter == "P3");
-}
-
-void run(const Operation& o, const tarn::T20GaussianParams& gaussianDefaults) {
-  const bool unterminated = o.op == 'S' || o.op == 'G';
-  const bool nullKeyword = o.op == 'n' || o.op == 'N';
-  const bool isSet = o.op == 's' || o.op == 'S' || o.op == 'n';
+  const char op = fields[0].empty() ? 's' : fields[0][0];
+  const std::string correlationText = fields[1].c_str(), parameterText = fields[2].c_str();
+  const double value = std::strtod(fields[3].c_str(), nullptr);
+  const bool unterminated = op == 'S' || op == 'G';
+  const bool nullKeyword = op == 'n' || op == 'N';
+  const bool isSet = op == 's' || op == 'S' || op == 'n';
 
   // An unterminated keyword lives in a heap block of exactly 80 bytes, so a
   // read past it is caught by AddressSanitizer.
   std::unique_ptr<char[]> raw(new char[kKeywordBuffer]);
   for (std::size_t i = 0; i < kKeywordBuffer; ++i) {
-    const char c = i < o.correlation.size() ? o.correlation[i] : 'X';
-    raw[i] = c == '\0' ? 'X' : c;
+    raw[i] = i < correlationText.size() ? correlationText[i] : 'X';
   }
-  const char* correlation = unterminated ? raw.get() : o.correlation.c_str();
-  const char* parameter = o.parameter.c_str();
-  if (o.op == 'n') correlation = nullptr;
-  if (o.op == 'N') parameter = nullptr;
-  const bool overlong = unterminated || (!nullKeyword && o.correlation.size() >= kKeywordBuffer);
+  const char* correlation = op == 'n' ? nullptr : unterminated ? raw.get() : correlationText.c_str();
+  const char* parameter = op == 'N' ? nullptr : parameterText.c_str();
+  const bool overlong = unterminated || (!nullKeyword && correlationText.size() >= kKeywordBuffer);
 
   const ParameterSnapshot before;
-  if (isSet) {
-    const int status = gfx_setCorParms(correlation, parameter, o.value);
-    TARN_FUZZ_CHECK(status == 0 || status == 1, "set returned %d", status);
-    if (nullKeyword || overlong) {
-      TARN_FUZZ_CHECK(status == 1 && before.unchanged(), "null or overlong keyword was accepted");
-    }
-    if (status == 1) {
-      // Unknown pairs and refused values leave the block alone; a refused
-      // T20 quantile restores that group to its defaults (intended).
-      auto& group = tarn::params().t20Gaussian;
-      if (!nullKeyword && !overlong && isGaussianQuantile(o)) {
-        TARN_FUZZ_CHECK(before.firstDifference(&group, sizeof group) < 0,
-                        "refused T20 quantile changed another field");
-        TARN_FUZZ_CHECK(sameBits(group.p1, gaussianDefaults.p1) &&
-                            sameBits(group.p2, gaussianDefaults.p2) &&
-                            sameBits(group.p3, gaussianDefaults.p3) &&
-                            sameBits(group.ratio, gaussianDefaults.ratio),
-                        "refused T20 quantile did not restore the defaults");
-      } else {
-        TARN_FUZZ_CHECK(before.unchanged(), "set returned 1 but changed byte %ld",
-                        before.firstDifference());
-      }
-    } else if (std::isfinite(o.value) && std::fabs(o.value) < 1e6) {
-      // The getter reads the field the setter stored: the value itself, a
-      // truncation of it or of value + 0.5 (-3.4 reads -2), or a switch
-      // read as +-1.
-      const double read = gfx_getCorParms(correlation, parameter);
-      TARN_FUZZ_CHECK(std::fabs(read - o.value) < 2.0 || read == 1.0 || read == -1.0,
-                      "stored %.17g under (%s, %s) but read back %.17g", o.value, correlation,
-                      parameter, read);
-    }
+  if (!isSet) {
+    const double read = gfx_getCorParms(correlation, parameter);
+    TARN_FUZZ_CHECK(before.unchanged(), "get changed byte %ld", before.firstDifference());
+    TARN_FUZZ_CHECK(!(nullKeyword || overlong) || sameBits(read, 1e30), "null or overlong keyword read %.17g", read);
+    // The correlation keyword is matched without regard to case.
+    if (nullKeyword || overlong) return;
+    const double readUpper = gfx_getCorParms(upper(correlationText).c_str(), parameter);
+    TARN_FUZZ_CHECK(sameBits(read, readUpper), "(%s, %s) read %.17g but upper case read %.17g", correlation,
+                    parameter, read, readUpper);
     return;
   }
-
-  const double read = gfx_getCorParms(correlation, parameter);
-  TARN_FUZZ_CHECK(before.unchanged(), "get changed byte %ld", before.firstDifference());
-  if (nullKeyword || overlong) {
-    TARN_FUZZ_CHECK(sameBits(read, 1e30), "null or overlong keyword read %.17g", read);
-    return;
+  const int status = gfx_setCorParms(correlation, parameter, value);
+  TARN_FUZZ_CHECK(status == 0 || status == 1, "set returned %d", status);
+  TARN_FUZZ_CHECK(!(nullKeyword || overlong) || (status == 1 && before.unchanged()),
+                  "null or overlong keyword was accepted");
+  if (status == 1) {
+    // Unknown pairs and refused values leave the block alone; a refused T20
+    // quantile restores that group to its defaults (intended).
+    const auto& group = tarn::params().t20Gaussian;
+    const bool quantile = !nullKeyword && !overlong && upper(correlationText) == "T20GAUSSIAN" &&
+                          (parameterText == "P1" || parameterText == "P2" || parameterText == "P3");
+    TARN_FUZZ_CHECK(quantile ? before.firstDifference(&group, sizeof group) < 0 : before.unchanged(),
+                    "a refused set changed byte %ld", before.firstDifference(&group, quantile ? sizeof group : 0));
+    TARN_FUZZ_CHECK(!quantile || (sameBits(group.p1, gaussianDefaults.p1) && sameBits(group.p2, gaussianDefaults.p2) &&
+                                  sameBits(group.p3, gaussianDefaults.p3) &&
+                                  sameBits(group.ratio, gaussianDefaults.ratio)),
+                    "refused T20 quantile did not restore the defaults");
+  } else if (std::isfinite(value) && std::fabs(value) < 1e6) {
+    // The getter reads the field the setter stored: the value itself, a
+    // truncation of it or of value + 0.5 (-3.4 reads -2), or a switch read
+    // as +-1.
+    const double read = gfx_getCorParms(correlation, parameter);
+    TARN_FUZZ_CHECK(std::fabs(read - value) < 2.0 || read == 1.0 || read == -1.0,
+                    "stored %.17g under (%s, %s) but read back %.17g", value, correlation, parameter, read);
   }
-  // The correlation keyword is matched without regard to case.
-  const std::string upperCorrelation = upper(o.correlation);
-  const double readUpper = gfx_getCorParms(upperCorrelation.c_str(), parameter);
-  TARN_FUZZ_CHECK(sameBits(read, readUpper), "(%s, %s) read %.17g but upper case read %.17g",
-                  correlation, parameter, read, readUpper);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tarn::fuzz::startFresh();
+  startFresh();
   const tarn::T20GaussianParams gaussianDefaults = tarn::params().t20Gaussian;
   const std::string text(reinterpret_cast<const char*>(data), size);
   std::size_t start = 0;
   for (int count = 0; start <= text.size() && count < 16; ++count) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    run(parse(text.substr(start, end - start)), gaussianDefaults);
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    run(text.substr(start, end - start), gaussianDefaults);
     start = end + 1;
   }
   return 0;
