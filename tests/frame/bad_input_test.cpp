@@ -1,13 +1,12 @@
-// Bad input through evaluation by index: each input of each correlation set
-// to the missing value, NaN, +-infinity, zero and a huge value answers a
-// documented status, and no NaN unless NaN went in or the three-point
-// indices' rule lets it through. Then the faults this and fuzzing found.
+// Bad input through evaluation by index: the faults fuzzing found, each with
+// the input that showed it. (The evaluation fuzz target checks every
+// correlation for a documented status, and for NaN only where NaN went in or
+// the three-point indices' rule lets it through.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
 #include <vector>
 
 #include "emissions/epa_adapter.h"
@@ -23,40 +22,13 @@ using namespace tarn::testing;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// The realistic input row of a correlation.
-std::vector<double> inputsOf(int index) {
-  std::vector<double> x = wrappedCalls()[index].x;
-  if (index == 49) x[10] = 10.0;  // CD86FROMPERCENTOFF with ethanol in the blend
-  return x;
-}
+std::vector<double> inputsOf(int index) { return wrappedCalls()[index].x; }
 
 bool anyNaN(const std::vector<double>& v) {
   return std::any_of(v.begin(), v.end(), [](double x) { return std::isnan(x); });
 }
 
 using BadInput = EvaluationTest;
-
-TEST_F(BadInput, EveryCorrelationAnswersWithADocumentedStatusAndNoNaN) {
-  for (int index = 0; index < TARN_CORRELATION_COUNT; ++index) {
-    const std::vector<double> good = inputsOf(index);
-    ASSERT_EQ(genCalc(index, good).status, 0) << index;
-    for (std::size_t j = 0; j < good.size(); ++j) {
-      for (const double bad : {1e30, kNaN, kInf, -kInf, 0.0, 1e300}) {
-        for (const int derivFlag : {0, 1}) {
-          std::vector<double> x = good;
-          x[j] = bad;
-          const Result c = genCalc(index, x, derivFlag);
-          const std::string where = "correlation " + std::to_string(index) + " input " + std::to_string(j) +
-                                    " = " + std::to_string(bad) + (derivFlag ? " with derivatives" : "");
-          EXPECT_EQ(documentedStatuses(index).count(c.status), 1u) << where << ": status " << c.status;
-          if (std::isnan(bad) || tarn::testing::reportsNaNAsComputed(index)) continue;
-          EXPECT_FALSE(anyNaN(c.out)) << where << ": NaN output, status " << c.status;
-          EXPECT_FALSE(derivFlag && c.status == 0 && anyNaN(c.d)) << where << ": NaN derivative";
-        }
-      }
-    }
-  }
-}
 
 // A selector stored at the int limit was offset by its first value in int
 // arithmetic (signed overflow); every such selector is an unknown option.
