@@ -17,16 +17,15 @@ namespace {
 
 class RouterTest : public tarn::testing::LibraryTest {};
 
+// Every built-in index answering as its gfx_tarn* namesake is the router fuzz
+// target's invariant; here the boundary and the router's own answers.
 TEST_F(RouterTest, WithoutUserLibraryTheNumberingIsTheBuiltInCatalogue) {
   int count = 0;
   EXPECT_EQ(gfx_bmlGetCorrelationCount(&count), 0);
   EXPECT_EQ(count, 57);
   EXPECT_EQ(gfx_bmlGetPropCount(&count), 0);
   EXPECT_EQ(count, 2);
-
   char id[64] = "";
-  EXPECT_EQ(gfx_bmlGetCorrelationId(0, id), 0);
-  EXPECT_STREQ(id, "TVL");
   EXPECT_EQ(gfx_bmlGetCorrelationId(56, id), 0);
   EXPECT_STREQ(id, "T20GAUSS");
   std::string buffer = "kept";
@@ -36,34 +35,22 @@ TEST_F(RouterTest, WithoutUserLibraryTheNumberingIsTheBuiltInCatalogue) {
   EXPECT_EQ(gfx_bmlGetCorrelationId(-1, buffer.data()), TARN_STATUS_BAD_CORRELATION);
   EXPECT_EQ(buffer, "KEPT");
 
-  double x[2] = {9, 0}, y[2] = {0, 0}, direct[2] = {0, 0};
+  double x[2] = {9, 0}, y[2] = {0, 0};
   EXPECT_EQ(gfx_bmlGenCalc(57, 0, 0, 0.0, x, y, nullptr), TARN_BML_STATUS_INDEX_PAST_END);
   EXPECT_EQ(gfx_bmlGenCalcComplex(57, 0, 0, 0, x, y, nullptr), TARN_BML_STATUS_INDEX_PAST_END);
-  EXPECT_EQ(gfx_bmlGenCalc(9, 0, 0, 0.0, x, y, nullptr), 0);
-  EXPECT_EQ(gfx_tarnGenCalc(9, 0, 0, x, direct, nullptr), 0);
-  EXPECT_EQ(y[0], direct[0]);
-
   int slack = 5;
   EXPECT_EQ(gfx_bmlGetCorrelationSlackCount(50, &slack), 0);
   EXPECT_EQ(slack, 7);
   EXPECT_EQ(gfx_bmlGetCorrelationSlackCount(10, &slack), 0);
   EXPECT_EQ(slack, 0);  // cleared first, unlike the built-in query
   EXPECT_EQ(gfx_bmlGetCorrelationSlackCount(57, &slack), TARN_BML_STATUS_INDEX_PAST_END);
-  int kind = -1, pair = -1;
-  EXPECT_EQ(gfx_bmlGetCorrelationOutPropType(9, 0, &kind), 0);
-  EXPECT_EQ(kind, -1);
-  EXPECT_EQ(gfx_bmlGetIndexPair(13, &pair), 0);
-  EXPECT_EQ(pair, 14);
   EXPECT_EQ(gfx_bmlGetPropId(2, id), TARN_BML_STATUS_INDEX_PAST_END);
-  EXPECT_EQ(gfx_bmlGetCoefCount(57, &count), TARN_BML_STATUS_INDEX_PAST_END);
   // Calculations offered by user libraries only do nothing for built-in ones.
   y[0] = 42;
   EXPECT_EQ(gfx_bmlCalcPropValue(9, 1, 1, x, y), 0);
   EXPECT_EQ(gfx_bmlCalcIndexFromProp(9, 9.0, y), 0);
   EXPECT_EQ(y[0], 42);
   EXPECT_EQ(gfx_bmlCalcPropFromIndex(57, 9.0, y), TARN_BML_STATUS_INDEX_PAST_END);
-  EXPECT_EQ(gfx_bmlInitializeCoefs(), 0);
-  EXPECT_EQ(gfx_bmlFree(), 0);
 }
 
 TEST_F(RouterTest, MessagesOfTheRouterAndTheArithmeticForOtherCodes) {
