@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fuzz_support.h"
+#include "params/keywords.h"
 #include "support/statuses.h"
 #include "tarn/corparms.h"
 
@@ -27,23 +28,6 @@ constexpr struct Range {
     {"RON", 70, 110},    {"MON", 65, 100},     {"TRON", 70, 110},    {"TMON", 65, 100},   {"SUL", 0, 1000},
     {"E20", 20, 80},     {"E30", 60, 99},      {"E70", 5, 70},       {"VOLETOH", 0, 15},  {"RVPNDX", 1, 40},
     {"T10NDX", 0.1, 30}, {"T90NDX", 0.1, 30}};
-
-// Keywords that change how correlations compute: group, name, and for a
-// numbered run the first number, the count and the digits.
-constexpr struct Keyword {
-  const char* group;
-  const char* name;
-  int first, count, digits;
-} kKeywords[] = {
-    {"TARN", "ChangeData", 0, 0, 0}, {"EVAPORATIVE", "NPTS", 0, 0, 0}, {"EVAPORATIVE", "P", 0, 12, 2},
-    {"ND86FROMPERCENTOFF", "NPOFF", 0, 0, 0}, {"ND86FROMPERCENTOFF", "NTEMP", 0, 0, 0},
-    {"ND86FROMPERCENTOFF", "P", 1, 25, 0}, {"ND86FROMPERCENTOFF", "T", 1, 13, 0}, {"D86FROMPERCENTOFF", "P", 1, 10, 0},
-    {"GENERICD86", "MinVol", 0, 0, 0}, {"GENERICD86", "MnVolIBP", 0, 0, 0}, {"GENERICD86", "MxVolFBP", 0, 0, 0},
-    {"GENERICD86", "DDelta", 0, 0, 0}, {"GENERICD86", "BTol", 0, 0, 0}, {"GENERICD86", "DPure", 0, 0, 0},
-    {"REIDVAPORPRESSURE", "", 0, 0, 0}, {"CARBOB2", "ALTOXY", 0, 0, 0}, {"T20GAUSSIAN", "P", 1, 3, 0},
-    {"HC94", "X1", 0, 0, 0}, {"MTM", "Perturb", 0, 0, 0}, {"MTM", "P", 1, 12, 0}, {"RBOB", "P", 1, 6, 0},
-    {"CETANEIMPROVER", "P", 1, 7, 0}, {"T10INDEX", "P", 1, 13, 0}, {"T50INDEX", "N1", 0, 0, 0},
-    {"VAPORLOCKINDEX", "P", 1, 2, 0}, {"E200E300EPA", "P", 1, 4, 0}};
 
 // The percent-off and curve correlations, whose inputs a realistic caller
 // passes in increasing order.
@@ -66,19 +50,17 @@ bool mayRewriteInputs(int index, bool changeData) {
   return isOneOf(index, {2, 3, 4, 6, 7, 41, 47, 48, 49, 50, 51, 55}) || (changeData && isCurve(index));
 }
 
+// A coefficient of this or another correlation, or any keyword of the
+// parameter block (ChangeData, the point counts, model constants ...).
 void changeSetting(ByteReader& in, int index) {
   const std::uint8_t kind = in.u8();
   if (kind % 2 == 0) {
     gfx_tarnSetCoefValue(kind % 4 == 0 ? index : in.index(57), in.index(44), in.value(-5.0, 30.0));
     return;
   }
-  const Keyword& keyword = kKeywords[in.u8() % (sizeof kKeywords / sizeof kKeywords[0])];
+  const tarn::keywords::Entry& keyword = tarn::keywords::table()[in.u8() % tarn::keywords::tableSize()];
   char name[16];
-  if (keyword.count == 0) {
-    std::snprintf(name, sizeof name, "%s", keyword.name);
-  } else {
-    std::snprintf(name, sizeof name, "%s%0*d", keyword.name, keyword.digits, keyword.first + in.u8() % keyword.count);
-  }
+  tarn::keywords::parameterName(keyword, keyword.count == 0 ? 0 : in.u8() % keyword.count, name, sizeof name);
   gfx_setCorParms(keyword.group, name, kind % 4 == 1 ? in.value(-5.0, 30.0) : in.value(0.0, 500.0));
 }
 

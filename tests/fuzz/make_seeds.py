@@ -44,8 +44,9 @@ for i in range(57):
     write("evaluate", "index%02d" % i, 0, index(i), 1, fraction(0, 1, 0.5) * 25)
 for i in (5, 6, 41, 42, 49, 53):
     write("evaluate", "sorted%02d" % i, 0, index(i), 97, *(fraction(0, 1, (k + 1) / 27) for k in range(25)))
-# A point count and a method set first (keyword NPTS, coefficient TYPCOR).
-write("evaluate", "settings53", 2, index(53), 1, 1, fraction(-5, 30, 3), 3, 2, 0, fraction(0, 500, 200), 1,
+# A point count and a method set first (keywords EVAPORATIVE NPTS and P00,
+# entries 37 and 36 of the keyword table; coefficient TYPCOR).
+write("evaluate", "settings53", 2, index(53), 1, 37, fraction(-5, 30, 3), 3, 36, 0, fraction(0, 500, 200), 1,
       fraction(0, 1, 0.5) * 7)
 write("evaluate", "settings06", 1, index(6), 0, index(0), fraction(-5, 30, 3), 1, fraction(0, 1, 0.5) * 7)
 
