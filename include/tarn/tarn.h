@@ -185,7 +185,11 @@ TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
  * skipped). Temperatures are in the unit of the correlation's CORF.
  * CD86ONE90BLEND, CRVP, CD86FROMPERCENTOFF and the adapters of the emission
  * models may rewrite inputs in place, as may the curve repairs of ChangeData
- * and the filling of missing 30 % and 70 % points. */
+ * and the filling of missing 30 % and 70 % points. Outputs and derivatives a
+ * correlation leaves alone keep what the caller put there; to tell its own
+ * NaN from the caller's, evaluation looks at the outputs (and derivatives,
+ * when asked for) before writing them. Any values do, but a memory checker
+ * reports the look when the arrays were never initialised: fill them once. */
 
 /* Evaluates correlation index. Returns 0, 1 when the result is the missing
  * value 1e30 or could not be computed (NaN from inputs that are all numbers,
