@@ -2,6 +2,8 @@
 // individual methods share.
 #pragma once
 
+#include "distill/curve.h"
+
 namespace tarn::distill {
 
 // A conversion of one seven-point curve: (unit byte, input, output) -> 0, or
@@ -50,6 +52,25 @@ void enforceMinimumGap(double* fahrenheit, double gap);
 
 // Writes seven points computed in degrees F to out in the caller's unit.
 void storeInUnit(const double* fahrenheit, char unit, double* out);
+
+// Runs one conversion of a seven-point curve: status 1 without an output or
+// for a rejected input, a copy of a pure component, otherwise
+// convert(fahrenheit, result) on the points in degrees F, with the result
+// written to out in the caller's unit; status 0.
+template <class Convert>
+int runConversion(char unit, const double* in, double* out, bool strict, Convert&& convert) {
+  double fahrenheit[kCurvePoints];
+  if (out == nullptr) return 1;
+  switch (prepareConversion(unit, in, strict, fahrenheit)) {
+    case Preparation::Rejected: return 1;
+    case Preparation::Pure: return copyCurve(unit, in, out);
+    case Preparation::Convert: break;
+  }
+  double result[kCurvePoints];
+  convert(fahrenheit, result);
+  storeInUnit(result, unit, out);
+  return 0;
+}
 
 // The six segments of a seven-point curve in the order the segment methods
 // build them, outward from the 50 % point: 30->50, 10->30, IBP->10, 50->70,

@@ -151,46 +151,30 @@ Fit sixOrderReverseFit() {
 // constant terms would otherwise still act), and later points build on it.
 int convertForward(char unit, const double* d86, double* tbp, const Fit& fit, double gap,
                    double ibpCap, double fbpCap, bool zeroOnFlatSegment) {
-  double t[kCurvePoints];
-  if (tbp == nullptr) return 1;
-  switch (prepareConversion(unit, d86, /*strict=*/false, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, d86, tbp);
-    case Preparation::Convert: break;
-  }
-  enforceMinimumGap(t, gap);
-  double out[kCurvePoints];
-  out[kT50] = t[kT50] == 0.0 ? 0.0 : fit.point50(t[kT50]);
-  for (int s = 0; s < 6; ++s) {
-    const Segment& seg = kSegments[s];
-    const double difference = segmentDifference(t, seg);
-    if (zeroOnFlatSegment && difference == 0.0) {
-      out[seg.outer] = 0.0;
-      continue;
+  return runConversion(unit, d86, tbp, /*strict=*/false, [&](double* t, double* out) {
+    enforceMinimumGap(t, gap);
+    out[kT50] = t[kT50] == 0.0 ? 0.0 : fit.point50(t[kT50]);
+    for (int s = 0; s < 6; ++s) {
+      const Segment& seg = kSegments[s];
+      const double difference = segmentDifference(t, seg);
+      if (zeroOnFlatSegment && difference == 0.0) {
+        out[seg.outer] = 0.0;
+        continue;
+      }
+      placeOuterPoint(out, seg, fit.segments[s](cappedDifference(s, difference, ibpCap, fbpCap)));
     }
-    placeOuterPoint(out, seg, fit.segments[s](cappedDifference(s, difference, ibpCap, fbpCap)));
-  }
-  storeInUnit(out, unit, tbp);
-  return 0;
+  });
 }
 
 // Reverse conversion TBP -> D86 with a separate reverse fit (no caps, no gap).
 int convertWithReverseFit(char unit, const double* tbp, double* d86, const Fit& fit) {
-  double t[kCurvePoints];
-  if (d86 == nullptr) return 1;
-  switch (prepareConversion(unit, tbp, /*strict=*/true, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, tbp, d86);
-    case Preparation::Convert: break;
-  }
-  double out[kCurvePoints];
-  out[kT50] = fit.point50(t[kT50]);
-  for (int s = 0; s < 6; ++s) {
-    const Segment& seg = kSegments[s];
-    placeOuterPoint(out, seg, fit.segments[s](segmentDifference(t, seg)));
-  }
-  storeInUnit(out, unit, d86);
-  return 0;
+  return runConversion(unit, tbp, d86, /*strict=*/true, [&](double* t, double* out) {
+    out[kT50] = fit.point50(t[kT50]);
+    for (int s = 0; s < 6; ++s) {
+      const Segment& seg = kSegments[s];
+      placeOuterPoint(out, seg, fit.segments[s](segmentDifference(t, seg)));
+    }
+  });
 }
 
 // Exact inverse of a forward fit: solves the forward polynomials for the D86
@@ -198,39 +182,31 @@ int convertWithReverseFit(char unit, const double* tbp, double* d86, const Fit& 
 // point of exactly 0 gives a D86 point of 0; where the solver fails the D86
 // point takes the TBP value.
 int invertForwardFit(char unit, const double* tbp, double* d86, const Fit& fit) {
-  double t[kCurvePoints];
-  if (d86 == nullptr) return 1;
-  switch (prepareConversion(unit, tbp, /*strict=*/true, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, tbp, d86);
-    case Preparation::Convert: break;
-  }
-  double c[kMaxDegree + 1];
-  double out[kCurvePoints];
-  if (t[kT50] == 0.0) {
-    out[kT50] = 0.0;
-  } else {
-    fit.point50.shiftedCoefficients(t[kT50], c);
-    const double root = SolvePolynomialNewton(c, fit.point50.degree(), t[kT50]);
-    out[kT50] = isMissing(root) ? t[kT50] : root;
-  }
-  for (int s = 0; s < 6; ++s) {
-    const Segment& seg = kSegments[s];
-    if (t[seg.outer] == 0.0) {
-      out[seg.outer] = 0.0;
-      continue;
-    }
-    const double difference = segmentDifference(t, seg);
-    fit.segments[s].shiftedCoefficients(difference, c);
-    const double root = SolvePolynomialNewton(c, fit.segments[s].degree(), difference);
-    if (isMissing(root)) {
-      out[seg.outer] = t[seg.outer];
+  return runConversion(unit, tbp, d86, /*strict=*/true, [&](double* t, double* out) {
+    double c[kMaxDegree + 1];
+    if (t[kT50] == 0.0) {
+      out[kT50] = 0.0;
     } else {
-      placeOuterPoint(out, seg, root);
+      fit.point50.shiftedCoefficients(t[kT50], c);
+      const double root = SolvePolynomialNewton(c, fit.point50.degree(), t[kT50]);
+      out[kT50] = isMissing(root) ? t[kT50] : root;
     }
-  }
-  storeInUnit(out, unit, d86);
-  return 0;
+    for (int s = 0; s < 6; ++s) {
+      const Segment& seg = kSegments[s];
+      if (t[seg.outer] == 0.0) {
+        out[seg.outer] = 0.0;
+        continue;
+      }
+      const double difference = segmentDifference(t, seg);
+      fit.segments[s].shiftedCoefficients(difference, c);
+      const double root = SolvePolynomialNewton(c, fit.segments[s].degree(), difference);
+      if (isMissing(root)) {
+        out[seg.outer] = t[seg.outer];
+      } else {
+        placeOuterPoint(out, seg, root);
+      }
+    }
+  });
 }
 
 }  // namespace

@@ -22,80 +22,50 @@ constexpr int kHc94Segment[6] = {4, 5, 6, 3, 2, 1};
 using namespace tarn::distill;
 
 extern "C" TARN_API int TARN_CALL gfx_HC94F(char unit, const double* d86, double* tbp) {
-  double t[kCurvePoints];
-  if (tbp == nullptr) return 1;
-  switch (prepareConversion(unit, d86, /*strict=*/false, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, d86, tbp);
-    case Preparation::Convert: break;
-  }
-  const tarn::Hc94Params& c = tarn::params().hc94;
-  enforceMinimumGap(t, c.n1);
-  double out[kCurvePoints];
-  out[kT50] = c.a[0] * std::pow(t[kT50], c.b[0]);
-  for (int s = 0; s < 6; ++s) {
-    const Segment& seg = kSegments[s];
-    const int k = kHc94Segment[s];
-    const double difference = std::fmin(c.x[k - 1], segmentDifference(t, seg));
-    placeOuterPoint(out, seg, c.a[k] * std::pow(difference, c.b[k]));
-  }
-  storeInUnit(out, unit, tbp);
-  return 0;
+  return runConversion(unit, d86, tbp, /*strict=*/false, [&](double* t, double* out) {
+    const tarn::Hc94Params& c = tarn::params().hc94;
+    enforceMinimumGap(t, c.n1);
+    out[kT50] = c.a[0] * std::pow(t[kT50], c.b[0]);
+    for (int s = 0; s < 6; ++s) {
+      const Segment& seg = kSegments[s];
+      const int k = kHc94Segment[s];
+      const double difference = std::fmin(c.x[k - 1], segmentDifference(t, seg));
+      placeOuterPoint(out, seg, c.a[k] * std::pow(difference, c.b[k]));
+    }
+  });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_HC94R(char unit, const double* tbp, double* d86) {
-  double t[kCurvePoints];
-  if (d86 == nullptr) return 1;
-  switch (prepareConversion(unit, tbp, /*strict=*/true, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, tbp, d86);
-    case Preparation::Convert: break;
-  }
-  const tarn::Hc94Params& c = tarn::params().hc94;
-  double out[kCurvePoints];
-  out[kT50] = std::pow(t[kT50] / c.a[0], 1.0 / c.b[0]);
-  for (int s = 0; s < 6; ++s) {
-    const Segment& seg = kSegments[s];
-    const int k = kHc94Segment[s];
-    placeOuterPoint(out, seg, std::pow(segmentDifference(t, seg) / c.a[k], 1.0 / c.b[k]));
-  }
-  storeInUnit(out, unit, d86);
-  return 0;
+  return runConversion(unit, tbp, d86, /*strict=*/true, [&](double* t, double* out) {
+    const tarn::Hc94Params& c = tarn::params().hc94;
+    out[kT50] = std::pow(t[kT50] / c.a[0], 1.0 / c.b[0]);
+    for (int s = 0; s < 6; ++s) {
+      const Segment& seg = kSegments[s];
+      const int k = kHc94Segment[s];
+      placeOuterPoint(out, seg, std::pow(segmentDifference(t, seg) / c.a[k], 1.0 / c.b[k]));
+    }
+  });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_THREEA11F(char unit, const double* d86, double* tbp) {
-  double t[kCurvePoints];
-  if (tbp == nullptr) return 1;
-  switch (prepareConversion(unit, d86, /*strict=*/false, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, d86, tbp);
-    case Preparation::Convert: break;
-  }
-  const double* factor = tarn::params().threeA11;             // a, 7 points
-  const double* exponent = tarn::params().threeA11 + 7;       // b, 7 points
-  enforceMinimumGap(t, tarn::params().threeA11[14]);
-  for (int k = 0; k < kCurvePoints; ++k) {
-    t[k] = factor[k] * std::pow(t[k] + tarn::kRankineOffset, exponent[k]) - tarn::kRankineOffset;
-  }
-  storeInUnit(t, unit, tbp);
-  return 0;
+  return runConversion(unit, d86, tbp, /*strict=*/false, [&](double* t, double* out) {
+    const double* factor = tarn::params().threeA11;             // a, 7 points
+    const double* exponent = tarn::params().threeA11 + 7;       // b, 7 points
+    enforceMinimumGap(t, tarn::params().threeA11[14]);
+    for (int k = 0; k < kCurvePoints; ++k) {
+      out[k] = factor[k] * std::pow(t[k] + tarn::kRankineOffset, exponent[k]) - tarn::kRankineOffset;
+    }
+  });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_THREEA11R(char unit, const double* tbp, double* d86) {
-  double t[kCurvePoints];
-  if (d86 == nullptr) return 1;
   // Unlike the other reverse routines this one accepts equal neighbours.
-  switch (prepareConversion(unit, tbp, /*strict=*/false, t)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, tbp, d86);
-    case Preparation::Convert: break;
-  }
-  const double* factor = tarn::params().threeA11;
-  const double* exponent = tarn::params().threeA11 + 7;
-  for (int k = 0; k < kCurvePoints; ++k) {
-    t[k] = std::pow((t[k] + tarn::kRankineOffset) / factor[k], 1.0 / exponent[k]) -
-           tarn::kRankineOffset;
-  }
-  storeInUnit(t, unit, d86);
-  return 0;
+  return runConversion(unit, tbp, d86, /*strict=*/false, [&](double* t, double* out) {
+    const double* factor = tarn::params().threeA11;
+    const double* exponent = tarn::params().threeA11 + 7;
+    for (int k = 0; k < kCurvePoints; ++k) {
+      out[k] = std::pow((t[k] + tarn::kRankineOffset) / factor[k], 1.0 / exponent[k]) -
+               tarn::kRankineOffset;
+    }
+  });
 }
