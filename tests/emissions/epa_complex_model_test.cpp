@@ -1,6 +1,5 @@
-// The EPA complex emissions model: the regulation's worked example, baseline
-// fuels, flat lines and extrapolation edges, winter rules, the valid-range
-// count, sensitivities and the catalogue adapter.
+// The EPA complex emissions model: the regulation's worked example, baseline fuels, flat lines and
+// extrapolation edges, winter rules, the valid-range count, sensitivities and the catalogue adapter.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,9 +14,6 @@
 
 namespace {
 
-using tarn::emissions::decodeEpaOptions;
-using tarn::emissions::EpaOptions;
-using tarn::emissions::evaluateEpaComplexModel;
 using Fuel = std::vector<double>;
 
 enum { MTO, ETO, EHO, TMO, SUL, RVP, E20, E30, ARO, OLF, BNZ };
@@ -53,9 +49,9 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   for (int k : {NOX, EXB, EXT}) EXPECT_EQ(r2[k], r1[k]);  // region acts on non-exhaust only
   // The intermediate emissions, mg/mile: exhaust and non-exhaust VOC, NOx,
   // exhaust benzene, formaldehyde, acetaldehyde, butadiene, POM, non-exhaust benzene.
-  EpaOptions options;
-  ASSERT_TRUE(decodeEpaOptions("B2S", &options));
-  const auto e = evaluateEpaComplexModel(kExampleFuel.data(), options);
+  tarn::emissions::EpaOptions options;
+  ASSERT_TRUE(tarn::emissions::decodeEpaOptions("B2S", &options));
+  const auto e = tarn::emissions::evaluateEpaComplexModel(kExampleFuel.data(), options);
   const double detail[9] = {e.exhaustVoc,   e.nonExhaustVoc, e.nox,       e.exhaustBenzene, e.formaldehyde,
                             e.acetaldehyde, e.butadiene,     e.polycyclicOrganicMatter, e.nonExhaustBenzene};
   const double published[9] = {745.9157, 286.6071, 1244.6508, 32.7472, 10.8592, 3.8413, 8.3731, 2.5025, 1.8775};
@@ -75,17 +71,8 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   EXPECT_GT(std::fabs(wepa("B2W", summer)[EXB]), 1.0);
 }
 
-TEST_F(EpaComplexModelTest, WinterHoldsRvpAndHasNoNonExhaustEmissions) {
-  Fuel fuel = kExampleFuel;
-  const std::vector<double> a = wepa("B2W", fuel);
-  fuel[RVP] = 11.0;
-  EXPECT_EQ(wepa("B2W", fuel), a);
-  EXPECT_EQ(wepa("C2W", fuel), a);      // no region dependence either
-  EXPECT_EQ(wepa("B2W   C", fuel), a);  // the class letter counts in summer only
-  EXPECT_DOUBLE_EQ(a[TOX], a[EXT]);     // total toxics are exhaust toxics
-}
-
-// One limit rule of the exhaust VOC or NOx equations, probed around its edge.
+// One limit rule of the exhaust VOC or NOx equations, probed around its edge;
+// `direction` +1 when the rule acts above the edge, -1 below.
 enum class Beyond { Flat, Extrapolated, Frozen, NoRule };
 struct Edge {
   const char* name;
@@ -94,10 +81,9 @@ struct Edge {
   double edge;
   int output;
   Beyond beyond;
-  double direction;  // +1: the rule acts above the edge, -1 below
+  double direction;
   int otherInput = -1;
-  double otherValue = 0.0;
-  double slopeTolerance = 0.05;
+  double otherValue = 0.0, slopeTolerance = 0.05;
 };
 
 TEST_F(EpaComplexModelTest, FlatLinesAndEdgesAreContinuousAndActOnTheirSideOnly) {
@@ -146,15 +132,13 @@ TEST_F(EpaComplexModelTest, FlatLinesAndEdgesAreContinuousAndActOnTheirSideOnly)
     EXPECT_GT(std::fabs(inside), 1e-4);  // the rule has something to act on
     if (r.beyond == Beyond::Flat || r.beyond == Beyond::Frozen) {
       EXPECT_EQ(far1, 0.0);
-    } else {
-      // No rule, or an extrapolation continuing the slope at the edge linearly.
-      EXPECT_NE(far1, 0.0);
-      const double tolerance = r.beyond == Beyond::NoRule ? 1e-3 : r.slopeTolerance;
-      EXPECT_NEAR(outside, inside, tolerance * std::fabs(inside));
-      const bool frozenAt95 = r.input == E30 && r.edge == 94.0;
-      if (r.beyond == Beyond::Extrapolated && !frozenAt95) {
-        EXPECT_NEAR(far1, f(r.edge + s * 1.5) - f(r.edge + s * 1.0), 1e-9);
-      }
+      continue;
+    }
+    // No rule, or an extrapolation continuing the slope at the edge linearly.
+    EXPECT_NE(far1, 0.0);
+    EXPECT_NEAR(outside, inside, (r.beyond == Beyond::NoRule ? 1e-3 : r.slopeTolerance) * std::fabs(inside));
+    if (r.beyond == Beyond::Extrapolated && !(r.input == E30 && r.edge == 94.0)) {  // 94: frozen from 95
+      EXPECT_NEAR(far1, f(r.edge + s * 1.5) - f(r.edge + s * 1.0), 1e-9);
     }
   }
 }
@@ -172,13 +156,10 @@ TEST_F(EpaComplexModelTest, CountsInputsOutsideTheRangesThatGetCorLimitsReports)
     const std::string options = std::string("B2") + answers[1] + "C" + answers[0];
     SCOPED_TRACE(options);
     for (int j = 0; j < 11; ++j) {
-      for (double inside : {lower[j], 1.00009 * upper[j]}) {
-        wepa(options, kExampleFuel, j, inside, VOC);
-        EXPECT_EQ(count, 0) << j << " at " << inside;
-      }
-      for (double outside : {1.0002 * upper[j], 0.9998 * lower[j] - 1e-6}) {
-        EXPECT_TRUE(std::isfinite(wepa(options, kExampleFuel, j, outside, VOC)));  // evaluated regardless
-        EXPECT_EQ(count, 1) << j << " at " << outside;
+      const double probes[4] = {lower[j], 1.00009 * upper[j], 1.0002 * upper[j], 0.9998 * lower[j] - 1e-6};
+      for (int i = 0; i < 4; ++i) {  // two inside at the limits, two outside: still evaluated, and counted
+        EXPECT_TRUE(std::isfinite(wepa(options, kExampleFuel, j, probes[i], VOC)));
+        EXPECT_EQ(count, i < 2 ? 0 : 1) << j << " at " << probes[i];
       }
     }
   }
@@ -193,7 +174,14 @@ TEST_F(EpaComplexModelTest, CountsInputsOutsideTheRangesThatGetCorLimitsReports)
   EXPECT_EQ(count, 2);
 }
 
-TEST_F(EpaComplexModelTest, OptionStringLettersAndRejects) {
+TEST_F(EpaComplexModelTest, WinterAndOptionStringLettersAndRejects) {
+  // Winter holds RVP, has no region dependence, reads the class letter in
+  // summer only, and has no non-exhaust toxics.
+  Fuel fuel = kExampleFuel;
+  const std::vector<double> a = wepa("B2W", fuel);
+  fuel[RVP] = 11.0;
+  for (const char* o : {"B2W", "C2W", "B2W   C"}) EXPECT_EQ(wepa(o, fuel), a) << o;
+  EXPECT_DOUBLE_EQ(a[TOX], a[EXT]);
   const std::vector<double> reference = wepa("B2S", kExampleFuel);
   EXPECT_EQ(wepa("b2s?R?U", kExampleFuel), reference);
   // Position 6 only counts when present: the same letter at position 5 does not.

@@ -2,6 +2,7 @@
 // emission quantities over its baseline table.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -61,19 +62,15 @@ TEST_F(EpaConversionsTest, BaselineRowsRoundTripsAndRejects) {
   ASSERT_EQ(convert("c", "2", "w", 0, "X", zero, out), 0);
   EXPECT_EQ(Values(out, out + 5), (Values{1341, 120.549055, 1540, 77.62, 120.549055}));
   ASSERT_EQ(convert("B", "1", "S", 0, "U", zero, u) + convert("B", "1", "S", 0, "C", zero, c), 0);
-  EXPECT_EQ(u[3], 26.1);
-  EXPECT_EQ(c[3], 35.7591);
-  EXPECT_EQ(c[0], 1306.48);
-  EXPECT_EQ(u[4], 38.9463);
+  EXPECT_EQ((Values{u[3], u[4], c[0], c[3]}), (Values{26.1, 38.9463, 1306.48, 35.7591}));
   ASSERT_EQ(convert("Bxx", "2nd", "Summer", 0, "Uxx", zero, out), 0);  // first letters only
   EXPECT_EQ(out[0], 1466.31373);
 
-  for (int k = 0; k < 5; ++k) out[k] = -1.0;
-  EXPECT_EQ(convert("B", "1", "S", 0, "X", zero, out), -1);
-  EXPECT_EQ(convert("A", "1", "W", 0, "U", zero, out), -1);
-  EXPECT_EQ(convert("B", "3", "W", 0, "U", zero, out), -1);
-  EXPECT_EQ(convert("B", "1", "F", 0, "U", zero, out), -1);
-  EXPECT_EQ(convert("", "1", "S", 0, "U", zero, out), -1);  // length 0: no letter
+  // Rejected rows leave the outputs alone; a text of length 0 has no letter.
+  std::fill(out, out + 5, -1.0);
+  const char* rejects[][4] = {{"B", "1", "S", "X"}, {"A", "1", "W", "U"}, {"B", "3", "W", "U"}, {"B", "1", "F", "U"},
+                              {"", "1", "S", "U"}};
+  for (const auto& r : rejects) EXPECT_EQ(convert(r[0], r[1], r[2], 0, r[3], zero, out), -1) << r[0] << r[1] << r[2];
   EXPECT_EQ(Values(out, out + 5), Values(5, -1.0));
 }
 

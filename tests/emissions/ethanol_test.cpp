@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <initializer_list>
+#include <utility>
 #include <vector>
 
 #include "emissions/adapters.h"
@@ -27,11 +29,6 @@ Vec carbob2(double ethanol, const double* params = nullptr, int* status = nullpt
   if (status != nullptr) *status = s;
   return out;
 }
-Vec rbob(double ethanol) {
-  Vec out(10, S);
-  gfx_WRBOB(0, 'F', ethanol, kBob.data(), out.data(), nullptr, nullptr);
-  return out;
-}
 // An override array that keeps every configured value except one.
 Vec overriding(int size, int k, double value) {
   Vec p(size, 1e30);
@@ -42,11 +39,8 @@ Vec overriding(int size, int k, double value) {
 class EthanolTest : public tarn::testing::LibraryTest {};
 
 TEST_F(EthanolTest, T50SwitchesEquationAtNinePercentEthanol) {
-  // RVP 8, T50 200, T90 320. Below 9 %: 21.93 + 14.875 E - 10.238*8 +
-  // 0.672*200 + 0.02579*320 - (0.8313 E + 0.3103*8 - 0.06623*200 +
-  // 0.05519*320) E + 0.03607*8*320 = 179.48988 at E = 8.999. From 9 % on:
-  // 559.276 - 0.5431*8 - 4.1884*200 - 0.3957*320 + 0.01482*200^2 -
-  // 0.05309*200*8 + 0.02884*320*8 = 172.3136.
+  // RVP 8, T50 200, T90 320, worked by hand through the low-ethanol
+  // regression at 8.999 % and the high-ethanol one (no ethanol term) at 9 %.
   double out[3], d[12];
   const double below[4] = {8, 200, 320, 8.999}, at[4] = {8, 200, 320, 9.0};
   EXPECT_EQ(gfx_WCARBOB(1, 'F', below, out, d), 0);
@@ -114,18 +108,15 @@ TEST_F(EthanolTest, SensitivitiesInCelsiusMatchCentralDifferences) {
 
 TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
   const Vec blended = carbob2(10.0);
-  // P1..P6: E200 intercept and slope, E300 intercept and slope, RVP addend
-  // and multiplier.
+  // P1..P6: E200 intercept and slope, E300 intercept and slope, RVP addend and multiplier.
   const double p[6] = {150.0, 0.49, 160.0, 0.3, 0.5, 0.9};
   for (int i = 0; i < 6; ++i) ASSERT_EQ(gfx_setCorParms("RBOB", ("P" + std::to_string(i + 1)).c_str(), p[i]), 0);
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 50.0), 0);  // not this model's group
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", 3), 0);
-  Vec out = rbob(10.0);
-  EXPECT_NEAR(out[0], 0.9 * blended[0] + 0.5, 1e-12);
-  for (int i = 1; i < 7; ++i) EXPECT_EQ(out[i], blended[i]) << i;
-  EXPECT_EQ(out[7], blended[8]);  // sulfur in the second oxygen's place
-  EXPECT_NEAR(out[8], 150.0 - 0.49 * blended[1], 1e-12);
-  EXPECT_NEAR(out[9], 160.0 - 0.3 * blended[2], 1e-12);
+  Vec out(10, S);
+  gfx_WRBOB(0, 'F', 10.0, kBob.data(), out.data(), nullptr, nullptr);
+  EXPECT_EQ(out, (Vec{0.9 * blended[0] + 0.5, blended[1], blended[2], blended[3], blended[4], blended[5],
+                      blended[6], blended[8], 150.0 - 0.49 * blended[1], 160.0 - 0.3 * blended[2]}));
   // Intended: the E200 slope is the blend model's ALTOXY, so 1.2 passes the
   // blendstock through; RVP, E200 and E300 are still computed from it.
   double d[70];
@@ -142,26 +133,24 @@ TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
 }
 
 TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
-  // Intended: the dilution offsets use the standard ethanol whatever is passed.
-  const double e = 0.05, keep = 0.95;
-  const double factors[4] = {keep, keep, keep, keep * 0.718 / (e * 0.788 + keep * 0.718)};
-  const double offsets[4] = {e * 1.7, e * 0.06, e * 0.5, e * 10 * 0.788 / (0.718 * keep + e * 0.788)};
+  // The dilution offsets reproduce the default 5 % blend of aromatics,
+  // benzene, olefins and sulfur. Intended: they use the standard ethanol
+  // whatever is passed or configured.
+  const Vec standard = carbob2(5.0);
   const double ignored[7] = {10.0, 5, 5, 5, 5, 0.5, 0.5};
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 25.0), 0);
   double o[4], f[4];
   EXPECT_EQ(gfx_WCARBOB2CalcOffset(o, f, ignored), 0);
-  for (int i = 0; i < 4; ++i) {
-    EXPECT_NEAR(f[i], factors[i], 1e-15);
-    EXPECT_NEAR(o[i], offsets[i], 1e-15);
-  }
+  const int use[4][3] = {{0, 3, 3}, {1, 4, 4}, {2, 5, 6}, {3, 6, 8}};  // offset, blendstock input, output
+  for (const auto& u : use) EXPECT_NEAR(f[u[0]] * kBob[u[1]] + o[u[0]], standard[u[2]], 1e-12) << u[0];
+  EXPECT_NEAR(f[0], 0.95, 1e-15);
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 1.7), 0);
 
   // Adapter inputs 7-13 are offsets for outputs 0, 1, 2, 3, 4, 6, 8; the
   // ethanol content and unit come from the correlation's coefficients.
   const int target[7] = {0, 1, 2, 3, 4, 6, 8};
-  const Vec given{0.5, 1e30, -2.0, 1e30, 0.1, 0.0, 3.0};
   Vec in = kBob, out(9, S), d(126, S);
-  in.insert(in.end(), given.begin(), given.end());
+  for (double offset : {0.5, 1e30, -2.0, 1e30, 0.1, 0.0, 3.0}) in.push_back(offset);
   tarn::params().settings.carbob2.eohvol = 3.0;
   EXPECT_EQ(tarn::emissions::carbob2CatalogueAdapter(in.data(), out.data(), 0, nullptr), -1);
   tarn::params().settings.carbob2.eohvol = 10.0;
@@ -174,11 +163,8 @@ TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
   out.assign(9, S);
   EXPECT_EQ(tarn::emissions::carbob2CatalogueAdapter(in.data(), out.data(), 1, d.data()), 0);
   EXPECT_EQ(out, (Vec{8.5, S, 318, S, 1.1, S, 10, S, 53}));
-  for (int k = 0; k < 7; ++k) {
-    for (int i = 0; i < 9; ++i) {
-      EXPECT_EQ(d[k * 9 + i], i == target[k] ? 1.0 : 0.0);
-      EXPECT_EQ(d[(7 + k) * 9 + i], i == target[k] ? 1.0 : 0.0);
-    }
+  for (int k = 0; k < 14; ++k) {
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(d[k * 9 + i], i == target[k % 7] ? 1.0 : 0.0) << k << " " << i;
   }
 }
 
