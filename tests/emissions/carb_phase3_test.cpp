@@ -1,5 +1,4 @@
-// CARB Phase 3 model interfaces (gfx_WCARB3, gfx_WCARB4) and the CARB
-// catalogue adapters.
+// CARB Phase 3 model interfaces (gfx_WCARB3, gfx_WCARB4) and the CARB catalogue adapters.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -96,10 +95,9 @@ TEST_F(CarbPhase3Test, AveragingFlagsGiveMissingResultsAndLeaveInputsAlone) {
 
 TEST_F(CarbPhase3Test, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   using namespace tarn::emissions;
-  // Intended: aromatics (3) and benzene (7) missing are zeroed in the
-  // caller's array, and the sensitivity blocks of their predecessors T90 (2)
-  // and sulfur (6) cleared, their own kept. A missing first input clears
-  // nothing: guard cells catch writes outside the block.
+  // Intended: aromatics (3) and benzene (7) missing are zeroed in the caller's array, and the sensitivity blocks of
+  // their predecessors T90 (2) and sulfur (6) cleared, their own kept. A missing first input clears nothing: guard
+  // cells catch writes outside the block.
   Vec in{1e30, 195, 315, 1e30, 8, 1.2, 60, 1e30}, zeroed = in;
   zeroed[0] = zeroed[3] = zeroed[7] = 0.0;
   double direct[24], out[3];
@@ -111,9 +109,8 @@ TEST_F(CarbPhase3Test, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   for (int i = 0; i < 24; ++i) EXPECT_EQ(deriv[i], (i / 3 == 2 || i / 3 == 6) ? 0.0 : direct[i]) << i;
   for (int g : {0, 1, 2, 27, 28, 29}) EXPECT_EQ(buffer[g], -7.0);
 
-  // Selector 1 gives 'F', others 'A'; the seventh selector the mode letter
-  // (CARB3: 1 'N' else 'Y'; CARB3M: 1 'N', 2 'Y', else 'Z'), seen through the
-  // count the adapter drops.
+  // Selector 1 gives 'F', others 'A'; the seventh selector the mode letter (CARB3: 1 'N' else 'Y';
+  // CARB3M: 1 'N', 2 'Y', else 'Z'), seen through the count the adapter drops.
   const auto& state = predictive::workingState();
   tarn::CorrelationSettings& s = tarn::params().settings;
   Vec in3{8.0, 200, 300, 22, 4, 2.0, 2.0, 15, 0.7};

@@ -33,10 +33,11 @@ const Vec kFlat{7.0, 210, 300, 25, 6, 2.0, 40, 1.0};
 class CarbTest : public tarn::testing::LibraryTest {};
 
 TEST_F(CarbTest, ReferenceFuelsGiveNoChange) {
-  const struct { Vec fuel; const char* flags; } cases[] = {{kFlat, "FFFFFF"}, {{7.0, 200, 290, 22, 4, 2.0, 30, 0.8}, "AAAAAA"},
-               {with(kFlat, 1, 200), "AFFFFF"}, {kFlat, "aXFFFF"},  // only an upper-case A selects averaging
-               {kFlat, nullptr}, {with(kFlat, 1, 200), "A"},        // missing letters stay flat
-               {with(kFlat, 0, 9.5), "FFFFFF"}};                    // RVP is not a model property
+  const struct { Vec fuel; const char* flags; } cases[] = {
+      {kFlat, "FFFFFF"},        {{7.0, 200, 290, 22, 4, 2.0, 30, 0.8}, "AAAAAA"},
+      {with(kFlat, 1, 200), "AFFFFF"}, {kFlat, "aXFFFF"},  // only an upper-case A selects averaging
+      {kFlat, nullptr}, {with(kFlat, 1, 200), "A"},        // missing letters stay flat
+      {with(kFlat, 0, 9.5), "FFFFFF"}};                    // RVP is not a model property
   for (const auto& c : cases) {
     const CarbRun r = run(c.fuel, c.flags);
     EXPECT_EQ(Vec(r.out, r.out + 3), Vec(3, 0.0)) << (c.flags ? c.flags : "null");
@@ -44,10 +45,9 @@ TEST_F(CarbTest, ReferenceFuelsGiveNoChange) {
   }
 }
 
-// The flat reference with 30 % aromatics, worked through the equations. No
-// floor is active (oxygen floor 0.0359*30 + 0.677 = 1.75 < 2; T90 floor
-// 323.8 - 0.9712*30 - 7.276*2 = 280.1 < 300), so ln(Ecand/Eref) of each
-// regression is the sum of coefficient * change of its aromatics terms.
+// The flat reference with 30 % aromatics, worked through the equations. No floor is active (oxygen floor 0.0359*30 +
+// 0.677 = 1.75 < 2; T90 floor 323.8 - 0.9712*30 - 7.276*2 = 280.1 < 300), so ln(Ecand/Eref) of each regression is the
+// sum of coefficient * change of its aromatics terms.
 TEST_F(CarbTest, NonTrivialFuelMatchesHandDerivation) {
   const CarbRun r = run(with(kFlat, 3, 30));
   auto percent = [](double dy) { return 100.0 * (std::exp(dy) - 1.0); };
@@ -71,8 +71,7 @@ TEST_F(CarbTest, OxygenBandAndLimitEdges) {
   // Inside the single-precision band [1.801, 2.199) oxygen counts as 2.0.
   for (double o : {1.801, 2.1989998}) EXPECT_EQ(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
   for (double o : {1.8009, 2.199}) EXPECT_NE(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
-  // Limits widened by 1.0001 (their values are checked with gfx_getCorLimits);
-  // benzene against its own bound 1.20012.
+  // Limits widened by 1.0001 (their values are checked with gfx_getCorLimits); benzene against its own bound 1.20012.
   const struct { int property; double inside, outside; } edges[] = {
       {6, 80.005, 80.01}, {7, 1.2001, 1.2002}, {1, 220.02, 220.03}, {4, 0.0, -0.001}};
   for (const auto& e : edges) {
@@ -88,9 +87,8 @@ TEST_F(CarbTest, OxygenBandAndLimitEdges) {
 }
 
 TEST_F(CarbTest, SensitivitiesInCelsiusAndAtTheLimits) {
-  // Evaluation by index checks the sensitivities against central differences
-  // at one interior fuel. Celsius temperatures are converted and the T50 and
-  // T90 rows scaled per degree C.
+  // Evaluation by index checks the sensitivities against central differences at one interior fuel. Celsius
+  // temperatures are converted and the T50 and T90 rows scaled per degree C.
   const CarbRun inF = run({7.0, 212, 302, 27, 7, 2.5, 35, 0.9}, "FAFAFA", 1);
   ASSERT_EQ(gfx_setCorParms("TARN", "CARB_CORF", -1.0), 0);
   const CarbRun inC = run({7.0, 100, 150, 27, 7, 2.5, 35, 0.9}, "FAFAFA", 1);

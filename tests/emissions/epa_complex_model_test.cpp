@@ -19,9 +19,8 @@ using Fuel = std::vector<double>;
 enum { MTO, ETO, EHO, TMO, SUL, RVP, E20, E30, ARO, OLF, BNZ };
 enum { VOC, TOX, NOX, EXB, EXT };
 
-// Worked example fuel of the reference restatement of 40 CFR 80.45 (section
-// 13): MTBE oxygen 2.1 wt %, sulfur 150, RVP 6.7, E200 50, E300 85,
-// aromatics 25, olefins 10, benzene 0.8.
+// Worked example fuel of the reference restatement of 40 CFR 80.45 (section 13): MTBE oxygen 2.1 wt %, sulfur 150,
+// RVP 6.7, E200 50, E300 85, aromatics 25, olefins 10, benzene 0.8.
 const Fuel kExampleFuel = {2.1, 0, 0, 0, 150, 6.7, 50, 85, 25, 10, 0.8};
 
 class EpaComplexModelTest : public tarn::testing::LibraryTest {
@@ -57,9 +56,8 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   const double published[9] = {745.9157, 286.6071, 1244.6508, 32.7472, 10.8592, 3.8413, 8.3731, 2.5025, 1.8775};
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(detail[i], published[i], 1e-4) << i;
 
-  // Baseline fuels of 40 CFR 80.45 Table 2 give nearly no change: the summer
-  // ones to the few hundredths of a mg/mile by which the published
-  // non-exhaust figures are rounded. Each season has its own baseline fuel.
+  // Baseline fuels of 40 CFR 80.45 Table 2 give nearly no change: the summer ones to the few hundredths of a mg/mile
+  // by which the published non-exhaust figures are rounded. Each season has its own baseline fuel.
   const Fuel summer = {0, 0, 0, 0, 339, 8.7, 41, 83, 32, 9.2, 1.53};
   const Fuel winter = {0, 0, 0, 0, 338, 11.5, 50, 83, 26.4, 11.9, 1.64};
   for (const char* o : {"B1S", "C1S", "B2S", "C2S", "B1S   C", "C2S   C"}) {
@@ -175,8 +173,7 @@ TEST_F(EpaComplexModelTest, CountsInputsOutsideTheRangesThatGetCorLimitsReports)
 }
 
 TEST_F(EpaComplexModelTest, WinterAndOptionStringLettersAndRejects) {
-  // Winter holds RVP, has no region dependence, reads the class letter in
-  // summer only, and has no non-exhaust toxics.
+  // Winter holds RVP, has no region dependence, reads the class letter in summer only, and has no non-exhaust toxics.
   Fuel fuel = kExampleFuel;
   const std::vector<double> a = wepa("B2W", fuel);
   fuel[RVP] = 11.0;
@@ -196,9 +193,8 @@ TEST_F(EpaComplexModelTest, WinterAndOptionStringLettersAndRejects) {
 }
 
 TEST_F(EpaComplexModelTest, SensitivitiesAreTakenBackToTheValidRange) {
-  // Evaluation by index checks the sensitivities against central differences
-  // inside the ranges. Outside, the difference is taken back to the limit:
-  // sulfur 600 against the reformulated ceiling of 500 ppm.
+  // Evaluation by index checks the sensitivities against central differences inside the ranges. Outside, the
+  // difference is taken back to the limit: sulfur 600 against the reformulated ceiling of 500 ppm.
   Fuel fuel = kExampleFuel;
   fuel[SUL] = 600.0;
   std::vector<double> out(5), rfg(55), cg(55), untouched(55, 4.0);
@@ -229,10 +225,9 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
   EXPECT_EQ(tarn::emissions::epaCatalogueAdapter(in.data(), out.data(), 0, nullptr), 0);
   EXPECT_EQ(out[VOC], 1e30);
 
-  // Intended: missing sulfur and benzene are evaluated as 0, written into the
-  // caller's array, and the sensitivity blocks of the inputs before them
-  // (TAME oxygen and olefins) are cleared. A missing first input clears
-  // nothing: guard entries sit in front of the array.
+  // Intended: missing sulfur and benzene are evaluated as 0, written into the caller's array, and the sensitivity
+  // blocks of the inputs before them (TAME oxygen and olefins) are cleared. A missing first input clears nothing:
+  // guard entries sit in front of the array.
   optionsFor({1, 2, 1, 1, 1, 0, 0});  // the start-up selectors, "B2SCR0U"
   in[MTO] = in[SUL] = in[BNZ] = 1e30;
   ASSERT_EQ(tarn::emissions::epaCatalogueAdapter(in.data(), out.data(), 1, deriv.data() + 5), 0);

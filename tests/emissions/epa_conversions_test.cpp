@@ -1,8 +1,6 @@
-// E200/E300 from T50/T90, and the percent/absolute conversion of the EPA
-// emission quantities over its baseline table.
+// E200/E300 from T50/T90, and the percent/absolute conversion of the EPA emission quantities over its baseline table.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -55,9 +53,8 @@ TEST_F(EpaConversionsTest, BaselineRowsRoundTripsAndRejects) {
       EXPECT_NEAR(absolute[k], base[k] * (1.0 + percent[k] / 100.0), 1e-12 * base[k]);
     }
   }
-  // Baseline emissions, mg/mile (40 CFR 80.45 Tables 3 to 5): winter (class
-  // not read), and summer where class 'C' adds non-exhaust to exhaust benzene
-  // (26.10 + 9.6591).
+  // Baseline emissions, mg/mile (40 CFR 80.45 Tables 3 to 5): winter (class not read), and summer where class 'C'
+  // adds non-exhaust to exhaust benzene (26.10 + 9.6591).
   double out[5], u[5], c[5];
   ASSERT_EQ(convert("c", "2", "w", 0, "X", zero, out), 0);
   EXPECT_EQ(Values(out, out + 5), (Values{1341, 120.549055, 1540, 77.62, 120.549055}));
@@ -67,7 +64,7 @@ TEST_F(EpaConversionsTest, BaselineRowsRoundTripsAndRejects) {
   EXPECT_EQ(out[0], 1466.31373);
 
   // Rejected rows leave the outputs alone; a text of length 0 has no letter.
-  std::fill(out, out + 5, -1.0);
+  for (double& v : out) v = -1.0;
   const char* rejects[][4] = {{"B", "1", "S", "X"}, {"A", "1", "W", "U"}, {"B", "3", "W", "U"}, {"B", "1", "F", "U"},
                               {"", "1", "S", "U"}};
   for (const auto& r : rejects) EXPECT_EQ(convert(r[0], r[1], r[2], 0, r[3], zero, out), -1) << r[0] << r[1] << r[2];

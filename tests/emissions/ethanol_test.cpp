@@ -63,15 +63,12 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
     EXPECT_EQ(gfx_WCARBOB(0, 'C', in, outC, nullptr), code);
     EXPECT_EQ(outC[1], out[1]);
   }
-  // Full model: blends on [4, 10], passes through outside with oxygen 0. At
-  // 10 %: aromatics (90*30 + 1.7*10)/100; oxygen (100 - 1.7 - 0.06 - 0.5)/100
-  // * 34.7 * 10 * 0.788 / (90*0.718 + 10*0.788); intended: sulfur with the
-  // fixed gravities, (90*0.718*50 + 10*10*0.788)/(0.788*10 + 90*0.718).
+  // Full model: blends on [4, 10], passes through outside with oxygen 0. At 10 %: aromatics (90*30 + 1.7*10)/100;
+  // oxygen (100 - 1.7 - 0.06 - 0.5)/100 * 34.7 * 10 * 0.788 / (90*0.718 + 10*0.788); intended: sulfur with the fixed
+  // gravities, (90*0.718*50 + 10*10*0.788)/(0.788*10 + 90*0.718).
   int status = 9;
-  carbob2(4.0, nullptr, &status);
-  EXPECT_EQ(status, 0);
-  const Vec blended = carbob2(10.0, nullptr, &status);
-  EXPECT_EQ(status, 0);
+  for (double e : {4.0, 10.0}) EXPECT_EQ((carbob2(e, nullptr, &status), status), 0) << e;
+  const Vec blended = carbob2(10.0);
   EXPECT_NEAR(blended[3], 27.17, 1e-12);
   EXPECT_NEAR(blended[5], 3.686294433103448, 1e-12);
   EXPECT_EQ(blended[7], blended[5]);
@@ -133,9 +130,8 @@ TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
 }
 
 TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
-  // The dilution offsets reproduce the default 5 % blend of aromatics,
-  // benzene, olefins and sulfur. Intended: they use the standard ethanol
-  // whatever is passed or configured.
+  // The dilution offsets reproduce the default 5 % blend of aromatics, benzene, olefins and sulfur. Intended: they
+  // use the standard ethanol whatever is passed or configured.
   const Vec standard = carbob2(5.0);
   const double ignored[7] = {10.0, 5, 5, 5, 5, 0.5, 0.5};
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 25.0), 0);

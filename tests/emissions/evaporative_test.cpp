@@ -33,9 +33,8 @@ TEST_F(EvaporativeTest, InterpolatesInsideAndExtendsSensitivitiesOutside) {
   ASSERT_EQ(gfx_Evaporative(1, curve.data(), out.data(), d.data()), 0);
   // 200 lies between 180 (30 %) and 220 (50 %): 30 + 20 * 20/40 = 40.
   EXPECT_EQ(out, (Vec{40, 15, 90 + 10 * 39.0 / 40, 0, 100}));
-  // Intended: clamped values carry the end segments' sensitivities,
-  // extended: below, segment 0 with a = 10/40, b = a/40 and T - curve0 = -1;
-  // above, segment 5.
+  // Intended: clamped values carry the end segments' sensitivities, extended: below, segment 0 with
+  // a = 10/40, b = a/40 and T - curve0 = -1; above, segment 5.
   const double a = 0.25, b = 0.25 / 40;
   EXPECT_NEAR(d[0 * n + 3], -1 * b - a, 1e-15);
   EXPECT_NEAR(d[1 * n + 3], 1 * b, 1e-15);

@@ -42,22 +42,17 @@ TEST(Limits, CarbAndCarb3Tables) {
   EXPECT_EQ(limits("CARB", {}, 7), -1);
   EXPECT_EQ(upper[0], -7.0);
   for (const char* wrong : {"CAR", "CARB ", "CARB33", ""}) EXPECT_EQ(limits(wrong, {}), -1) << wrong;
-  // Intended: the CARB3 RVP ceiling is 7.2 psi whatever the answer, but the
-  // question is asked.
+  // Intended: the CARB3 RVP ceiling is 7.2 psi whatever the answer, but the question is asked.
   ASSERT_EQ(limits("carb3", {{1, "N"}}, 9), 0);
   EXPECT_EQ(asked, std::vector<int>{1});
-  EXPECT_EQ(lower[0], 6.400000095367432);
-  EXPECT_EQ(upper[0], 7.199999809265137);
-  EXPECT_EQ(upper[7], 60.0);
+  EXPECT_EQ((Values{lower[0], upper[0], upper[7]}), (Values{6.400000095367432, 7.199999809265137, 60.0}));
 }
 
 TEST(Limits, EpaTableChoiceQuestionOrderAndAnswerComparison) {
   // 5 "S": the wide table, question 4 not asked; 3 "W" still lifts the RVP ceiling.
   ASSERT_EQ(limits("EPA", {{5, "S"}, {4, "R"}, {3, "W"}}), 0);
   EXPECT_EQ(asked, (std::vector<int>{5, 3}));
-  EXPECT_EQ(lower[5], 6.599999904632568);
-  EXPECT_EQ(upper[5], 100.0);
-  EXPECT_EQ(upper[4], 10000.0);
+  EXPECT_EQ((Values{lower[5], upper[5], upper[4]}), (Values{6.599999904632568, 100.0, 10000.0}));
   // 5 "N", 4 "R", 3 "S": reformulated gasoline unchanged.
   ASSERT_EQ(limits("epa", {{5, "N"}, {4, "R"}, {3, "S"}}), 0);
   EXPECT_EQ(asked, (std::vector<int>{5, 4, 3}));
@@ -65,8 +60,7 @@ TEST(Limits, EpaTableChoiceQuestionOrderAndAnswerComparison) {
   EXPECT_EQ(upper, (Values{4, 4, 4, 4, 500, 10, 70, 100, 50, 25, 2}));
   // Anything but "R" is conventional gasoline.
   ASSERT_EQ(limits("EPA", {{4, "C"}}), 0);
-  EXPECT_EQ(upper[4], 1000.0);
-  EXPECT_EQ(upper[10], 4.900000095367432);
+  EXPECT_EQ((Values{upper[4], upper[10]}), (Values{1000.0, 4.900000095367432}));
   // An answer matches when the rest is blank or ended by NUL, exactly otherwise.
   for (std::string s : {std::string("S    "), std::string("S\0x", 3)}) {
     ASSERT_EQ(limits("EPA", {{5, s}}), 0);
