@@ -24,8 +24,6 @@ TEST_F(KeywordTest, StoreRules) {
   EXPECT_EQ(gfx_getCorParms("TARN", "ChangeData"), 1.0);
   EXPECT_EQ(gfx_setCorParms("TARN", "ChangeData", 0.0), 0);  // not > 0: off
   EXPECT_EQ(gfx_getCorParms("TARN", "ChangeData"), -1.0);
-  EXPECT_EQ(gfx_setCorParms("TARN", "CARB_CORF", -1), 0);
-  EXPECT_EQ(gfx_getCorParms("TARN", "CARB_CORF"), -1.0);
   // Refused unless the stored value is positive (the new one is not checked):
   // -5 goes in, then nothing more until a reset. Only those fields carry it.
   EXPECT_EQ(gfx_setCorParms("CETANEIMPROVER", "P2", -5), 0);
