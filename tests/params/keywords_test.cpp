@@ -19,41 +19,38 @@ using Key = std::pair<std::string, std::string>;
 class KeywordTest : public tarn::testing::LibraryTest {};
 
 TEST_F(KeywordTest, StoreRules) {
-  // Switches and the unit letter read back as signs.
-  EXPECT_EQ(gfx_setCorParms("TARN", "ChangeData", 0.5), 0);
-  EXPECT_EQ(gfx_getCorParms("TARN", "ChangeData"), 1.0);
-  EXPECT_EQ(gfx_setCorParms("TARN", "ChangeData", 0.0), 0);  // not > 0: off
-  EXPECT_EQ(gfx_getCorParms("TARN", "ChangeData"), -1.0);
-  // Refused unless the stored value is positive (the new one is not checked):
-  // -5 goes in, then nothing more until a reset. Only those fields carry it.
-  EXPECT_EQ(gfx_setCorParms("CETANEIMPROVER", "P2", -5), 0);
-  EXPECT_EQ(gfx_setCorParms("CETANEIMPROVER", "P2", 10), 1);
-  EXPECT_EQ(gfx_getCorParms("CETANEIMPROVER", "P2"), -5.0);
-  for (const Key& key : std::vector<Key>{{"CETANEIMPROVER2", "P4"}, {"T10INDEX", "P2"}, {"T50INDEX", "P2"}}) {
-    EXPECT_EQ(gfx_setCorParms(key.first.c_str(), key.second.c_str(), 0.0), 0);
-    EXPECT_EQ(gfx_setCorParms(key.first.c_str(), key.second.c_str(), 4.0), key.first == "T50INDEX" ? 0 : 1);
+  // Each store in turn: its status and what the field reads afterwards.
+  const struct {
+    const char *group, *name;
+    double value;
+    int status;
+    double after;
+  } steps[] = {
+      // Switches read back as signs; not > 0 is off.
+      {"TARN", "ChangeData", 0.5, 0, 1}, {"TARN", "ChangeData", 0, 0, -1},
+      // Refused unless the stored value is positive (the new one is not
+      // checked): -5 goes in, then nothing more until a reset. Only those
+      // fields carry the rule: T50INDEX P2 is an ordinary field.
+      {"CETANEIMPROVER", "P2", -5, 0, -5}, {"CETANEIMPROVER", "P2", 10, 1, -5},
+      {"CETANEIMPROVER2", "P4", 0, 0, 0}, {"CETANEIMPROVER2", "P4", 4, 1, 0},
+      {"T10INDEX", "P2", 0, 0, 0}, {"T10INDEX", "P2", 4, 1, 0},
+      {"T50INDEX", "P2", 0, 0, 0}, {"T50INDEX", "P2", 4, 0, 4},
+      // Counts round after their limit test (25.4 is over 25); NPTS rounds
+      // with no limit; ALTOXY truncates; values no integer can hold are refused.
+      {"ND86FROMPERCENTOFF", "NPOFF", 24.6, 0, 25}, {"ND86FROMPERCENTOFF", "NPOFF", 25.4, 1, 25},
+      {"ND86TOPERCENTOFF", "NPOFF", -3, 0, -2},  // trunc(-2.5)
+      {"ND86FROMPERCENTOFF", "NTEMP", 13.0, 0, 13}, {"ND86FROMPERCENTOFF", "NTEMP", 13.2, 1, 13},
+      {"ND86FROMPERCENTOFF", "NTEMP", -INFINITY, 1, 13},
+      {"EVAPORATIVE", "NPTS", 40.5, 0, 41}, {"EVAPORATIVE", "NPTS", 1e300, 1, 41},
+      {"CARBOB2", "ALTOXY", -1.9, 0, -1}, {"CARBOB2", "ALTOXY", NAN, 1, -1},
+      // A Gaussian quantile that leaves P3 below P1 is refused and restores
+      // the whole group.
+      {"T20GAUSSIAN", "P2", -0.9, 0, -0.9}, {"T20GAUSSIAN", "P3", -2.0, 1, -0.524400513}};
+  for (const auto& step : steps) {
+    EXPECT_EQ(gfx_setCorParms(step.group, step.name, step.value), step.status) << step.group << " " << step.name;
+    EXPECT_EQ(gfx_getCorParms(step.group, step.name), step.after) << step.group << " " << step.name;
   }
-  // Counts round after their limit test; NPTS rounds with no limit; ALTOXY
-  // truncates; values no integer can hold are refused.
-  EXPECT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NPOFF", 24.6), 0);
-  EXPECT_EQ(gfx_getCorParms("ND86FROMPERCENTOFF", "NPOFF"), 25.0);
-  EXPECT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NPOFF", 25.4), 1);  // tested before rounding
-  EXPECT_EQ(gfx_setCorParms("ND86TOPERCENTOFF", "NPOFF", -3), 0);
-  EXPECT_EQ(gfx_getCorParms("ND86FROMPERCENTOFF", "NPOFF"), -2.0);  // trunc(-2.5)
-  EXPECT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NTEMP", 13.0), 0);
-  EXPECT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NTEMP", 13.2), 1);
-  EXPECT_EQ(gfx_setCorParms("EVAPORATIVE", "NPTS", 40.5), 0);
-  EXPECT_EQ(gfx_getCorParms("EVAPORATIVE", "NPTS"), 41.0);
-  EXPECT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", -1.9), 0);
-  EXPECT_EQ(gfx_getCorParms("CARBOB2", "ALTOXY"), -1.0);
-  EXPECT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", NAN), 1);
-  EXPECT_EQ(gfx_setCorParms("EVAPORATIVE", "NPTS", 1e300), 1);
-  EXPECT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NTEMP", -INFINITY), 1);
-  EXPECT_EQ(gfx_getCorParms("CARBOB2", "ALTOXY"), -1.0);
-  // A Gaussian quantile that leaves P3 below P1 is refused and restores the group.
-  EXPECT_EQ(gfx_setCorParms("T20GAUSSIAN", "P2", -0.9), 0);
-  EXPECT_EQ(gfx_setCorParms("T20GAUSSIAN", "P3", -2.0), 1);
-  EXPECT_DOUBLE_EQ(gfx_getCorParms("T20GAUSSIAN", "P2"), -0.841621234);
+  EXPECT_EQ(gfx_getCorParms("T20GAUSSIAN", "P2"), -0.841621234);
 }
 
 TEST_F(KeywordTest, MatchingOfGroupAndParameterKeywords) {
