@@ -1,6 +1,7 @@
-// The MTM octane correction and its reverse: worked values, the slopes kept
-// on purpose, and the reverse undoing the forward correction. Their slopes
-// at an ordinary blend are checked by evaluation by index.
+// The MTM octane correction and its reverse: worked values of the forward
+// correction, the slopes kept on purpose, and the reverse undoing the forward
+// correction (which pins the reverse's values). Their slopes at an ordinary
+// blend are checked by evaluation by index.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -26,10 +27,6 @@ Vector run(Routine f, const Vector& v, Vector* slopes = nullptr) {
   return out;
 }
 
-Vector numeric(Routine f, const Vector& v) {
-  return tarn::testing::centralJacobian([f](const Vector& w) { return run(f, w); }, v, 2);
-}
-
 TEST_F(MtmTest, WorkedValues) {
   // RON 95, MON 85, no olefins or aromatics: D = 1 - 0.02*5 - 0.0388*5 = 0.706, k = 10/D.
   EXPECT_NEAR(run(gfx_MTMF, {95, 0, 0, 85})[0], 95 + 0.1 * 10 / 0.706, 1e-12);
@@ -38,9 +35,6 @@ TEST_F(MtmTest, WorkedValues) {
   EXPECT_NEAR(run(gfx_MTMF, {95, 40, 60, 95})[1], 95 + 0.0027 * 2400, 1e-12);
   // Intended: at 120 % x = 60/120 = 0.5 and y = 60/(0.5 + 60), not 0.5.
   EXPECT_NEAR(run(gfx_MTMF, {90, 60, 60, 90})[0], 90 - 0.0002 * 0.5 * (60 / 60.5), 1e-13);
-  // TRON 95, TMON 85: sensitivity 10, RON 95 - 5*0.2/1.2, MON 85 + 5*0.388/1.388.
-  EXPECT_NEAR(run(gfx_MTMR, {95, 0, 0, 85})[0], 95 - 1.0 / 1.2, 1e-12);
-  EXPECT_NEAR(run(gfx_MTMR, {95, 0, 0, 85})[1], 85 + 1.94 / 1.388, 1e-12);
   // P11 and P12 are the reference octanes: a blend sitting on them is not corrected.
   ASSERT_EQ(gfx_setCorParms("MTM", "P11", 95) + gfx_setCorParms("MTM", "P12", 85), 0);
   EXPECT_EQ(run(gfx_MTMF, {95, 0, 0, 85}), (Vector{95, 85}));
@@ -50,15 +44,16 @@ TEST_F(MtmTest, SlopesKeptOnPurpose) {
   Vector s;
   // Above 100 % the slopes ignore the renormalisation.
   for (Routine f : {gfx_MTMF, gfx_MTMR}) {
-    run(f, {95, 60, 60, 85}, &s);
-    EXPECT_FALSE(tarn::testing::derivativeNear(s[2], numeric(f, {95, 60, 60, 85})[2]));
+    const Vector v = {95, 60, 60, 85};
+    const Vector numeric = tarn::testing::centralJacobian([f](const Vector& w) { return run(f, w); }, v, 2);
+    run(f, v, &s);
+    EXPECT_FALSE(tarn::testing::derivativeNear(s[2], numeric[2]));
   }
   // TMON above TRON floors the sensitivity at 0, so the octanes come back
   // uncorrected, yet the cross slopes still carry (R - r0)*cq, -(M - m0)*cm.
   EXPECT_EQ(run(gfx_MTMR, {88, 0, 0, 92}, &s), (Vector{88, 92}));
   EXPECT_NEAR(s[6], -2 * 0.02, 1e-15);
   EXPECT_NEAR(s[1], -2 * 0.0388, 1e-15);
-  EXPECT_NEAR(numeric(gfx_MTMR, {88, 0, 0, 92})[6], 0.0, 1e-9);
 }
 
 TEST_F(MtmTest, ReverseUndoesForwardOnRealisticBlends) {

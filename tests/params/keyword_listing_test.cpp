@@ -1,14 +1,15 @@
 // The listing of the parameter keywords: what it names must be exactly what
-// gfx_setCorParms and gfx_getCorParms recognise.
+// gfx_setCorParms and gfx_getCorParms recognise, and what a reset restores.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/fixture.h"
 #include "tarn/corparms.h"
+#include "tarn/tarn.h"
 
 namespace {
 
@@ -29,20 +30,25 @@ TEST_F(LibraryTest, EveryListedKeywordReachesOneFieldUnderEachOfItsNames) {
   ASSERT_EQ(gfx_getCorParmsCount(&count), 0);
   ASSERT_GT(count, 150);
   std::set<std::pair<std::string, std::string>> seen;
+  std::vector<double> started;
+  int d86Points = 0;
   for (int k = 0; k < count; ++k) {
     const Listed entry = listed(k);
-    EXPECT_TRUE(seen.insert({entry.correlation, entry.parameter}).second)
-        << entry.correlation << " " << entry.parameter << " listed twice";
+    const char *group = entry.correlation.c_str(), *parameter = entry.parameter.c_str();
+    EXPECT_TRUE(seen.insert({entry.correlation, entry.parameter}).second) << group << " " << parameter << " twice";
     // Writing back what is read succeeds under every rule (the refusing ones
     // hold positive defaults) and leaves the field as it was.
-    const double value = gfx_getCorParms(entry.correlation.c_str(), entry.parameter.c_str());
-    EXPECT_EQ(gfx_setCorParms(entry.correlation.c_str(), entry.parameter.c_str(), value), 0)
-        << entry.correlation << " " << entry.parameter;
-    EXPECT_EQ(gfx_getCorParms(entry.correlation.c_str(), entry.parameter.c_str()), value);
+    const double value = gfx_getCorParms(group, parameter);
+    started.push_back(value);
+    EXPECT_EQ(gfx_setCorParms(group, parameter, value), 0) << group << " " << parameter;
+    EXPECT_EQ(gfx_getCorParms(group, parameter), value);
     if (!entry.alias.empty()) {
-      EXPECT_EQ(gfx_getCorParms(entry.alias.c_str(), entry.parameter.c_str()), value);
+      EXPECT_EQ(gfx_getCorParms(entry.alias.c_str(), parameter), value);
     }
+    if (entry.correlation == "D86FROMPERCENTOFF") d86Points += entry.alias == "D86TOPERCENTOFF";
+    gfx_setCorParms(group, parameter, value == 0 ? 1 : -value);  // disturbed for the reset below
   }
+  EXPECT_EQ(d86Points, 10);
   // Shared groups are listed once, with their second keyword.
   EXPECT_EQ(seen.count({"D86TOPERCENTOFF", "P1"}), 0u);
   EXPECT_EQ(seen.count({"ND86FROMPERCENTOFF", "NPOFF"}), 1u);
@@ -50,15 +56,13 @@ TEST_F(LibraryTest, EveryListedKeywordReachesOneFieldUnderEachOfItsNames) {
   EXPECT_EQ(seen.count({"REIDVAPORPRESSURE", "*"}), 1u);
   EXPECT_EQ(seen.count({"HC94", "X1"}), 1u);
   EXPECT_EQ(seen.count({"HC94", "A0"}), 0u);  // held by the group, not reachable by keyword
-  int d86Points = 0;
+  // A reset brings every field back to what a freshly started library reads.
+  ASSERT_EQ(TARNReset(), 0);
   for (int k = 0; k < count; ++k) {
     const Listed entry = listed(k);
-    if (entry.correlation == "D86FROMPERCENTOFF") {
-      EXPECT_EQ(entry.alias, "D86TOPERCENTOFF");
-      ++d86Points;
-    }
+    EXPECT_EQ(gfx_getCorParms(entry.correlation.c_str(), entry.parameter.c_str()), started[k])
+        << entry.correlation << " " << entry.parameter;
   }
-  EXPECT_EQ(d86Points, 10);
 }
 
 TEST_F(LibraryTest, KeywordListingRefusesPositionsOutsideTheTable) {

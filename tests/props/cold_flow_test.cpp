@@ -10,8 +10,6 @@
 
 namespace {
 
-using Function = double (*)(char, double, int, double*);
-
 class ColdFlowTest : public tarn::testing::LibraryTest {};
 
 TEST_F(ColdFlowTest, IndicesMatchHandValues) {
@@ -31,19 +29,15 @@ TEST_F(ColdFlowTest, IndicesMatchHandValues) {
 }
 
 TEST_F(ColdFlowTest, DomainEdgesWithChangeDataOffAndOn) {
-  const Function powerLaw[3][2] = {{gfx_CloudPointIndex1, gfx_CloudPoint1},
-                                   {gfx_CloudPointIndex3, gfx_CloudPoint3},
-                                   {gfx_FlashPointIndex1, gfx_FlashPoint1}};
-  for (const auto& pair : powerLaw) {
-    EXPECT_EQ(pair[0]('F', -460.0, 0, nullptr), 0.0);  // absolute zero
-    EXPECT_EQ(pair[0]('C', -274.0, 0, nullptr), 1e30);
-    for (int want : {0, 1}) {
-      // Intended: an index of 0 reads as 0 F (not absolute zero), and a
-      // Celsius caller gets even the missing value converted.
-      double d = 0.0;
-      EXPECT_NEAR(pair[1]('C', 0.0, want, &d), -17.777777777777779, 1e-12);
-      EXPECT_EQ(pair[1]('C', -1.0, want, &d), (1e30 - 32.0) * 5.0 / 9.0);
-    }
+  // The cloud and flash point pairs share one forward and one reverse.
+  EXPECT_EQ(gfx_CloudPointIndex3('F', -460.0, 0, nullptr), 0.0);  // absolute zero
+  EXPECT_EQ(gfx_CloudPointIndex3('C', -274.0, 0, nullptr), 1e30);
+  for (int want : {0, 1}) {
+    // Intended: an index of 0 reads as 0 F (not absolute zero), and a
+    // Celsius caller gets even the missing value converted.
+    double d = 0.0;
+    EXPECT_NEAR(gfx_FlashPoint1('C', 0.0, want, &d), -17.777777777777779, 1e-12);
+    EXPECT_EQ(gfx_FlashPoint1('C', -1.0, want, &d), (1e30 - 32.0) * 5.0 / 9.0);
   }
   // Pour point pair 1 rejects -460 F itself, pair 2 0 F itself, the reverses
   // non-positive indices.

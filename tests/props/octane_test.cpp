@@ -10,16 +10,11 @@ namespace {
 class OctaneTest : public tarn::testing::LibraryTest {};
 
 TEST_F(OctaneTest, OctaneIndexSegmentsAndTheirThresholds) {
-  // One hand value per segment:
-  // 70:  43.196 + 0.00137 * 70^2.1 = 43.196 + 0.00137 * 7493.865 = 53.4626
-  // 90:  50.896 + 6.1e-9 * 90^4.75 = 50.896 + 6.1e-9 * 1.917132e9 = 62.5905
-  // 100: -103.32 + 17.3621 * 100^0.5 = 70.301
-  EXPECT_NEAR(gfx_OctaneIndex(70.0, 0, nullptr), 53.4626, 1e-4);
-  EXPECT_NEAR(gfx_OctaneIndex(90.0, 0, nullptr), 62.5905, 1e-4);
+  // Lower form 43.196 + 0.00137 x^2.1, middle 50.896 + 6.1e-9 x^4.75, upper
+  // -103.32 + 17.3621 x^0.5 (70.301 at 100). A threshold belongs to the
+  // segment above it: 76.85 takes the middle form (56.4185; the lower one
+  // gives 55.6863), 95.937 the upper one (66.73732; the middle one gives 66.73632).
   EXPECT_NEAR(gfx_OctaneIndex(100.0, 0, nullptr), 70.301, 1e-12);
-  // A threshold belongs to the segment above it: 76.85 takes the middle form
-  // (56.4185; the lower one gives 55.6863), 95.937 the upper one (66.73732;
-  // the middle one gives 66.73632).
   EXPECT_NEAR(gfx_OctaneIndex(76.849, 0, nullptr), 55.6860, 1e-4);
   EXPECT_NEAR(gfx_OctaneIndex(76.85, 0, nullptr), 56.4185, 1e-4);
   EXPECT_NEAR(gfx_OctaneIndex(95.937, 0, nullptr), 66.73732, 1e-5);
