@@ -34,26 +34,20 @@ TEST(Interpolate, LinesStepsAndHeldExtrapolationAndQuadraticInversion) {
 }
 
 TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
-  const double curve[7] = {100, 120, 160, 200, 240, 300, 380};
-  // Temperature -> percent, the extension held at 0 and 100.
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 180), 40.0);
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 340), 95.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 1, 20), 0.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 1, 500), 100.0);
-  // Percent -> temperature: no extension beyond the ends.
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 2, 40), 180.0);
-  EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 0, 95), 340.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 2, 150), 380.0);
-  EXPECT_EQ(gfx_DistillCurve(curve, 2, -5), 100.0);
+  const double curve[7] = {100, 120, 160, 200, 240, 300, 380}, flat[7] = {100, 120, 120, 200, 240, 300, 380};
+  // Mode 1 is temperature -> percent, its extension held at 0 and 100; modes
+  // 0 and 2 are percent -> temperature, with no extension beyond the ends.
+  const struct { int mode; double x, want; } reads[] = {{1, 180, 40}, {1, 340, 95},  {1, 20, 0},   {1, 500, 100},
+                                                        {2, 40, 180}, {0, 95, 340},  {2, 150, 380}, {2, -5, 100}};
+  for (const auto& r : reads) EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, r.mode, r.x), r.want) << r.mode << " " << r.x;
+  // Equal neighbours make the curve unusable in both directions.
+  EXPECT_EQ(gfx_DistillCurve(flat, 1, 150), 1e30);
+  EXPECT_EQ(gfx_DistillCurve(flat, 2, 50), 1e30);
+  EXPECT_EQ(gfx_DistillCurve(nullptr, 1, 150), 1e30);
   // With the IBP at 5 % the first segment's extension below the IBP stays positive.
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "MnVolIBP", 5.0), 0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 1, 96), 4.0);
   EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, 2, 7.5), 110.0);
-  // Equal neighbours make the curve unusable in both directions.
-  const double flat[7] = {100, 120, 120, 200, 240, 300, 380};
-  EXPECT_EQ(gfx_DistillCurve(flat, 1, 150), 1e30);
-  EXPECT_EQ(gfx_DistillCurve(flat, 2, 50), 1e30);
-  EXPECT_EQ(gfx_DistillCurve(nullptr, 1, 150), 1e30);
 }
 
 // T(p) = anchor + a (p - 1) + b log10(p), p counted from the anchor end.
@@ -66,9 +60,7 @@ TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) 
   std::vector<double> buffer = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300,
                                 90, 130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
   buffer.resize(14, -1.0);
-  gfx_D86Expand5Pt(2, buffer.data(), nullptr);
-  EXPECT_EQ(buffer[2], 1e30);
-  EXPECT_EQ(buffer[13], 300.0);
+  gfx_D86Expand5Pt(2, buffer.data(), nullptr);  // the 30 and 70 % points left missing
   EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data()), 0);
   EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data() + 7), 0);
   EXPECT_NEAR(buffer[2], model(100, 0.5, 40, 30), 1e-9);
@@ -93,20 +85,20 @@ TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) 
 
 TEST(D86Contract7Pt, KeepsFivePointsAndTheirDerivativeRows) {
   // Entry (block b, row r, column c) holds 100 b + 10 r + c; rows 0, 1, 2, 4,
-  // 6, 7 (fraction and kept points) and columns 0, 1, 3, 5, 6 are kept.
-  std::vector<double> derivs(2 * 8 * 7), outDerivs(2 * 6 * 5);
+  // 6, 7 (fraction and kept points) and columns 0, 1, 3, 5, 6 are kept, out
+  // of place and then in place.
+  std::vector<double> derivs(2 * 8 * 7), outDerivs(2 * 6 * 5), five(5), kept = {10, 11, 15, 19, 20};
   for (int i = 0; i < 2 * 8 * 7; ++i) derivs[i] = 100 * (i / 56) + 10 * (i / 7 % 8) + i % 7;
+  double curve[7] = {10, 11, 13, 15, 17, 19, 20};
+  gfx_D86Contract7Pt(2, curve, derivs.data(), five.data(), outDerivs.data());
+  gfx_D86Contract7Pt(2, curve, derivs.data(), nullptr, nullptr);
+  EXPECT_EQ(five, kept);
+  EXPECT_EQ(std::vector<double>(curve, curve + 5), kept);
   const int rows[6] = {0, 1, 2, 4, 6, 7}, cols[5] = {0, 1, 3, 5, 6};
-  auto check = [&](const std::vector<double>& out) {
-    for (int i = 0; i < 2 * 6 * 5; ++i) EXPECT_EQ(out[i], 100 * (i / 30) + 10 * rows[i / 5 % 6] + cols[i % 5]);
-  };
-  double curve[7] = {10, 11, 13, 15, 17, 19, 20}, five[5] = {};
-  gfx_D86Contract7Pt(2, curve, derivs.data(), five, outDerivs.data());
-  EXPECT_EQ(std::vector<double>(five, five + 5), (std::vector<double>{10, 11, 15, 19, 20}));
-  check(outDerivs);
-  gfx_D86Contract7Pt(2, curve, derivs.data(), nullptr, nullptr);  // in place
-  EXPECT_EQ(std::vector<double>(curve, curve + 5), (std::vector<double>{10, 11, 15, 19, 20}));
-  check(derivs);
+  for (int i = 0; i < 2 * 6 * 5; ++i) {
+    EXPECT_EQ(outDerivs[i], 100 * (i / 30) + 10 * rows[i / 5 % 6] + cols[i % 5]) << i;
+    EXPECT_EQ(derivs[i], outDerivs[i]) << i;
+  }
 }
 
 }  // namespace

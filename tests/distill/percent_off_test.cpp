@@ -1,12 +1,15 @@
 // Percent-off conversions: D86 curve <-> percent evaporated at fixed
-// temperatures on the standard and configurable point sets, their repairs,
-// derivative flags and the oxygenate adapter. Their derivatives are checked
-// against central differences by evaluation by index.
+// temperatures on the standard and configurable point sets, the remapping
+// underneath, their repairs, derivative flags and the oxygenate adapter.
+// Their derivatives are checked against central differences by evaluation by
+// index.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "distill/percent_off.h"
+#include "distill/remap.h"
 #include "params/params.h"
 #include "support/fixture.h"
 #include "support/temperature.h"
@@ -32,11 +35,16 @@ Values toPercentOff(int method, Values curve, char unit) {
   return percents;
 }
 
-Values fromPercentOff(int method, Values percents, char unit, int* status = nullptr) {
+Values fromPercentOff(int method, Values percents, char unit) {
   Values curve(7, -1.0);
-  const int s = gfx_D86FromPercentOff(method, 0, percents.data(), curve.data(), unit, nullptr);
-  if (status != nullptr) *status = s;
+  EXPECT_EQ(gfx_D86FromPercentOff(method, 0, percents.data(), curve.data(), unit, nullptr), 0) << method << unit;
   return curve;
+}
+
+Values remap(const Values& in, int toPercentOff) {
+  Values out(toPercentOff ? 10 : 7, -1.0);
+  EXPECT_EQ(tarn::distill::RemapD86Curve(7, in.data(), out.data(), toPercentOff), 0);
+  return out;
 }
 
 TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
@@ -44,21 +52,17 @@ TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
     if (unit == 'C') ConvertD86TempPt();
     // A TBP curve straight in percent, 40 + 3.6 p F: the ten percents read
     // off it lie on one line, so remapping them recovers its inner points.
-    Values tbp = {40, 76, 148, 220, 292, 364, 400};
-    if (unit == 'C') tbp = tarn::testing::celsiusOf(tbp);
     // For each method a D86 curve whose forward conversion is that TBP
     // curve, and the inner points its reverse conversion then gives.
-    struct Case { int method; Values d86, expected; double tolerance; };
+    const Values tbpF = {40, 76, 148, 220, 292, 364, 400};
+    const Values tbp = unit == 'C' ? tarn::testing::celsiusOf(tbpF) : tbpF;
     const Values hc94 = apply(gfx_HC94R, unit, tbp), threeA11 = apply(gfx_THREEA11R, unit, tbp);
     const Values sixOrder = apply(gfx_SIXORDERR_REV, unit, tbp), ethyls = apply(gfx_ETHYLSR_REV, unit, tbp);
-    const Case cases[] = {{0, hc94, hc94, 1e-6}, {1, threeA11, threeA11, 1e-6},
-                          {2, sixOrder, apply(gfx_SIXORDERR, unit, tbp), 5e-3},
-                          {3, ethyls, apply(gfx_ETHYLSR, unit, tbp), 5e-3},
-                          {4, tbp, tbp, 1e-6}, {5, ethyls, ethyls, 5e-3}};
-    for (const Case& c : cases) {
-      int status = -1;
-      const Values back = fromPercentOff(c.method, toPercentOff(c.method, c.d86, unit), unit, &status);
-      ASSERT_EQ(status, 0) << c.method << unit;
+    const struct { int method; Values d86, expected; double tolerance; } cases[] = {
+        {0, hc94, hc94, 1e-6}, {1, threeA11, threeA11, 1e-6}, {2, sixOrder, apply(gfx_SIXORDERR, unit, tbp), 5e-3},
+        {3, ethyls, apply(gfx_ETHYLSR, unit, tbp), 5e-3}, {4, tbp, tbp, 1e-6}, {5, ethyls, ethyls, 5e-3}};
+    for (const auto& c : cases) {
+      const Values back = fromPercentOff(c.method, toPercentOff(c.method, c.d86, unit), unit);
       for (int k = 1; k < 6; ++k) EXPECT_NEAR(back[k], c.expected[k], c.tolerance) << c.method << unit << k;
       EXPECT_LT(back[0], back[1]);  // the TBP ends are the first and last temperatures
     }
@@ -67,12 +71,12 @@ TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
 
 TEST_F(PercentOffTest, MethodFourMapsTheCurveItself) {
   // Temperatures 30, 70, 100, 140, 180, 250, 330, 360, 390, 450 F.
-  const Values got = toPercentOff(4, {90, 125, 160, 210, 260, 330, 400}, 'F');
+  Values curve = {90, 125, 160, 210, 260, 330, 400}, percents(10);
+  const Values got = toPercentOff(4, curve, 'F');
   const Values want = {0, 0, 10.0 * 10 / 35, 10 + 20.0 * 15 / 35, 38, 66, 90,
                        90 + 10.0 * 30 / 70, 90 + 10.0 * 60 / 70, 100};
   for (int i = 0; i < 10; ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << i;
   // Above 5 the forward direction refuses; the reverse one maps unchanged.
-  Values curve = {90, 125, 160, 210, 260, 330, 400}, percents(10);
   EXPECT_EQ(gfx_D86toPercentOff(6, curve.data(), percents.data(), 'F', 0, nullptr), 2);
   EXPECT_EQ(fromPercentOff(6, want, 'F'), fromPercentOff(4, want, 'F'));
 }
@@ -86,11 +90,10 @@ TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
   EXPECT_EQ(curve[1], 300.5);
   // Percents are held in [0, 100] and pushed 0.1 above their predecessor;
   // the last is only pushed, never held.
-  Values full(10, 100.0), out(7);
+  Values full(10, 100.0), mixed = {-3, 20, 15, 40, 50, 60, 70, 80, 90, 95}, out(7);
   gfx_D86FromPercentOff(4, 0, full.data(), out.data(), 'F', nullptr);
   for (int k = 0; k < 9; ++k) EXPECT_NEAR(full[k], 99.1 + 0.1 * k, 1e-12) << k;
   EXPECT_EQ(full[9], 100.0);
-  Values mixed = {-3, 20, 15, 40, 50, 60, 70, 80, 90, 95};
   gfx_D86FromPercentOff(4, 0, mixed.data(), out.data(), 'F', nullptr);
   EXPECT_EQ(mixed[0], 0.0);
   EXPECT_NEAR(mixed[2], 20.1, 1e-12);
@@ -124,29 +127,21 @@ TEST_F(PercentOffTest, DerivativeFlagsAndConfigurablePointSets) {
 }
 
 TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithItsOwnSettings) {
-  using tarn::distill::d86FromPercentOffWithoutOxygenate;
-  const Values blend = {2, 9, 17, 30, 44, 63, 87, 92, 96, 99};
-  const Values oxygenate = {5, 20, 40, 60, 80, 100, 100, 100, 100, 100};
-  const auto inputs = [&](double volume) {
-    Values x = blend;
-    x.push_back(volume);
-    x.insert(x.end(), oxygenate.begin(), oxygenate.end());
-    return x;
-  };
+  // The blend's ten percents, the oxygenate's volume, the oxygenate's percents.
+  const Values allOxygenate = {2, 9, 17, 30, 44, 63, 87, 92, 96, 99, 100, 5, 20, 40, 60, 80, 100, 100, 100, 100, 100};
+  const Values oxygenate(allOxygenate.begin() + 11, allOxygenate.end());
   // Method and unit are those of D86FROMPERCENTOFF.
   tarn::params().settings.typcor[5] = 1;
   tarn::params().settings.corf[5] = 0;  // Celsius
   ConvertD86TempPt();
-  Values out(7), d(147, -1.0), direct(7), directD(70);
-
-  Values x = inputs(100.0);  // all oxygenate: its own curve, no derivatives
-  ASSERT_EQ(d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
+  Values x = allOxygenate, out(7), d(147, -1.0), direct(7), directD(70);
+  ASSERT_EQ(tarn::distill::d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
   gfx_D86FromPercentOff(1, 0, Values(oxygenate).data(), direct.data(), 'C', nullptr);
-  EXPECT_EQ(out, direct);
+  EXPECT_EQ(out, direct);  // its own curve, no derivatives
   EXPECT_EQ(d, Values(147, 0.0));
-
-  x = inputs(10.0);
-  ASSERT_EQ(d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
+  x = allOxygenate;
+  x[10] = 10.0;
+  ASSERT_EQ(tarn::distill::d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
   // Intended: the removal divides by 100 - x11 and weighs each oxygenate
   // percent by x11, not by the volume x10.
   EXPECT_NEAR(x[0], (100 * 2 - 5 * 5) / 95.0, 1e-12);
@@ -155,6 +150,39 @@ TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithItsOwnSettings) {
   EXPECT_EQ(out, direct);
   for (int k = 0; k < 70; ++k) EXPECT_NEAR(d[k], directD[k] * 100 / 90, 1e-12);
   for (int k = 77; k < 147; ++k) EXPECT_EQ(d[k], 0.0);
+}
+
+TEST_F(PercentOffTest, RemapToPercentOffHoldsTheEndsAndBoilsPureComponentsAtOnce) {
+  EXPECT_EQ(remap(Values(7, 250.0), 1), (Values{0, 0, 0, 0, 0, 100, 100, 100, 100, 100}));
+  ASSERT_EQ(gfx_setCorParms("GENERICD86", "MnVolIBP", 2.0), 0);
+  EXPECT_EQ(remap({90, 125, 160, 210, 260, 330, 400}, 1)[0], 2.0);  // the grid's end below the curve
+  Values out(7);
+  EXPECT_EQ(tarn::distill::RemapD86Curve(5, Values(10, 50.0).data(), out.data(), 0), 1);  // seven points only
+}
+
+TEST_F(PercentOffTest, RemapToCurveUsesALineOrAQuadraticWhereTheVectorCurves) {
+  // 10 % lies between 4 % (70 F) and 16 % (100 F); the next value rises by
+  // less than 2 %, so the line gives 70 + 6/12 * 30. The ends are the first
+  // and last temperatures.
+  const Values line = remap({0, 4, 16, 16.2, 40, 50, 60, 70, 80, 100}, 0);
+  EXPECT_NEAR(line[1], 85.0, 1e-12);
+  EXPECT_EQ(line[0], 30.0);
+  EXPECT_EQ(line[6], 450.0);
+  EXPECT_EQ(remap({12, 20, 30, 40, 50, 60, 70, 80, 90, 95}, 0)[1], 30.0);  // already past 10 %
+  // Percent = 0.001 T^2 at 30 .. 250 F: the 10, 30 and 50 % points come from
+  // quadratics through three of these values and are exact.
+  Values percents = {0.9, 4.9, 10, 19.6, 32.4, 62.5, 80, 90, 95, 97};
+  const Values curve = remap(percents, 0);
+  EXPECT_NEAR(curve[1], 100.0, 1e-9);
+  EXPECT_NEAR(curve[2], std::sqrt(30000.0), 1e-9);
+  EXPECT_NEAR(curve[3], std::sqrt(50000.0), 1e-9);
+  EXPECT_EQ(percents[9], 97.0);  // read as 100 but left as given
+  // Near the top there is no eleventh value to test the curvature against:
+  // 10 % and 30 % between 5 % at 390 F and 100 % at 450 F come from the line.
+  const Values top = remap({0, 0, 0, 0, 0, 0, 0, 0, 5, 50}, 0);
+  EXPECT_NEAR(top[1], 390 + 5.0 / 95 * 60, 1e-9);
+  EXPECT_NEAR(top[2], 390 + 25.0 / 95 * 60, 1e-9);
+  for (double t : top) EXPECT_TRUE(std::isfinite(t));
 }
 
 }  // namespace
