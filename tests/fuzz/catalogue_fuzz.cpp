@@ -1,8 +1,9 @@
 // Fuzzes the catalogue queries, coefficient access, messages and the error
 // handler with any index, position, code and value, into buffers of the
 // documented sizes fenced by guard bytes. Failed calls leave them untouched;
-// only a coefficient set may change the parameter block. Input: operations,
-// each a selector byte followed by what it reads.
+// only a coefficient set may change the parameter block, whose state carries
+// over from input to input. Input: operations, each a selector byte followed
+// by what it reads.
 #include <climits>
 #include <cmath>
 #include <memory>
@@ -94,8 +95,10 @@ void propertyQueries(ByteReader& in) {
   Fenced<char> id(TARN_PROPERTY_ID_SIZE), desc(TARN_DESC_SIZE);
   checkText("property id", k, gfx_tarnGetPropId(k, id.data()), known ? 0 : TARN_STATUS_BAD_PROPERTY_ID, id);
   checkText("property desc", k, gfx_tarnGetPropDesc(k, desc.data()), known ? 0 : TARN_STATUS_BAD_PROPERTY_DESC, desc);
-  int count = 0;
+  int count = 0, correlations = 0;
   TARN_FUZZ_CHECK(gfx_tarnGetPropCount(&count) == 0 && count == 2, "property count %d", count);
+  TARN_FUZZ_CHECK(gfx_tarnGetCorrelationCount(&correlations) == 0 && correlations == TARN_CORRELATION_COUNT,
+                  "correlation count %d", correlations);
 }
 
 // Coefficient reads and writes. Reads never change the block; a failed or
@@ -158,9 +161,14 @@ void messages(ByteReader& in, std::FILE* sink) {
 
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  Session::replayIfAsked();
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static std::FILE* sink = std::fopen("/dev/null", "w");
-  startFresh();
+  Session::get().begin(data, size);
   ByteReader in(data, size);
   for (int operations = 0; !in.empty() && operations < 32; ++operations) {
     const ParameterSnapshot before;
