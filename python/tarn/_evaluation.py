@@ -16,7 +16,7 @@ from dataclasses import dataclass, field
 from typing import Any, Dict, List, Mapping, Optional, Sequence, Tuple, Union
 
 import numpy
-import numpy.typing
+from numpy.typing import NDArray
 
 from . import _catalogue
 from ._catalogue import MISSING, CorrelationKey, real
@@ -41,6 +41,8 @@ _INPUTS_READ = {"ND86TOPERCENTOFF": "NTEMP", "ND86FROMPERCENTOFF": "NPOFF"}
 # is no offset: read from the catalogue's slack count.
 
 ErrorPolicy = str  # "raise" or "record"
+Floats = NDArray[numpy.float64]
+Flags = NDArray[numpy.bool_]
 
 
 class _Plan:
@@ -71,7 +73,7 @@ class _Plan:
         self.buffer_in = (ctypes.c_double * max(n_in, 1))()
         self.buffer_out = (ctypes.c_double * max(n_out, 1))()
         self.buffer_d = (ctypes.c_double * max(n_in * n_out, 1))()
-        self.blank_out = [MISSING] * max(n_out, 1)
+        self.blank_out = (ctypes.c_double * max(n_out, 1))(*([MISSING] * max(n_out, 1)))
 
 
 _plans: Dict[Any, _Plan] = {}
@@ -111,7 +113,7 @@ class Jacobian:
     library lays them out), in output units per input unit."""
 
     def __init__(self, input_ids: Sequence[str], output_ids: Sequence[str],
-                 values: numpy.ndarray) -> None:
+                 values: Floats) -> None:
         self.input_ids = tuple(input_ids)
         self.output_ids = tuple(output_ids)
         self.values = values
@@ -164,23 +166,26 @@ def _value(value: Any, what: str) -> float:
 
 
 def _row(plan: _Plan, inputs: Union[Sequence[Any], Mapping[str, Any]]) -> List[float]:
-    if isinstance(inputs, Mapping):
-        unknown = [name for name in inputs if name not in plan.names]
-        if unknown:
-            raise KeyError("%s has no input %s (its inputs: %s)"
-                           % (plan.id, ", ".join(map(str, unknown)), ", ".join(plan.inputs)))
-        absent = [name for name in plan.inputs if name not in inputs]
-        if absent:
-            raise ValueError("%s needs %s (pass None for a missing value)"
-                             % (plan.id, ", ".join(absent)))
-        return [_value(inputs[name], name) for name in plan.inputs]
-    if isinstance(inputs, (str, bytes)):
-        raise TypeError("%s: inputs are numbers, not %s" % (plan.id, type(inputs).__name__))
-    values = [_value(v, name) for v, name in zip(inputs, plan.inputs)]
-    if len(values) != len(plan.inputs) or len(inputs) != len(plan.inputs):
+    kind = type(inputs)
+    if kind is not list and kind is not tuple:
+        if isinstance(inputs, Mapping):
+            unknown = [name for name in inputs if name not in plan.names]
+            if unknown:
+                raise KeyError("%s has no input %s (its inputs: %s)"
+                               % (plan.id, ", ".join(map(str, unknown)), ", ".join(plan.inputs)))
+            absent = [name for name in plan.inputs if name not in inputs]
+            if absent:
+                raise ValueError("%s needs %s (pass None for a missing value)"
+                                 % (plan.id, ", ".join(absent)))
+            inputs = [inputs[name] for name in plan.inputs]
+        elif isinstance(inputs, (str, bytes)):
+            raise TypeError("%s: inputs are numbers, not %s" % (plan.id, kind.__name__))
+        else:
+            inputs = list(inputs)
+    if len(inputs) != len(plan.inputs):
         raise ValueError("%s takes %d inputs (%s), got %d"
                          % (plan.id, len(plan.inputs), ", ".join(plan.inputs), len(inputs)))
-    return values
+    return [v if type(v) is float else _value(v, name) for v, name in zip(inputs, plan.inputs)]
 
 
 def evaluate(correlation: CorrelationKey, inputs: Union[Sequence[Any], Mapping[str, Any]],
@@ -198,13 +203,17 @@ def evaluate(correlation: CorrelationKey, inputs: Union[Sequence[Any], Mapping[s
     values = _row(plan, inputs)
     if on_error != "raise":
         _check_policy(on_error)
-    absent = [plan.inputs[j] for j, v in enumerate(values) if v != v and not plan.accepts[j]]
+    buffer_in, buffer_out = plan.buffer_in, plan.buffer_out
+    absent = None
+    for j, v in enumerate(values):
+        if v != v:
+            if not plan.accepts[j]:
+                absent = (absent or []) + [plan.inputs[j]]
+            v = MISSING
+        buffer_in[j] = v
     if absent:
         return _not_computed(plan, derivatives, 1, _missing_reason(absent))
-    buffer_in, buffer_out = plan.buffer_in, plan.buffer_out
-    for j, v in enumerate(values):
-        buffer_in[j] = MISSING if v != v else v
-    buffer_out[:] = plan.blank_out
+    ctypes.memmove(buffer_out, plan.blank_out, ctypes.sizeof(buffer_out))
     if derivatives:
         ctypes.memset(plan.buffer_d, 0, ctypes.sizeof(plan.buffer_d))
     # The derivative array goes along whatever the flag: some correlations
@@ -252,11 +261,11 @@ class Batch:
     correlation: str
     input_ids: Tuple[str, ...]
     output_ids: Tuple[str, ...]
-    outputs: numpy.ndarray
-    statuses: numpy.ndarray
-    derivatives: Optional[numpy.ndarray] = None
+    outputs: Floats
+    statuses: NDArray[numpy.intc]
+    derivatives: Optional[Floats] = None
     # rows x inputs: the missing inputs that kept each row from being computed
-    missing: numpy.ndarray = field(default_factory=lambda: numpy.zeros((0, 0), dtype=bool),
+    missing: Flags = field(default_factory=lambda: numpy.zeros((0, 0), dtype=bool),
                                    repr=False)
 
     def __len__(self) -> int:
@@ -274,7 +283,7 @@ class Batch:
         return _catalogue.message(status)
 
 
-def _matrix(plan: _Plan, rows: Any) -> Tuple[numpy.ndarray, numpy.ndarray]:
+def _matrix(plan: _Plan, rows: Any) -> Tuple[Floats, Flags]:
     """The rows as a C-ordered float64 copy (rows x inputs) and the mask of
     missing values. Numbers only: strings, booleans, complex numbers and
     dates are refused; None, NaN and masked values are missing."""
@@ -282,7 +291,7 @@ def _matrix(plan: _Plan, rows: Any) -> Tuple[numpy.ndarray, numpy.ndarray]:
         raise TypeError("%s: rows are numbers, not %s" % (plan.id, type(rows).__name__))
     mask = None
     if isinstance(rows, numpy.ma.MaskedArray):
-        mask = numpy.ma.getmaskarray(rows)
+        mask = numpy.ma.getmaskarray(rows)  # type: ignore[no-untyped-call]
         rows = rows.data
     try:
         array = numpy.asarray(rows)
@@ -328,10 +337,17 @@ def evaluate_many(correlation: CorrelationKey, rows: Any, derivatives: bool = Fa
     matrix, missing = _matrix(plan, rows)
     count, n_in = matrix.shape
     n_out, produced = plan.catalogue_outputs, plan.produced
+    # Rows with a missing input the correlation does not read itself are not
+    # evaluated; the others get the library's missing value where one is.
     unread = missing & ~plan.accepts_missing
-    chosen = numpy.flatnonzero(~unread.any(axis=1))
-    work = matrix if len(chosen) == count else matrix[chosen]
-    work[missing[chosen]] = MISSING
+    chosen = None
+    work = matrix
+    if missing.any():
+        skipped = unread.any(axis=1)
+        if skipped.any():
+            chosen = numpy.flatnonzero(~skipped)
+            work, missing = matrix[chosen], missing[chosen]
+        work[missing] = MISSING
     m = work.shape[0]
     out = numpy.full((m, n_out), MISSING)
     statuses = numpy.zeros(m, dtype=numpy.intc)
@@ -344,25 +360,40 @@ def evaluate_many(correlation: CorrelationKey, rows: Any, derivatives: bool = Fa
     # +-1e30, NaN and infinities are not figures: such a row is not computed.
     statuses[(statuses == 0) & ~(numpy.abs(values) < MISSING).all(axis=1)] = 1
     failed = statuses != 0
-    if on_error == "raise" and failed.any():
+    any_failed = bool(failed.any())
+    if on_error == "raise" and any_failed:
         first = int(numpy.argmax(failed))
-        raise _catalogue.error(int(statuses[first]), plan.id, int(chosen[first]))
-    outputs = numpy.full((count, produced), math.nan)
-    outputs[chosen[~failed]] = values[~failed]
-    all_statuses = numpy.ones(count, dtype=numpy.intc)
-    all_statuses[chosen] = statuses
+        raise _catalogue.error(int(statuses[first]), plan.id,
+                               first if chosen is None else int(chosen[first]))
+    if any_failed:
+        values[failed] = math.nan
     jacobians = None
     if d is not None:
         # Each row's block holds inputs x produced derivatives: the outputs
         # really produced set the stride.
-        jacobians = numpy.full((count, n_in, produced), math.nan)
-        jacobians[chosen[~failed]] = d[~failed, :n_in * produced].reshape(-1, n_in, produced)
-    return Batch(plan.id, plan.inputs, plan.outputs, outputs, all_statuses, jacobians, unread)
+        jacobians = d[:, :n_in * produced].reshape(m, n_in, produced)
+        if any_failed:
+            jacobians[failed] = math.nan
+    if chosen is not None:
+        values, statuses, jacobians = (_spread(values, chosen, count, math.nan),
+                                       _spread(statuses, chosen, count, 1),
+                                       None if jacobians is None else
+                                       _spread(jacobians, chosen, count, math.nan))
+    return Batch(plan.id, plan.inputs, plan.outputs, numpy.ascontiguousarray(values), statuses,
+                 None if jacobians is None else numpy.ascontiguousarray(jacobians), unread)
+
+
+def _spread(rows: NDArray[Any], chosen: NDArray[numpy.intp], count: int,
+            fill: Any) -> NDArray[Any]:
+    """rows placed at the positions chosen of count rows; fill elsewhere."""
+    out = numpy.full((count,) + rows.shape[1:], fill, dtype=rows.dtype)
+    out[chosen] = rows
+    return out
 
 
 _DOUBLE_P = ctypes.POINTER(ctypes.c_double)
 _INT_P = ctypes.POINTER(ctypes.c_int)
 
 
-def _pointer(array: numpy.ndarray) -> Any:
+def _pointer(array: Floats) -> Any:
     return array.ctypes.data_as(_DOUBLE_P)

@@ -12,6 +12,7 @@ from __future__ import annotations
 
 import ctypes
 import ctypes.util
+import importlib
 import os
 from dataclasses import dataclass
 from pathlib import Path
@@ -90,10 +91,10 @@ def installed_directory() -> Optional[Path]:
     """The library folder recorded by `cmake --install` when it placed this
     package beside the library, or None for a package installed otherwise."""
     try:
-        from . import _installed  # type: ignore[attr-defined]  # written at install
+        installed = importlib.import_module(__package__ + "._installed")  # written at install
     except ImportError:
         return None
-    return (Path(__file__).resolve().parent / str(_installed.LIBRARY_DIRECTORY)).resolve()
+    return (Path(__file__).resolve().parent / str(installed.LIBRARY_DIRECTORY)).resolve()
 
 
 def _candidates(spec: LibrarySpec) -> Iterator[Tuple[str, str]]:
