@@ -4,6 +4,8 @@
 // only a coefficient set may change the parameter block, whose state carries
 // over from input to input. Input: operations, each a selector byte followed
 // by what it reads.
+#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <memory>
@@ -99,6 +101,10 @@ void propertyQueries(ByteReader& in) {
   TARN_FUZZ_CHECK(gfx_tarnGetPropCount(&count) == 0 && count == 2, "property count %d", count);
   TARN_FUZZ_CHECK(gfx_tarnGetCorrelationCount(&correlations) == 0 && correlations == TARN_CORRELATION_COUNT,
                   "correlation count %d", correlations);
+  const char* version = tarn_GetVersion();
+  TARN_FUZZ_CHECK(version != nullptr && std::count(version, version + std::strlen(version), '.') == 2 &&
+                      std::all_of(version, version + std::strlen(version), [](char c) { return c == '.' || std::isdigit(c); }),
+                  "version %s", version ? version : "(null)");
 }
 
 // Coefficient reads and writes. Reads never change the block; a failed or
