@@ -167,11 +167,6 @@ void messages(ByteReader& in, std::FILE* sink) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static std::FILE* sink = std::fopen("/dev/null", "w");
   Session::get().begin(data, size);

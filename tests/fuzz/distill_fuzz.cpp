@@ -31,11 +31,6 @@ namespace {
 using namespace tarn::fuzz;
 using Array = Fenced<double>;
 
-char unitByte(ByteReader& in) {
-  const std::uint8_t b = in.u8();
-  return b < 112 ? 'F' : b < 224 ? 'C' : static_cast<char>(in.u8());
-}
-
 // count curves of `points` temperatures, mostly non-decreasing: usual ones
 // are the D86 or TBP curves of refinery streams (60 to 450 F at the start,
 // rising by at most 90 F a point), in degrees C when unit is 'C'.
@@ -62,31 +57,12 @@ bool increasing(const double* x, int n) {
   return true;
 }
 
-// Whether the numbers checks apply: every input usual, constants at defaults.
-bool checked(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
-
-bool allNumbers(const Array& a) { return std::all_of(a.data(), a.data() + a.size(), numberOrMissing); }
-bool allFinite(const Array& a) {
-  return std::all_of(a.data(), a.data() + a.size(), [](double x) { return std::isfinite(x); });
-}
-
 bool repairing() { return tarn::params().changeData; }
-
-// The arrays of a failing call, for the report.
-template <class... Vectors>
-std::string describe(const Vectors&... arrays) {
-  std::string text;
-  const auto add = [&text](const auto& a) {
-    for (std::size_t i = 0; i < a.size(); ++i) text += std::to_string(a[i]) + (i + 1 < a.size() ? " " : " | ");
-  };
-  (add(arrays), ...);
-  return text;
-}
 
 void reads(ByteReader& in) {
   double v[7];  // x0, x1, y0, y1, lower, upper, x
   in.values(v, 7, -100.0, 800.0);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const double line = gfx_Interpolate(v[0], v[1], v[2], v[3], v[6]);
   const double held = gfx_Extrapolate(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
   TARN_FUZZ_CHECK(!usual || v[0] == v[1] || (std::isfinite(line) && (v[4] > v[5] || (held >= v[4] && held <= v[5]))),
@@ -94,7 +70,7 @@ void reads(ByteReader& in) {
   Array curve = curves(in, 1, 7, 'F');
   const int mode = in.u8() % 3;
   const double at = in.value(-100.0, 800.0);
-  const bool usualRead = checked(in);
+  const bool usualRead = usualInputs(in);
   const auto given = curve.copy();
   const double read = gfx_DistillCurve(curve.data(), mode, at);
   TARN_FUZZ_CHECK(curve.same(given) && curve.guardsIntact(), "curve read changed its curve");
@@ -118,7 +94,7 @@ void blends(ByteReader& in) {
   for (int i = 0; in.u8() % 4 != 0 && sum > 0.0 && i < rows; ++i) fractions[i] /= sum;
   const int method = in.u8() % 8 - 1;
   const int derivFlag = in.u8() % 2;
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto givenCurves = curveSet.copy(), givenFractions = fractions.copy();
 
   Array out(7), looseOut(7), blended(7), derivs(static_cast<std::size_t>(rows) * 56);
@@ -144,7 +120,7 @@ void blends(ByteReader& in) {
 // Estimates of the 30 % and 70 % points, and the five/seven-point layouts.
 void layouts(ByteReader& in) {
   Array five = curves(in, 1, 5, 'F');
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   double t30 = 0.0, t70 = 0.0;
   TARN_FUZZ_CHECK(gfx_TBPLogInterpolate(five.data(), &t30, &t70) == 0 && five.guardsIntact(), "estimate");
   TARN_FUZZ_CHECK(!usual || !increasing(five.data(), 5) ||
@@ -203,7 +179,7 @@ void conversions(ByteReader& in) {
   const Conversion convert = kMethods[method];
   const char unit = unitByte(in);
   Array from = curves(in, 1, 7, unit), to(7), back(7);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto given = from.copy();
   const int s = convert(unit, from.data(), to.data());
   TARN_FUZZ_CHECK(isOneOf(s, {0, 1}) && from.same(given) && (s == 0 || to.arrayUntouched(0, 7)), "conversion: %d", s);
@@ -238,7 +214,7 @@ void percentOff(ByteReader& in) {
   Array curve = curves(in, 1, 13, unit), percents(25), toDerivs(70), fromDerivs(70);
   in.values(percents.data(), 25, 0.0, 100.0);
   std::sort(percents.data(), percents.data() + 10);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto givenCurve = curve.copy(), givenPercents = percents.copy();
   Array off(25), back(13);
 
@@ -276,7 +252,7 @@ void indices(ByteReader& in) {
   if (in.u8() % 4 != 0) std::sort(t, t + 4);
   const double rvp = in.value(1.0, 15.0), e70 = in.value(0.0, 80.0), index = in.value(0.0, 40.0);
   const int which = in.u8() % 4 == 3 ? in.raw<std::int32_t>() : in.u8() % 3;
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   // Each call gets fresh derivatives: written only with the flag, and no
   // further than its inputs reach.
   const auto expect = [&](const char* what, int written, auto call) {
@@ -327,17 +303,9 @@ void settings(ByteReader& in) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Session::get().begin(data, size);
-  ByteReader in(data, size);
-  for (int operations = 0; !in.empty() && operations < 16; ++operations) {
-    in.chooseUsualOnly();
-    switch (in.u8() % 7) {
+  return runOperations(data, size, 16, [](ByteReader& in, std::uint8_t selector) {
+    switch (selector % 7) {
       case 0: reads(in); break;
       case 1: blends(in); break;
       case 2: layouts(in); break;
@@ -346,6 +314,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       case 5: indices(in); break;
       default: settings(in);
     }
-  }
-  return 0;
+  });
 }

@@ -62,20 +62,6 @@ Array modelInputs(ByteReader& in, std::initializer_list<Range> ranges) {
 constexpr Range kRvp{5, 10}, kT50{150, 250}, kT90{250, 360}, kAro{5, 50}, kOlf{0, 25}, kOxy{0, 3.7},
     kSul{0, 500}, kBnz{0, 2};
 
-// The arrays of a failing call, for the report.
-template <class... Arrays>
-std::string describe(const Arrays&... arrays) {
-  std::string text;
-  const auto add = [&text](const auto& a) {
-    for (std::size_t i = 0; i < a.size(); ++i) text += std::to_string(a[i]) + (i + 1 < a.size() ? " " : " | ");
-  };
-  (add(arrays), ...);
-  return text;
-}
-
-bool checked(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
-bool allNumbers(const Array& a) { return std::all_of(a.data(), a.data() + a.size(), numberOrMissing); }
-
 // The CARB models: out 3, sensitivities inputs x 3.
 void carb(ByteReader& in) {
   const int model = in.u8() % 3;
@@ -84,7 +70,7 @@ void carb(ByteReader& in) {
   Array x = model == 1 ? modelInputs(in, {kRvp, kT50, kT90, kAro, kOlf, kOxy, kOxy, kSul, kBnz})
                        : modelInputs(in, {kRvp, kT50, kT90, kAro, kOlf, kOxy, kSul, kBnz});
   const int n = static_cast<int>(x.size());
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   Array out(3), deriv(n * 3);
   Fenced<int> outOfRange(8);
   const auto given = x.copy();
@@ -135,7 +121,7 @@ void ethanol(ByteReader& in) {
     params[k] = in.u8() % 2 ? 1e30 : in.value(kOverrides[k].low, kOverrides[k].high);
   }
   if (model == 1) params[8] = in.u8() % 2 ? 1e30 : in.value(0.0, 1.0);  // ALTOXY
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const int outputs = model == 0 ? 3 : model == 1 ? 9 : 10;
   Array out(outputs), deriv(x.size() * outputs);
   const auto givenX = x.copy(), givenParams = params.copy();
@@ -172,7 +158,7 @@ void evaporative(ByteReader& in) {
   Array curve(7), out(12), deriv(7 * 12);
   curve[0] = in.value(60.0, 120.0);
   for (int p = 1; p < 7; ++p) curve[p] = curve[p - 1] + in.value(in.u8() % 8 == 0 ? -20.0 : 0.0, 80.0);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto given = curve.copy();
   const int result = gfx_Evaporative(want, curve.data(), out.data(), deriv.data());
   const int npts = tarn::params().evaporative.npts;
@@ -197,7 +183,7 @@ void epa(ByteReader& in) {
   if (unit == 'C') {
     for (int j = 0; j < 2; ++j) t[j] = (t[j] - 32.0) / 1.8;
   }
-  const bool usualT = checked(in);
+  const bool usualT = usualInputs(in);
   TARN_FUZZ_CHECK(gfx_E200E300EPA(unit, t.data(), e.data(), want, d.data()) == 0 && guardsIntact(t, e, d) &&
                       (want != 0 || d.arrayUntouched(0, 4)) && (!usualT || (allNumbers(e) && allNumbers(d))),
                   "E200E300EPA");
@@ -210,7 +196,7 @@ void epa(ByteReader& in) {
   const int lengths[4] = {length(region), length(phase), length(season), length(baseline)};
   Array percents(5), absolute(5), back(5);
   in.values(percents.data(), 5, -50.0, 50.0);
-  const bool usualPercents = checked(in);
+  const bool usualPercents = usualInputs(in);
   const auto convert = [&](int direction, Array& from, Array& to) {
     return EPAPERCENT2ABS(region.get(), lengths[0], phase.get(), lengths[1], season.get(), lengths[2], &direction,
                           baseline.get(), lengths[3], &from[0], &from[1], &from[2], &from[3], &from[4], &to[0],
@@ -231,7 +217,7 @@ void epa(ByteReader& in) {
   // The complex model.
   const Text options(in);
   Array x = modelInputs(in, {{0, 2.7}, {0, 2.7}, {0, 3.7}, {0, 2.7}, kSul, {6, 10}, {30, 70}, {70, 95}, kAro, kOlf, kBnz});
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   Array out(5), deriv(55);
   const auto given = x.copy();
   const int result = gfx_WEPA(want, options.get(), x.data(), out.data(), deriv.data());
@@ -275,29 +261,17 @@ void limits(ByteReader& in) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Session::get().begin(data, size);
-  ByteReader in(data, size);
-  for (int operations = 0; !in.empty() && operations < 16; ++operations) {
-    in.chooseUsualOnly();
-    switch (in.u8() % 6) {
+  return runOperations(data, size, 16, [](ByteReader& in, std::uint8_t selector) {
+    switch (selector % 6) {
       case 0: carb(in); break;
       case 1: ethanol(in); break;
       case 2: evaporative(in); break;
       case 3: epa(in); break;
       case 4: limits(in); break;
       default:
-        if (in.u8() % 2 == 0) {
-          changeSetting(in);
-        } else {
-          gfx_setCorParms("TARN", in.u8() % 2 ? "ChangeData" : "CARB_CORF", in.u8() % 2 ? 1.0 : -1.0);
-        }
+        if (in.u8() % 4 == 0) gfx_setCorParms("TARN", "CARB_CORF", in.u8() % 2 ? 1.0 : -1.0);
+        changeSomeSetting(in);
     }
-  }
-  return 0;
+  });
 }

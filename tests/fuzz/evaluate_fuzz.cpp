@@ -128,7 +128,7 @@ void evaluate(ByteReader& in) {
   Fenced<double> inputs(n), outputs(m), derivs(static_cast<std::size_t>(n) * m);
   for (int j = 0; j < n; ++j) inputs[j] = in.value(rangeOf(index, j).low, rangeOf(index, j).high);
   if (sorted && isCurve(index)) std::sort(inputs.data(), inputs.data() + std::min(n, 10));
-  const bool usual = in.takeUsual() && Session::get().constantsAtDefaults();
+  const bool usual = usualInputs(in);
   const bool anyNaNInput = std::any_of(inputs.data(), inputs.data() + n, [](double x) { return std::isnan(x); });
   const std::vector<double> given(inputs.data(), inputs.data() + n);
 
@@ -263,23 +263,14 @@ void lifecycle(ByteReader& in) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Session::get().begin(data, size);
-  ByteReader in(data, size);
-  for (int operations = 0; !in.empty() && operations < 8; ++operations) {
-    in.chooseUsualOnly();
-    switch (in.u8() % 8) {
+  return runOperations(data, size, 8, [](ByteReader& in, std::uint8_t selector) {
+    switch (selector % 8) {
       case 0: case 1: case 2: case 3: evaluate(in); break;
       case 4: batch(in); break;
       case 5: outputCounts(in); break;
       case 6: lifecycle(in); break;
       default: changeSetting(in, in.index(TARN_CORRELATION_COUNT));
     }
-  }
-  return 0;
+  });
 }

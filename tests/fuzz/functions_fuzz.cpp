@@ -24,13 +24,6 @@ namespace {
 using namespace tarn::fuzz;
 using Array = Fenced<double>;
 
-bool checked(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
-
-char unitByte(ByteReader& in) {
-  const std::uint8_t b = in.u8();
-  return b < 112 ? 'F' : b < 224 ? 'C' : static_cast<char>(in.u8());
-}
-
 // Relative agreement, for round trips and identities.
 bool near(double a, double b, double tolerance = 1e-7) {
   return std::fabs(a - b) <= tolerance * (std::fabs(a) + std::fabs(b) + 1e-3);
@@ -81,7 +74,7 @@ void propertyPairs(ByteReader& in) {
   const int flag = in.u8() % 3 == 0 ? 0 : 1;
   const bool nullArray = in.u8() % 8 == 0;
   const double property = in.value(pair.low, pair.high);  // the temperature ranges suit both units
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const double index = withDerivatives(pair.name, flag, nullArray, 1, usual,
                                        [&](double* d) { return pair.forward(unit, property, flag, d); });
   const double back = withDerivatives(pair.name, flag, nullArray, 1, usual,
@@ -90,7 +83,7 @@ void propertyPairs(ByteReader& in) {
   TARN_FUZZ_CHECK(!usual || index == 1e30 || back == 1e30 || near(back, property, 1e-6),
                   "%s: %.17g to index %.17g and back to %.17g", pair.name, property, index, back);
   const double octane = in.value(40.0, 120.0);
-  withDerivatives("OctaneIndex", flag, nullArray, 1, checked(in),
+  withDerivatives("OctaneIndex", flag, nullArray, 1, usualInputs(in),
                   [&](double* d) { return gfx_OctaneIndex(octane, flag, d); });
 }
 
@@ -99,7 +92,7 @@ void powerLaw(ByteReader& in) {
   double c[5];  // a, b, c, d, x
   in.values(c, 5, 0.1, 3.0);
   const int flag = in.u8() % 2;
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const double y = withDerivatives("PowerIndexForward", flag, false, 1, usual,
                                    [&](double* d) { return gfx_PowerIndexForward(c[0], c[1], c[2], c[3], c[4], flag, d); });
   const double x = withDerivatives("PowerIndexReverse", flag, false, 1, usual,
@@ -119,7 +112,7 @@ void severalInputs(ByteReader& in) {
   const double cetane = in.value(30.0, 60.0), cfpp = in.value(-30.0, 10.0), oxygenate = in.value(0.0, 15.0);
   double g[3];  // gasoline T10, T50, T90
   in.values(g, 3, 100.0, 350.0);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto call = [&](const char* what, int size, auto f) { withDerivatives(what, flag, nullArray, size, usual, f); };
   call("CetaneIndex2", 2, [&](double* d) { return gfx_CetaneIndex2(flag, unit, spg, t[1], d); });
   call("CetaneIndex4", 4, [&](double* d) { return gfx_CetaneIndex4(flag, unit, density, t[0], t[1], t[2], d); });
@@ -152,7 +145,7 @@ void blends(ByteReader& in) {
   for (std::size_t k = 0; k < matrix.size(); ++k) matrix[k] = noInteractions ? 0.0 : in.value(-10.0, 10.0);
   const int flag = in.u8() % 3;  // Interactive and Healy know modes 1 and 2
   const char unit = unitByte(in);
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   double totalVolume = 0.0, totalMass = 0.0, fractionSum = 0.0;
   for (int i = 0; i < rows; ++i) {
     totalVolume += volumes[i], totalMass += volumes[i] * gravities[i], fractionSum += x[i];
@@ -206,7 +199,7 @@ void octaneAndCurves(ByteReader& in) {
   q[1] = q[0] - in.value(5.0, 15.0);
   const double olefins = in.value(0.0, 30.0), aromatics = in.value(0.0, 50.0);
   const int flag = in.u8() % 2;
-  const bool usual = checked(in);
+  const bool usual = usualInputs(in);
   const auto givenQ = q.copy();
   TARN_FUZZ_CHECK(gfx_MTMF(q.data(), olefins, aromatics, corrected.data(), flag, d.data()) == 0, "MTMF");
   TARN_FUZZ_CHECK(gfx_MTMR(corrected.data(), olefins, aromatics, back.data(), flag, s.data()) == 0, "MTMR");
@@ -229,29 +222,15 @@ void octaneAndCurves(ByteReader& in) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Session::get().begin(data, size);
-  ByteReader in(data, size);
-  for (int operations = 0; !in.empty() && operations < 16; ++operations) {
-    in.chooseUsualOnly();
-    switch (in.u8() % 6) {
+  return runOperations(data, size, 16, [](ByteReader& in, std::uint8_t selector) {
+    switch (selector % 6) {
       case 0: propertyPairs(in); break;
       case 1: powerLaw(in); break;
       case 2: severalInputs(in); break;
       case 3: blends(in); break;
       case 4: octaneAndCurves(in); break;
-      default:
-        if (in.u8() % 2 == 0) {
-          changeSetting(in);
-        } else {
-          gfx_setCorParms("TARN", "ChangeData", in.u8() % 2 ? 1.0 : -1.0);
-        }
+      default: changeSomeSetting(in);
     }
-  }
-  return 0;
+  });
 }

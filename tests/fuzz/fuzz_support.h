@@ -18,6 +18,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <limits>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -289,6 +290,69 @@ inline void changeSetting(ByteReader& in) {
   Session::get().constantsChanged();
 }
 
+// Whether the checks on usual inputs apply to the operation just read: every
+// value from its range, and the constants at their defaults.
+inline bool usualInputs(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
+
+template <class T>
+bool allNumbers(const Fenced<T>& a) {
+  return std::all_of(a.data(), a.data() + a.size(), numberOrMissing);
+}
+template <class T>
+bool allFinite(const Fenced<T>& a) {
+  return std::all_of(a.data(), a.data() + a.size(), [](double x) { return std::isfinite(x); });
+}
+
+// A temperature unit byte: mostly 'F' or 'C', sometimes any byte (read as F).
+inline char unitByte(ByteReader& in) {
+  const std::uint8_t b = in.u8();
+  return b < 112 ? 'F' : b < 224 ? 'C' : static_cast<char>(in.u8());
+}
+
+// The arrays of a failing call, for its report.
+template <class... Arrays>
+std::string describe(const Arrays&... arrays) {
+  std::string text;
+  const auto add = [&text](const auto& a) {
+    for (std::size_t i = 0; i < a.size(); ++i) text += std::to_string(a[i]) + (i + 1 < a.size() ? " " : " | ");
+  };
+  (add(arrays), ...);
+  return text;
+}
+
+// One input of a target made of operations: the session begins, then up to
+// `most` operations, each choosing whether its values all come from their
+// ranges and handing its selector byte to `operation`.
+template <class Operation>
+int runOperations(const std::uint8_t* data, std::size_t size, int most, Operation operation) {
+  Session::get().begin(data, size);
+  ByteReader in(data, size);
+  for (int count = 0; !in.empty() && count < most; ++count) {
+    in.chooseUsualOnly();
+    operation(in, in.u8());
+  }
+  return 0;
+}
+
+// A setting of the kind every target may change between its calls: the
+// ChangeData switch, or any keyword.
+inline void changeSomeSetting(ByteReader& in) {
+  if (in.u8() % 2 == 0) {
+    changeSetting(in);
+  } else {
+    gfx_setCorParms("TARN", "ChangeData", in.u8() % 2 ? 1.0 : -1.0);
+  }
+}
+
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 }  // namespace tarn::fuzz
+
+// Every target replays a history at start-up when asked; one with more to
+// prepare defines TARN_FUZZ_OWN_INITIALIZE and calls replayIfAsked itself.
+#ifndef TARN_FUZZ_OWN_INITIALIZE
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  tarn::fuzz::Session::replayIfAsked();
+  return 0;
+}
+#endif

@@ -106,11 +106,6 @@ void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefault
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Session::replayIfAsked();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Session::get().begin(data, size);
   const tarn::T20GaussianParams& gaussianDefaults = Session::get().defaults().t20Gaussian;

@@ -22,6 +22,7 @@
 #include <cstring>
 #include <string>
 
+#define TARN_FUZZ_OWN_INITIALIZE  // opens the plug-ins first
 #include "fuzz_support.h"
 #include "plugin/test_plugin.h"
 #include "tarn/bml.h"
