@@ -21,8 +21,8 @@ namespace {
 // built-in ones and its properties after the library's two, so their counts
 // must leave those numbers inside an int; input and output counts are kept
 // to 46,340 so that a host's derivative array of inputs x outputs entries
-// still has an int size. A count outside its range, like a pair that names
-// no correlation, is refused with the plug-in status code.
+// still has an int size. A count outside its range is refused with -1104
+// ("UBML Initialization failed."), the code of a plug-in that cannot be used.
 constexpr long long kMaxCorrelations = INT_MAX - static_cast<long long>(TARN_BML_FIRST_USER_CORRELATION);
 constexpr long long kMaxProperties = INT_MAX - static_cast<long long>(TARN_BML_FIRST_USER_PROPERTY);
 constexpr long long kMaxArrayCount = 46340;
