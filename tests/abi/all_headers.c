@@ -11,6 +11,7 @@
 #include "tarn/blend.h"
 
 #include <stdio.h>
+#include <string.h>
 
 int main(void) {
   /* Touch one function of each header so the link proves the exports exist. */
@@ -45,10 +46,12 @@ int main(void) {
                 tarnblend_model_result(model, k, &rvpBlend, NULL, NULL, NULL, NULL) == TARNBLEND_OK &&
                 tarnblend_product_parse("diesel", &product) == TARNBLEND_OK && product == TARNBLEND_DIESEL;
   tarnblend_model_free(model);
+  /* The version the library reports is the build's project version. */
+  int versioned = strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;
   gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed || !blended ||
-      rvpBlend < 7.999999 || rvpBlend > 8.000001) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed ||
+      !versioned || !blended || rvpBlend < 7.999999 || rvpBlend > 8.000001) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }
