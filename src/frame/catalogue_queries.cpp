@@ -62,7 +62,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationDesc(int index, char* de
 extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationType(int index, int* type) {
   const CorrelationRow* row = findCorrelation(index);
   if (row == nullptr) {
-    put(type, TARN_TYPE_UNKNOWN);
+    put(type, static_cast<int>(TARN_TYPE_UNKNOWN));
     return TARN_STATUS_BAD_TYPE_QUERY;
   }
   put(type, row->type);
