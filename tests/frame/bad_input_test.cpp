@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "emissions/epa_adapter.h"
+#include "emissions/catalogue_adapters.h"
 #include "frame/evaluation.h"
 #include "support/statuses.h"
 #include "tarn/props.h"

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "frame/transcription.h"
-#include "params/keywords.h"
+#include "params/params.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/tarn.h"
@@ -151,16 +151,15 @@ const struct KeywordView {
     {55, 9, "RBOB", "P{1..6}"},           {56, 0, "T20GAUSSIAN", "P1 P2 P3"},
 };
 
-// Every keyword value of the parameter block, in table order.
+// Every keyword value of the parameter block, in listing order.
 std::vector<double> allKeywordValues() {
   std::vector<double> values;
-  char name[16];
-  for (std::size_t i = 0; i < tarn::keywords::tableSize(); ++i) {
-    const auto& entry = tarn::keywords::table()[i];
-    for (int k = 0; k < std::max(entry.count, 1); ++k) {
-      tarn::keywords::parameterName(entry, k, name, sizeof name);
-      values.push_back(gfx_getCorParms(entry.group, entry.name ? name : "any"));
-    }
+  int count = 0;
+  gfx_getCorParmsCount(&count);
+  for (int k = 0; k < count; ++k) {
+    char group[TARN_KEYWORD_SIZE], parameter[TARN_KEYWORD_SIZE];
+    gfx_getCorParmsKeywords(k, group, nullptr, parameter);
+    values.push_back(gfx_getCorParms(group, parameter));
   }
   return values;
 }

@@ -68,9 +68,9 @@ TEST_F(DispatchTest, BorrowedUnitFlagsFollowTheirSourceAlone) {
   // that of D86ONE90BLEND.
   for (const auto& [borrower, source] : {std::pair{17, 16}, {47, 15}}) {
     ASSERT_EQ(gfx_tarnSetCoefValue(source, 0, 0.0), 0);
-    EXPECT_EQ(tarn::frame::unitFlag(tarn::frame::catalogue()[borrower]), 'C') << borrower;
+    EXPECT_EQ(tarn::frame::unitOf(tarn::frame::catalogue()[borrower]), 'C') << borrower;
     ASSERT_EQ(gfx_tarnSetCoefValue(source, 0, 1.0), 0);
-    EXPECT_EQ(tarn::frame::unitFlag(tarn::frame::catalogue()[borrower]), 'F') << borrower;
+    EXPECT_EQ(tarn::frame::unitOf(tarn::frame::catalogue()[borrower]), 'F') << borrower;
   }
 }
 
@@ -207,16 +207,18 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
   const int cases[][5] = {{0, 0, 0, 0, 0},      {0, 0, 1, 1, 0},   {-1, 1, 1, 0, -8888}, {-3, 0, 0, 1, -999},
                           {-3, 1, 1, 1, 0},     {-3, 1, 1, 0, -8888}, {-2, 1, 0, 1, -999}, {1, 0, 0, 0, 0},
                           {1, 0, 1, 0, -8888},  {2, 0, 0, 1, -999},   {-9999, 1, 0, 1, -999}};
+  const tarn::frame::CorrelationRow* rvpIndex = tarn::frame::findCorrelation(9);
   for (const auto& c : cases) {
     out[0] = 42;
-    EXPECT_EQ(tarn::frame::calculateByType(c[0], c[1] != 0, 9, c[2], x, out, c[3] ? d : nullptr), c[4])
+    EXPECT_EQ(tarn::frame::calculateByType(c[0], c[1] != 0, rvpIndex, c[2], x, out,
+                                           c[3] ? d : nullptr), c[4])
         << c[0] << (c[1] ? " complex" : "");
     EXPECT_EQ(out[0], 42);  // nothing computed
   }
   // Type 1: a forward difference of the re-evaluated correlation against the
   // output the caller holds.
   out[0] = gfx_RVPIndex(9, 0, nullptr);
-  EXPECT_EQ(tarn::frame::calculateByType(1, false, 9, 1, x, out, d), 0);
+  EXPECT_EQ(tarn::frame::calculateByType(1, false, rvpIndex, 1, x, out, d), 0);
   const double step = (std::fabs(9.0) + 1) * 0.001;
   EXPECT_NEAR(d[0], (gfx_RVPIndex(9 + step, 0, nullptr) - out[0]) / step, 1e-9);
 }
