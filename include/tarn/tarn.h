@@ -41,6 +41,7 @@
 #define TARN_PROPERTY_ID_SIZE 18   /* input, output or library property id */
 #define TARN_COEF_NAME_SIZE 9      /* coefficient name */
 #define TARN_MESSAGE_SIZE 69       /* message of gfx_tarnGetErrorMsg */
+#define TARN_SOURCE_SIZE 160       /* published source of a correlation */
 
 TARN_EXTERN_C_BEGIN
 
@@ -120,6 +121,11 @@ TARN_API int TARN_CALL gfx_tarnGetCorrelationSlackCount(int index, int* count);
  * correlation and returns 0. Returns 12, writing nothing, when there is none
  * (also for an unknown index). */
 TARN_API int TARN_CALL gfx_tarnGetIndexPair(int index, int* pair);
+
+/* Writes where the correlation's form and constants were published (a
+ * standard, paper or regulation), or "" where no source is on file; buffer of
+ * TARN_SOURCE_SIZE chars. -4 for an unknown index. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationSource(int index, char* source);
 
 /* Writes 2, the number of library properties. Returns 0. */
 TARN_API int TARN_CALL gfx_tarnGetPropCount(int* count);

@@ -122,6 +122,15 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGetIndexPair(int index, int* pair) {
   return TARN_STATUS_OK;
 }
 
+extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationSource(int index, char* source) {
+  const CorrelationRow* row = findCorrelation(index);
+  if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
+  if (source != nullptr) {
+    std::snprintf(source, TARN_SOURCE_SIZE, "%s", row->source != nullptr ? row->source : "");
+  }
+  return TARN_STATUS_OK;
+}
+
 extern "C" TARN_API int TARN_CALL gfx_tarnGetPropCount(int* count) {
   put(count, kLibraryPropertyCount);
   return TARN_STATUS_OK;
