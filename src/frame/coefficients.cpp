@@ -12,16 +12,21 @@ namespace {
 
 int runLength(const CoefficientRun& run) { return run.count == 0 ? 1 : run.count; }
 
-// The field row a coefficient views and the element within it.
+// The field row a coefficient views and the element within it. A numbered
+// run may go on from one row into the next of the same array
+// (CETANEIMPROVER P1..P7 views P1, P2, P3, P4 and P5..P7).
 struct Viewed {
   const fields::Field* field;
   int element;
 };
 
 Viewed viewed(const Coefficient& c) {
-  int first = 0;
-  const fields::Field* field = fields::containing(c.run->field, first);
-  return {field, first + c.position};
+  Viewed v{nullptr, 0};
+  const fields::Field* first = fields::containing(c.run->field, v.element);
+  const char* address = static_cast<const char*>(c.run->field) +
+                        c.position * fields::elementSize(first->slot.type);
+  v.field = fields::containing(address, v.element);
+  return v;
 }
 
 }  // namespace

@@ -349,16 +349,6 @@ constexpr Field kTable[] = {
      "ethanol content of the blend", {}, {}, nullptr, kSettingDefault},
 };
 
-std::size_t elementSize(Type type) {
-  switch (type) {
-    case Type::Real: return sizeof(double);
-    case Type::Integer: return sizeof(int);
-    case Type::Switch: return sizeof(bool);
-    case Type::UnitLetter: return sizeof(char);
-  }
-  return sizeof(double);
-}
-
 void* element(const Field& field, int k) {
   return static_cast<char*>(field.slot.address) + k * elementSize(field.slot.type);
 }
@@ -398,6 +388,16 @@ bool recomputeT20Ratio() {
 }
 
 }  // namespace
+
+std::size_t elementSize(Type type) {
+  switch (type) {
+    case Type::Real: return sizeof(double);
+    case Type::Integer: return sizeof(int);
+    case Type::Switch: return sizeof(bool);
+    case Type::UnitLetter: return sizeof(char);
+  }
+  return sizeof(double);
+}
 
 const Field* table() { return kTable; }
 std::size_t tableSize() { return sizeof kTable / sizeof kTable[0]; }

@@ -111,6 +111,9 @@ struct Field {
 const Field* table();
 std::size_t tableSize();
 
+// Bytes of one element of a type.
+std::size_t elementSize(Type type);
+
 // The row whose elements include address, with the element's position, or
 // null.
 const Field* containing(const void* address, int& position);
