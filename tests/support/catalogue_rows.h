@@ -5,11 +5,11 @@
 #pragma once
 
 #include <cmath>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/data.h"
 #include "tarn/tarn.h"
 
 namespace tarn::testing {
@@ -35,23 +35,9 @@ inline std::vector<double> numbersOf(const std::string& text) {
 inline const std::vector<CatalogueRow>& catalogueRows() {
   static const std::vector<CatalogueRow> rows = [] {
     std::vector<CatalogueRow> all;
-    std::ifstream file(std::string(TARN_TEST_DATA) + "/catalogue_rows.csv");
-    std::string line;
-    std::getline(file, line);  // the header, after the comment lines
-    while (line.rfind('#', 0) == 0) std::getline(file, line);
-    while (std::getline(file, line)) {
-      std::istringstream in(line);
-      std::string cell[6];
-      for (std::string& c : cell) std::getline(in, c, ',');
-      CatalogueRow row;
-      row.index = std::stoi(cell[0]);
-      row.unit = cell[1][0];
-      row.settings = cell[2];
-      row.inputs = numbersOf(cell[3]);
-      row.expected = numbersOf(cell[4]);
-      row.tolerance = cell[5].empty() ? 0.0 : std::stod(cell[5]);
-      std::getline(in, row.source);  // the rest of the line
-      all.push_back(row);
+    for (const auto& cell : dataTable("catalogue_rows.csv", 7)) {
+      all.push_back({std::stoi(cell[0]), cell[1][0], cell[2], numbersOf(cell[3]),
+                     numbersOf(cell[4]), cell[5].empty() ? 0.0 : std::stod(cell[5]), cell[6]});
     }
     return all;
   }();
