@@ -667,7 +667,8 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .from(kEn228Vli),
     row<53>("EVAPORATIVE", kGeneral).in(kD86Curve).out(kEvaporativeOut)
         .kind(kAll<kind::PercentEvaporated, 12>).coefficients(kEvaporativeCoefs)
-        .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts).from(kNoSource),
+        .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts)
+        .from(kNoSource),
     row<54>("E200E300EPA", kGeneral).in(kT50T90).out(kE200E300).kind(kAll<kind::ModelResult, 2>)
         .coefficients(kE200E300Coefs).by(kEvaluateE200E300).from(kNoSource),
     row<55>("RBOB", kGeneral).in(kBlendstockIn).out(kRbobOut).kind(kRbobKinds)

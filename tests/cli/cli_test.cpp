@@ -274,7 +274,8 @@ TEST_F(CliTest, CatalogueParametersAndCodes) {
   // one, and the meaning where it has none.
   const Json codes = Json::parse(run({"codes", "--json"}).out);
   const auto entry = [&](int code) {
-    return *std::find_if(codes.begin(), codes.end(), [&](const Json& c) { return c["code"] == code; });
+    const auto same = [&](const Json& c) { return c["code"] == code; };
+    return *std::find_if(codes.begin(), codes.end(), same);
   };
   EXPECT_EQ(entry(-4)["message"], "Invalid Correlation index passed.");
   EXPECT_EQ(entry(-1105)["family"], "router");

@@ -135,7 +135,9 @@ TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) 
       std::string group, keywords;
       in >> k >> group;
       std::getline(in, keywords);
-      for (const std::string& keyword : expandList(keywords)) keywordOf[{index, k++}] = {group, keyword};
+      for (const std::string& keyword : expandList(keywords)) {
+        keywordOf[{index, k++}] = {group, keyword};
+      }
     }
   }
   std::size_t viewed = 0;

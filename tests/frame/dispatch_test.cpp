@@ -75,10 +75,14 @@ TEST_F(DispatchTest, BorrowedUnitFlagsFollowTheirSourceAlone) {
 TEST_F(DispatchTest, PercentOffRowsConvertWithTheirOwnMethod) {
   using Conversion = int (*)(std::vector<double>& x, std::vector<double>& out);
   const std::pair<int, Conversion> rows[] = {
-      {5, [](auto& x, auto& out) { return gfx_D86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
-      {6, [](auto& x, auto& out) { return gfx_D86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
-      {41, [](auto& x, auto& out) { return gfx_ND86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
-      {42, [](auto& x, auto& out) { return gfx_ND86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
+      {5, [](auto& x, auto& out) {
+         return gfx_D86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
+      {6, [](auto& x, auto& out) {
+         return gfx_D86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
+      {41, [](auto& x, auto& out) {
+         return gfx_ND86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
+      {42, [](auto& x, auto& out) {
+         return gfx_ND86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
   };
   for (const auto& [index, threeA11] : rows) {
     std::vector<double> x = realisticRows()[index].inputs;

@@ -52,7 +52,8 @@ TEST(FieldTable, RowsAreDisjointAndEveryCoefficientViewsOneOfThem) {
     }
     char source[TARN_SOURCE_SIZE + 1] = "";
     EXPECT_EQ(gfx_tarnGetCorrelationSource(index, source), 0);
-    EXPECT_EQ(std::string(source), row.source != nullptr ? row.source : "") << "longer than its buffer";
+    EXPECT_EQ(std::string(source), row.source != nullptr ? row.source : "")
+        << "longer than its buffer";
   }
   char source[TARN_SOURCE_SIZE] = "untouched";
   EXPECT_EQ(gfx_tarnGetCorrelationSource(57, source), TARN_STATUS_BAD_CORRELATION);

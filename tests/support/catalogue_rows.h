@@ -68,9 +68,8 @@ inline bool applySettings(const CatalogueRow& row) {
         break;
       }
     }
-    if (k == count || gfx_tarnSetCoefValue(row.index, k, std::stod(setting.substr(equals + 1))) != 0) {
-      return false;
-    }
+    const double value = std::stod(setting.substr(equals + 1));
+    if (k == count || gfx_tarnSetCoefValue(row.index, k, value) != 0) return false;
   }
   return true;
 }

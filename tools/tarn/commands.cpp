@@ -198,7 +198,8 @@ std::string parameterPage(const std::vector<Keyword>& list) {
       "\n"
       "The correlation parameter block as a host reaches it by keyword:\n"
       "`gfx_setCorParms(correlation, parameter, value)` and `gfx_getCorParms(correlation,\n"
-      "parameter)` (`tarn/corparms.h`); the command-line tool takes `--set CORRELATION.PARAMETER=VALUE`.\n"
+      "parameter)` (`tarn/corparms.h`); the command-line tool takes\n"
+      "`--set CORRELATION.PARAMETER=VALUE`.\n"
       "Correlation keywords ignore case, parameter keywords do not. The default is the value read\n"
       "after `TARNReset` (switches read 1 on, -1 off; `CARB_CORF` reads 1 for F, -1 for C); 1e30\n"
       "is the missing value. Temperatures are in degrees F.\n";
@@ -254,7 +255,8 @@ void paramsCommand(const std::optional<std::string>& keyword, bool markdown, For
     }
     out << j.dump(2) << "\n";
   } else if (format == Format::Csv) {
-    out << csv::line({"correlation", "alias", "parameter", "value", "default", "unit", "description"});
+    out << csv::line(
+        {"correlation", "alias", "parameter", "value", "default", "unit", "description"});
     for (const Keyword& k : list) {
       out << csv::line({k.correlation, k.alias, k.parameter, exact(k.value), exact(k.defaultValue),
                         k.unit, k.description});

@@ -73,7 +73,8 @@ int main(int argc, char** argv) {
   describe->add_option("correlation", described, "Identifier (any case) or index")->required();
   addFormatFlags(describe, describeFormat);
   std::string keyword;
-  auto* params = app.add_subcommand("params", "Parameter keywords: current values, defaults, units, descriptions");
+  auto* params = app.add_subcommand(
+      "params", "Parameter keywords: current values, defaults, units, descriptions");
   params->add_option("keyword", keyword, "Show only this correlation keyword");
   bool parameterPage = false;
   params->add_flag("--markdown", parameterPage, "Write the parameter page");
@@ -126,7 +127,10 @@ int main(int argc, char** argv) {
     if (sample->parsed()) std::cout << sampleRecipe();
     if (list->parsed()) listCommand(listFormat.format(), std::cout);
     if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
-    if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), parameterPage, paramsFormat.format(), std::cout);
+    if (params->parsed()) {
+      const auto only = keyword.empty() ? std::nullopt : std::optional<std::string>(keyword);
+      paramsCommand(only, parameterPage, paramsFormat.format(), std::cout);
+    }
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
   } catch (const InputError& e) {
