@@ -449,69 +449,49 @@ constexpr const char* kNoSource = nullptr;
 struct RowBuilder {
   CorrelationRow r;
 
+  // A copy with one member of the row set.
+  template <class T>
+  constexpr RowBuilder with(T CorrelationRow::*member, T value) const {
+    RowBuilder b = *this;
+    b.r.*member = value;
+    return b;
+  }
+
   template <std::size_t N>
   constexpr RowBuilder in(const char* const (&list)[N]) const {
-    RowBuilder b = *this;
-    b.r.inputs = names(list);
-    return b;
+    return with(&CorrelationRow::inputs, names(list));
   }
   template <std::size_t N>
   constexpr RowBuilder out(const char* const (&list)[N]) const {
-    RowBuilder b = *this;
-    b.r.outputs = names(list);
-    return b;
+    return with(&CorrelationRow::outputs, names(list));
   }
   template <std::size_t N>
   constexpr RowBuilder kind(const int (&list)[N]) const {
-    RowBuilder b = *this;
-    b.r.kinds = kinds(list);
-    return b;
+    return with(&CorrelationRow::kinds, kinds(list));
   }
   template <int Kind, std::size_t N>
   constexpr RowBuilder kind(const Repeated<Kind, N>& list) const {
     return kind(list.codes);
   }
-  constexpr RowBuilder pair(int inverse) const {
-    RowBuilder b = *this;
-    b.r.pair = inverse;
-    return b;
-  }
-  constexpr RowBuilder slack(int count) const {
-    RowBuilder b = *this;
-    b.r.slackCount = count;
-    return b;
-  }
+  constexpr RowBuilder pair(int inverse) const { return with(&CorrelationRow::pair, inverse); }
+  constexpr RowBuilder slack(int count) const { return with(&CorrelationRow::slackCount, count); }
   // Takes its CORF and TYPCOR from another correlation.
   constexpr RowBuilder settingsOf(int index) const {
-    RowBuilder b = *this;
-    b.r.settingsSource = index;
-    return b;
+    return with(&CorrelationRow::settingsSource, index);
   }
   template <std::size_t N>
   constexpr RowBuilder coefficients(const CoefficientRun (&list)[N]) const {
-    RowBuilder b = *this;
-    b.r.coefficients = coefs(list);
-    return b;
+    return with(&CorrelationRow::coefficients, coefs(list));
   }
   constexpr RowBuilder by(Evaluator compute) const {
-    RowBuilder b = *this;
-    b.r.compute = compute;
-    return b;
+    return with(&CorrelationRow::compute, compute);
   }
-  constexpr RowBuilder keepsNaN() const {
-    RowBuilder b = *this;
-    b.r.nanRule = NaNRule::Kept;
-    return b;
-  }
+  constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
   constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
-    RowBuilder b = *this;
-    b.r.outputCount = {&count, &gate};
-    return b;
+    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
   }
   constexpr RowBuilder from(const char* published) const {
-    RowBuilder b = *this;
-    b.r.source = published;
-    return b;
+    return with(&CorrelationRow::source, published);
   }
   constexpr operator CorrelationRow() const { return r; }
 };
