@@ -17,6 +17,7 @@
 #include <cctype>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "fuzz_support.h"
 #include "support/statuses.h"
