@@ -38,6 +38,12 @@ void textQueries(ByteReader& in) {
   checkText("id", index, gfx_tarnGetCorrelationId(index, id.data()), known ? 0 : TARN_STATUS_BAD_CORRELATION, id);
   checkText("desc", index, gfx_tarnGetCorrelationDesc(index, desc.data()), known ? 0 : TARN_STATUS_BAD_CORRELATION,
             desc);
+  Fenced<char> source(TARN_SOURCE_SIZE);
+  const int sourceStatus = gfx_tarnGetCorrelationSource(index, source.data());
+  TARN_FUZZ_CHECK(known ? sourceStatus == 0 && terminatedWithin(source)
+                        : sourceStatus == TARN_STATUS_BAD_CORRELATION && source.arrayUntouched(0, source.size()) &&
+                              source.guardsIntact(),
+                  "source(%d): %d", index, sourceStatus);
   if (known) {
     for (const char* c = id.data(); *c != '\0'; ++c) {
       TARN_FUZZ_CHECK((*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9') || *c == '_', "id(%d) not upper", index);

@@ -141,6 +141,11 @@ class Fenced {
   std::vector<T> storage_;
 };
 
+// A text (UTF-8 allowed) terminated within its fenced buffer, nothing beyond.
+inline bool terminatedWithin(const Fenced<char>& buffer) {
+  return buffer.guardsIntact() && strnlen(buffer.data(), buffer.size()) < buffer.size();
+}
+
 // A text written into a fenced buffer of the documented size: terminated
 // within it, printable ASCII, and nothing beyond.
 inline bool textWithin(Fenced<char>& buffer) {

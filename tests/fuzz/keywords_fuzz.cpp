@@ -65,6 +65,13 @@ void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefault
     TARN_FUZZ_CHECK(status == 0 ? textWithin(group) && textWithin(alias) && textWithin(name)
                                 : group.arrayUntouched(0, TARN_KEYWORD_SIZE) && name.guardsIntact(),
                     "keywords of %d badly written", k);
+    Fenced<char> unit(TARN_UNIT_SIZE), description(TARN_PARAMETER_DESC_SIZE);
+    Fenced<double> initial(1);
+    const int info = gfx_getCorParmsInfo(k, initial.data(), unit.data(), description.data());
+    TARN_FUZZ_CHECK(info == status && (info == 0 ? terminatedWithin(unit) && terminatedWithin(description) &&
+                                                       numberOrMissing(initial[0])
+                                                 : unit.arrayUntouched(0, unit.size()) && initial.isMarker(0)),
+                    "information on %d: %d", k, info);
     return;
   }
   if (!isSet) {
