@@ -110,7 +110,9 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
   if (format == Format::Json) {
     Json outputs = Json::array();
     for (std::size_t k = 0; k < c.outputs.size(); ++k) {
-      outputs.push_back({{"id", c.outputs[k]}, {"kind", c.kinds[k] ? Json(*c.kinds[k]) : Json(nullptr)}});
+      outputs.push_back({{"id", c.outputs[k]},
+                         {"kind", c.kinds[k] ? Json(*c.kinds[k]) : Json(nullptr)},
+                         {"kind_name", c.kinds[k] ? Json(kindName(*c.kinds[k])) : Json(nullptr)}});
     }
     Json coefficients = Json::array();
     for (const Coefficient& co : c.coefficients) coefficients.push_back({{"name", co.name}, {"value", co.value}});
@@ -144,9 +146,10 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
   for (std::size_t k = 0; k < c.inputs.size(); ++k) inputs.add({std::to_string(k), c.inputs[k]});
   out << inputs.render(2);
   out << "\nOutputs\n";
-  Table outputs({">#", "Property", ">Kind"});
+  Table outputs({">#", "Property", "Kind (the family of property it is)"});
   for (std::size_t k = 0; k < c.outputs.size(); ++k) {
-    outputs.add({std::to_string(k), c.outputs[k], c.kinds[k] ? std::to_string(*c.kinds[k]) : "-"});
+    outputs.add({std::to_string(k), c.outputs[k],
+                 c.kinds[k] ? std::to_string(*c.kinds[k]) + " " + kindName(*c.kinds[k]) : "-"});
   }
   out << outputs.render(2);
   out << "\nCoefficients";
@@ -155,9 +158,10 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
     return;
   }
   out << " (change with --coef " << c.id << ".NAME=VALUE)\n";
-  Table coefficients({">#", "Name", ">Value"});
+  Table coefficients({">#", "Name", ">Value", "Meaning"});
   for (std::size_t k = 0; k < c.coefficients.size(); ++k) {
-    coefficients.add({std::to_string(k), c.coefficients[k].name, significant(c.coefficients[k].value)});
+    const Coefficient& co = c.coefficients[k];
+    coefficients.add({std::to_string(k), co.name, significant(co.value), settingMeaning(c.id, co.name, co.value)});
   }
   out << coefficients.render(2);
 }

@@ -2,7 +2,9 @@
 // of a CSV file.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -26,9 +28,56 @@ using Json = nlohmann::ordered_json;
 struct Evaluation {
   int status = 0;
   int produced = 0;              // outputs really produced
-  std::vector<double> outputs;   // catalogue count
+  std::vector<double> outputs;   // catalogue count; missing where not computed
   std::vector<double> derivatives;  // derivative (input j, output k) at j * produced + k
+  std::string reason;            // why the outputs were not computed ("" when they were)
 };
+
+// Inputs a correlation may be given missing: the slack values of the end of
+// its list, and the 30 % and 70 % points of a full D86 curve, which the
+// curve routines estimate from the others.
+bool mayBeMissing(const Correlation& c, std::size_t input) {
+  if (input + static_cast<std::size_t>(c.slackCount) >= c.inputs.size()) return true;
+  const std::string& name = c.inputs[input];
+  if (name != "T30" && name != "T70") return false;
+  for (const char* point : {"IBP", "T10", "T50", "T90", "FBP"}) {
+    if (std::find(c.inputs.begin(), c.inputs.end(), point) == c.inputs.end()) return false;
+  }
+  return true;
+}
+
+// A result is a figure only when the library computed it from the inputs it
+// needs: a missing input, a non-zero status, or an output that is the
+// missing value (or derived from it: 2e29 from 1e30 arithmetic) or not
+// finite leaves every output and derivative of the evaluation not computed,
+// with the reason, and the status 1 when the library itself returned 0.
+void judge(const Correlation& c, const std::vector<double>& inputs, Evaluation& e) {
+  std::string missing;
+  std::size_t count = 0;
+  for (std::size_t j = 0; j < inputs.size(); ++j) {
+    if (isMissing(inputs[j]) && !mayBeMissing(c, j)) {
+      missing += (missing.empty() ? "" : ", ") + c.inputs[j];
+      ++count;
+    }
+  }
+  const auto produced = static_cast<std::size_t>(e.produced);
+  bool undefined = false;
+  for (std::size_t o = 0; o < produced; ++o) {
+    undefined = undefined || !std::isfinite(e.outputs[o]) || std::fabs(e.outputs[o]) >= kUndefinedMagnitude;
+  }
+  if (!missing.empty()) {
+    e.reason = (count == 1 ? "input " + missing + " is missing" : "inputs " + missing + " are missing");
+  } else if (e.status != 0) {
+    e.reason = "status " + std::to_string(e.status) + ": " + describeStatus(e.status);
+  } else if (undefined) {
+    e.reason = "the result is undefined for these inputs (the library returned its missing value)";
+  } else {
+    return;
+  }
+  if (e.status == 0) e.status = 1;
+  std::fill(e.outputs.begin(), e.outputs.end(), kMissing);
+  std::fill(e.derivatives.begin(), e.derivatives.end(), kMissing);
+}
 
 class Evaluator {
  public:
@@ -99,12 +148,13 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
     values.push_back(parseValue(options.values[j], "input " + std::to_string(j + 1) + " (" + c.inputs[j] + ")"));
   }
   Evaluator evaluate(c, options.derivatives);
-  const Evaluation e = evaluate(values);
+  Evaluation e = evaluate(values);
+  judge(c, values, e);
   const auto k = static_cast<std::size_t>(e.produced);
 
   if (format == Format::Json) {
     Json j = {{"correlation", c.id}, {"index", c.index}, {"status", e.status}};
-    if (e.status != 0) j["message"] = describeStatus(e.status);
+    if (e.status != 0) j["reason"] = e.reason;
     if (c.unitFlag()) j["temperature_unit"] = *c.unitFlag() != 0.0 ? "F" : "C";
     Json inputs = Json::object(), outputs = Json::object();
     for (std::size_t i = 0; i < c.inputs.size(); ++i) {
@@ -119,7 +169,10 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
       Json derivatives = Json::object();
       for (std::size_t i = 0; i < c.inputs.size(); ++i) {
         Json row = Json::object();
-        for (std::size_t o = 0; o < k; ++o) row[c.outputs[o]] = e.derivatives[i * k + o];
+        for (std::size_t o = 0; o < k; ++o) {
+          const double d = e.derivatives[i * k + o];
+          row[c.outputs[o]] = isMissing(d) ? Json(nullptr) : Json(d);
+        }
         derivatives[c.inputs[i]] = row;
       }
       j["derivatives"] = derivatives;
@@ -133,9 +186,12 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
     for (std::size_t i = 0; i < c.inputs.size(); ++i) inputs.add({c.inputs[i], significant(values[i])});
     out << inputs.render(2) << "\n";
     Table outputs({"Output", ">Value"});
-    for (std::size_t o = 0; o < k; ++o) outputs.add({c.outputs[o], significant(e.outputs[o])});
+    for (std::size_t o = 0; o < k; ++o) {
+      outputs.add({c.outputs[o], isMissing(e.outputs[o]) ? "not computed" : significant(e.outputs[o])});
+    }
     out << outputs.render(2);
-    if (options.derivatives) {
+    if (e.status != 0) out << "\n  Not computed: " << e.reason << "\n";
+    if (options.derivatives && e.status == 0) {
       out << "\nDerivatives d(output)/d(input)\n";
       std::vector<std::string> headers = {"Input"};
       for (std::size_t o = 0; o < k; ++o) headers.push_back(">" + c.outputs[o]);
@@ -150,7 +206,7 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
   }
   if (e.status == 0) return 0;
   out.flush();
-  std::cerr << "tarn: error: " << c.id << " returned status " << e.status << ": " << describeStatus(e.status) << "\n";
+  std::cerr << "tarn: error: " << c.id << " not computed: " << e.reason << "\n";
   return kExitCalculationFailed;
 }
 
@@ -247,6 +303,7 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   // An output named like a column of the file gets ".out" appended.
   for (std::size_t o = 0; o < k; ++o) outputHeader.push_back(taken(c.outputs[o]) ? c.outputs[o] + ".out" : c.outputs[o]);
   outputHeader.push_back("status");
+  outputHeader.push_back("reason");
   if (options.derivatives) {
     for (const std::string& input : c.inputs) {
       for (std::size_t o = 0; o < k; ++o) outputHeader.push_back("d(" + c.outputs[o] + ")/d(" + input + ")");
@@ -257,10 +314,12 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   std::size_t failed = 0;
   Progress progress(rows.size());
   for (std::size_t r = 0; r < rows.size(); ++r) {
-    const Evaluation e = evaluate(rows[r]);
+    Evaluation e = evaluate(rows[r]);
+    judge(c, rows[r], e);
     std::vector<std::string> cells = records[r].fields;
     for (std::size_t o = 0; o < k; ++o) cells.push_back(exact(e.outputs[o]));
     cells.push_back(std::to_string(e.status));
+    cells.push_back(e.reason);
     for (double d : e.derivatives) cells.push_back(exact(d));
     *out << csv::line(cells);
     failed += e.status != 0;
@@ -270,7 +329,7 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   if (!*out) throw InputError("cannot write '" + options.output + "'");
   if (failed > 0) {
     std::cerr << "tarn: note: " << failed << " of " << rows.size()
-              << " rows did not evaluate (see the status column; 'tarn codes' lists the codes)\n";
+              << " rows were not computed (see the status and reason columns)\n";
   }
 }
 

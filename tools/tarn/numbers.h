@@ -9,6 +9,10 @@ namespace tarncli {
 
 inline constexpr double kMissing = 1e30;
 
+// A result this large is the missing value or arithmetic on it (a 'C'
+// caller gets (1e30 - 32) / 1.8, TVL of a missing T10 2e29): never a figure.
+inline constexpr double kUndefinedMagnitude = 1e29;
+
 // True for the library's missing value (any value of 1e30 or more counts).
 bool isMissing(double value);
 
