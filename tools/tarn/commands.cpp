@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "catalogue.h"
-#include "csv.h"
+#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 #include "plot.h"
