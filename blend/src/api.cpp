@@ -11,11 +11,6 @@
 #include "model.h"
 #include "tarn/distill.h"
 
-struct tarnblend_model {
-  explicit tarnblend_model(int product) : model(product) {}
-  tarnblend::Model model;
-};
-
 struct tarnblend_grade {
   tarnblend::Grade grade;
 };

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
+#include <memory>
 #include <unordered_map>
+
+#include "firewall.h"
 
 namespace tarnblend {
 namespace {
@@ -17,7 +21,7 @@ std::string upper(std::string_view text) {
   return out;
 }
 
-std::string quoted(std::string_view text) { return "'" + lab::printable(text) + "'"; }
+std::string shown(std::string_view text) { return "'" + lab::printable(text) + "'"; }
 
 // The units a quantity column may be written in. Volumes and masses are
 // blended in whatever unit the recipe uses, so only the spelling is checked.
@@ -53,18 +57,18 @@ std::string quantityUnitList(const QuantityUnit (&table)[N]) {
   return list;
 }
 
-const char* dimensionName(int dimension) {
+const char* dimensionName(Dimension dimension) {
   switch (dimension) {
-    case TARNBLEND_DIMENSIONLESS: return "a pure number";
-    case TARNBLEND_TEMPERATURE: return "a temperature";
-    case TARNBLEND_PRESSURE: return "a pressure";
-    case TARNBLEND_VOLUME_PERCENT: return "a volume percentage";
-    case TARNBLEND_MASS_FRACTION: return "a mass fraction";
-    case TARNBLEND_DENSITY: return "a density";
-    case TARNBLEND_VISCOSITY: return "a viscosity";
-    case TARNBLEND_PERCENT_CHANGE: return "a percent change";
-    default: return "another quantity";
+    case Dimension::None: return "a pure number";
+    case Dimension::Temperature: return "a temperature";
+    case Dimension::Pressure: return "a pressure";
+    case Dimension::VolumePercent: return "a volume percentage";
+    case Dimension::MassFraction: return "a mass fraction";
+    case Dimension::Density: return "a density";
+    case Dimension::Viscosity: return "a viscosity";
+    case Dimension::PercentChange: return "a percent change";
   }
+  return "another quantity";
 }
 
 // The D86 points in the order a curve rises.
@@ -108,83 +112,73 @@ struct Cell {
 class RecipeBuilder {
  public:
   RecipeBuilder(const Text& text, int product, std::string temperatureUnit, tarnblend_recipe& recipe)
-      : text_(text), product_(product), temperatureUnit_(std::move(temperatureUnit)), recipe_(recipe) {
+      : text_(text), product_(product), recipe_(recipe) {
     recipe_.source = text.source();
+    if (!temperatureUnit.empty()) {
+      temperatureUnit_ = findUnit(temperatureUnit);
+      if (temperatureUnit_ == nullptr || temperatureUnit_->dimension != Dimension::Temperature) {
+        throw Error(TARNBLEND_ERROR_UNIT, "unknown temperature unit '" + lab::printable(temperatureUnit) + "' (" +
+                                              unitList(Dimension::Temperature) + ")");
+      }
+    }
   }
+
+  bool decimalComma = false;
 
   // The product kind the file names ("# product: diesel", "product": "diesel").
   void fileProduct(std::string_view name, std::size_t offset) {
-    if (model() != nullptr) text_.fail(offset, "the product kind must come before the components");
+    if (recipe_.model != nullptr) text_.fail(offset, "the product kind must come before the components");
     int kind = 0;
     if (tarnblend_product_parse(std::string(lab::trim(name)).c_str(), &kind) != TARNBLEND_OK) {
-      text_.fail(offset, "unknown product kind " + quoted(lab::trim(name)) + " (gasoline, diesel or jet)");
+      text_.fail(offset, "unknown product kind " + shown(lab::trim(name)) + " (gasoline, diesel or jet)");
     }
     fileProduct_ = kind;
   }
 
-  // A unit for a property written without one (the "units" of a JSON recipe).
+  // The unit of a property written without one (the "units" of a JSON recipe).
   void defaultUnit(std::string_view key, std::string_view unit, std::size_t offset) {
-    if (model() != nullptr) text_.fail(offset, "the units must come before the components");
-    int k = 0;
-    const char* implied = nullptr;
-    if (tarnblend_input_find(std::string(key).c_str(), &k, &implied) != TARNBLEND_OK) {
-      text_.fail(offset, "unknown property " + quoted(key) + " in the units (" + knownColumns() + ")");
+    if (recipe_.model != nullptr) text_.fail(offset, "the units must come before the components");
+    Input input;
+    std::string implied;
+    if (!findInput(std::string(key), input, implied)) {
+      text_.fail(offset, "unknown property " + shown(key) + " in the units (" + knownColumns() + ")");
     }
-    defaultUnits_[k] = {std::string(unit), offset};
+    defaultUnits_[static_cast<int>(input)] = std::string(unit);
   }
 
-  // Declares a column from its header text and returns its number.
+  // Declares a column from its header text ("T50[°C]", "RVP (kPa)", "SPG")
+  // and returns its number; the same header again gives the same number.
   int column(std::string_view headerText, std::size_t offset) {
     const Header h = splitHeader(headerText);
-    const auto seen = columnByHeader_.find(h.name + "[" + h.unit + "]");
-    if (seen != columnByHeader_.end()) return seen->second;
+    const std::string id = h.name + "[" + h.unit + "]";
+    if (const auto seen = columnByHeader_.find(id); seen != columnByHeader_.end()) return seen->second;
     Column c;
-    c.header = std::string(lab::trim(headerText));
+    c.header = lab::printable(lab::trim(headerText));
     c.name = h.name;
     c.offset = offset;
+    const int number = static_cast<int>(columns_.size());
     if (h.name == "NAME" || h.name == "COMPONENT") {
       c.role = Role::Name;
+      if (nameColumn_ >= 0) text_.fail(offset, "the recipe names its components twice (NAME, COMPONENT)");
       if (h.hasUnit) text_.fail(offset, "the component names take no unit");
+      nameColumn_ = number;
     } else if (h.name == "VOLUME" || h.name == "MASS") {
-      c.role = Role::Quantity;
-      const int basis = h.name == "VOLUME" ? TARNBLEND_BASIS_VOLUME : TARNBLEND_BASIS_MASS;
-      if (quantityColumn_ >= 0) {
-        const Column& other = columns_[static_cast<std::size_t>(quantityColumn_)];
-        text_.fail(offset, other.name == h.name ? "column " + h.name + " appears twice"
-                                                : "the recipe gives both VOLUME and MASS: choose one basis");
-      }
-      const char* unit = "";
-      if (h.hasUnit && !h.unit.empty()) {
-        unit = basis == TARNBLEND_BASIS_VOLUME ? findQuantityUnit(kVolumeUnits, h.unit)
-                                               : findQuantityUnit(kMassUnits, h.unit);
-        if (unit == nullptr) {
-          text_.fail(offset, "unknown unit " + quoted(h.unit) + " of column " + h.name + " (" +
-                                 (basis == TARNBLEND_BASIS_VOLUME ? "volume units: " + quantityUnitList(kVolumeUnits)
-                                                                  : "mass units: " + quantityUnitList(kMassUnits)) +
-                                 ", or none)");
-        }
-      }
-      recipe_.basis = basis;
-      recipe_.quantityUnit = unit;
-      quantityColumn_ = static_cast<int>(columns_.size());
+      declareQuantity(h, c);
+      quantityColumn_ = number;
     } else {
       declareProperty(h, c);
     }
-    if (c.role == Role::Name) {
-      if (nameColumn_ >= 0) text_.fail(offset, "column " + h.name + " appears twice");
-      nameColumn_ = static_cast<int>(columns_.size());
-    }
     columns_.push_back(std::move(c));
-    columnByHeader_[h.name + "[" + h.unit + "]"] = static_cast<int>(columns_.size()) - 1;
+    columnByHeader_[id] = number;
     seenInRow_.push_back(0);
-    return static_cast<int>(columns_.size()) - 1;
+    return number;
   }
 
-  // CSV: every component has every column, so the basis and names must be there.
+  // A CSV recipe gives every component every column: the names and the
+  // basis must be among them.
   void requireNameAndQuantity(std::size_t offset) {
     if (nameColumn_ < 0) text_.fail(offset, "the recipe has no NAME column");
     if (quantityColumn_ < 0) text_.fail(offset, "the recipe has no VOLUME or MASS column (the blending basis)");
-    model();
   }
 
   void beginRow(std::size_t offset) {
@@ -195,16 +189,14 @@ class RecipeBuilder {
 
   void cell(int column, Cell value) {
     const auto c = static_cast<std::size_t>(column);
-    if (seenInRow_[c] == rowStamp_) {
-      text_.fail(value.offset, "component gives " + columns_[c].name + " twice");
-    }
+    if (seenInRow_[c] == rowStamp_) text_.fail(value.offset, "the component gives " + columns_[c].name + " twice");
     seenInRow_[c] = rowStamp_;
     value.column = column;
     row_.push_back(std::move(value));
   }
 
   void endRow() {
-    tarnblend_model* m = model();
+    Model& m = model();
     const Cell* name = nullptr;
     const Cell* quantity = nullptr;
     for (const Cell& cell : row_) {
@@ -218,79 +210,64 @@ class RecipeBuilder {
     if (componentName.empty()) text_.fail(name->offset, "a component has no name");
     const auto [first, added] = names_.emplace(componentName, name->offset);
     if (!added) {
-      text_.fail(name->offset, "component " + quoted(componentName) + " appears twice (first at " +
+      text_.fail(name->offset, "component " + shown(componentName) + " appears twice (first at " +
                                    text_.where(first->second) + ")");
     }
-    int index = 0;
-    if (tarnblend_model_add_component(m, componentName.c_str(), &index) != TARNBLEND_OK) {
-      text_.fail(name->offset, tarnblend_last_error());
-    }
-    const std::string who = " of " + quoted(componentName);
+    const int index = m.addComponent(componentName);
+    const std::string who = " of " + shown(componentName);
 
     // Properties first: a mass needs the density to become a volume.
     double curve[7];
-    std::fill(std::begin(curve), std::end(curve), TARN_MISSING);
+    std::fill(std::begin(curve), std::end(curve), kMissing);
     for (const Cell& cell : row_) {
       const Column& c = columns_[static_cast<std::size_t>(cell.column)];
       if (c.role != Role::Property) continue;
       const double value = number(cell, c.key + who);
-      if (value < TARN_MISSING && c.curvePoint >= 0) checkCurvePoint(c, value, cell, who, curve);
-      if (tarnblend_model_set_property(m, index, c.key.c_str(), value, c.unit.c_str()) != TARNBLEND_OK) {
-        text_.fail(cell.offset, c.key + who + ": " + tarnblend_last_error());
+      if (!isMissing(value) && c.curvePoint >= 0) checkCurvePoint(c, value, cell.offset, who, curve);
+      try {
+        m.setValue(index, c.input, value, c.unit);
+      } catch (const Error& e) {
+        text_.fail(cell.offset, e.what());
       }
     }
-    if (quantity == nullptr) {
-      text_.fail(rowOffset_, "component " + quoted(componentName) + " has no volume or mass");
-    }
+    if (quantity == nullptr) text_.fail(rowOffset_, "component " + shown(componentName) + " has no volume or mass");
     const std::string label = columns_[static_cast<std::size_t>(quantity->column)].name + who;
     const double amount = number(*quantity, label);
-    if (!(amount < TARN_MISSING)) text_.fail(quantity->offset, label + " is missing");
+    if (isMissing(amount)) text_.fail(quantity->offset, label + " is missing");
     if (amount < 0.0) text_.fail(quantity->offset, label + " is negative");
-    int status = TARNBLEND_OK;
     if (recipe_.basis == TARNBLEND_BASIS_MASS && amount > 0.0) {
-      double density = TARN_MISSING;
-      tarnblend_model_get_property(m, index, "DEN", &density);
-      if (!(density < TARN_MISSING)) {
+      if (isMissing(m.value(index, Input::DEN))) {
         text_.fail(quantity->offset, "a recipe by MASS needs the density (DEN, SPG or API)" + who);
       }
-      status = tarnblend_model_set_mass(m, index, amount);
+      m.setMass(index, amount);
     } else {
-      status = tarnblend_model_set_volume(m, index, amount);
+      m.setVolume(index, amount);
     }
-    if (status != TARNBLEND_OK) text_.fail(quantity->offset, label + ": " + tarnblend_last_error());
     recipe_.quantities.push_back(amount);
   }
 
   void finish() {
-    tarnblend_model* m = model();
+    const Model& m = model();
     if (recipe_.quantities.empty()) text_.fail(text_.body().size(), "the recipe has no components");
-    // Volume fractions need a total that is positive and finite: the sum is
-    // taken after scaling by the largest volume so that huge volumes (1e308)
-    // still blend.
-    int count = 0;
-    tarnblend_model_component_count(m, &count);
-    double largest = 0.0;
-    for (int i = 0; i < count; ++i) {
-      double v = 0.0;
-      tarnblend_model_volume(m, i, &v);
-      largest = std::max(largest, v);
-    }
-    if (!(largest > 0.0)) text_.fail(text_.body().size(), "the components' quantities add up to nothing");
+    bool any = false;
+    for (int i = 0; i < m.componentCount(); ++i) any = any || m.component(i).volume > 0.0;
+    if (!any) text_.fail(text_.body().size(), "the components' quantities add up to nothing");
   }
 
  private:
   enum class Role { Name, Quantity, Property };
   struct Column {
     Role role = Role::Property;
-    std::string header, name;  // as written; name upper case without unit
-    std::string key, unit;     // recipe property key and canonical unit
-    int dimension = TARNBLEND_DIMENSIONLESS;
+    std::string header, name;  // as written (printable); name upper case without its unit
+    std::string key;           // recipe property key
+    Input input = Input::RVP;
+    const Unit* unit = nullptr;
     int curvePoint = -1;       // 0..6 for the D86 points
     std::size_t offset = 0;
   };
 
-  tarnblend_model* model() {
-    if (recipe_.model != nullptr) return recipe_.model;
+  Model& model() {
+    if (recipe_.model != nullptr) return recipe_.model->model;
     int product = TARNBLEND_GASOLINE;
     if (product_ != 0) {
       product = product_;
@@ -303,156 +280,144 @@ class RecipeBuilder {
       product = fileProduct_;
       recipe_.productFrom = TARNBLEND_PRODUCT_FILE;
     }
-    if (tarnblend_model_create(product, &recipe_.model) != TARNBLEND_OK) {
-      throw lab::FileError(std::string("cannot create a blend model: ") + tarnblend_last_error());
-    }
-    return recipe_.model;
+    recipe_.model = new tarnblend_model(product);
+    return recipe_.model->model;
   }
 
-  std::string knownColumns() const {
-    std::string list = "known: NAME, VOLUME or MASS";
-    int count = 0;
-    tarnblend_input_count(&count);
-    for (int k = 0; k < count; ++k) {
-      const char* key = "";
-      tarnblend_input_info(k, &key, nullptr, nullptr, nullptr);
-      list += std::string(", ") + key;
+  static std::string knownColumns() { return "known: NAME, VOLUME or MASS, " + inputKeyList(); }
+
+  void declareQuantity(const Header& h, Column& c) {
+    c.role = Role::Quantity;
+    const bool volume = h.name == "VOLUME";
+    if (quantityColumn_ >= 0) {
+      const Column& other = columns_[static_cast<std::size_t>(quantityColumn_)];
+      text_.fail(c.offset, other.name == h.name ? "column " + h.name + " appears twice"
+                                                : "the recipe gives both VOLUME and MASS: choose one basis");
     }
-    return list;
+    const char* unit = "";
+    if (h.hasUnit && !h.unit.empty()) {
+      unit = volume ? findQuantityUnit(kVolumeUnits, h.unit) : findQuantityUnit(kMassUnits, h.unit);
+      if (unit == nullptr) {
+        text_.fail(c.offset, "unknown unit " + shown(h.unit) + " of column " + h.name + " (" +
+                                 (volume ? "volume units: " + quantityUnitList(kVolumeUnits)
+                                         : "mass units: " + quantityUnitList(kMassUnits)) +
+                                 "; or none)");
+      }
+    }
+    recipe_.basis = volume ? TARNBLEND_BASIS_VOLUME : TARNBLEND_BASIS_MASS;
+    recipe_.quantityUnit = unit;
   }
 
   void declareProperty(const Header& h, Column& c) {
-    int k = 0;
-    const char* implied = "";
-    if (tarnblend_input_find(h.name.c_str(), &k, &implied) != TARNBLEND_OK) {
-      text_.fail(c.offset, "unknown column " + quoted(c.header) + " (" + knownColumns() + ")");
+    std::string implied;
+    if (!findInput(h.name, c.input, implied)) {
+      text_.fail(c.offset, "unknown column " + shown(c.header) + " (" + knownColumns() + ")");
     }
-    const char* key = "";
-    const char* defaultUnit = "";
-    tarnblend_input_info(k, &key, nullptr, &c.dimension, &defaultUnit);
+    const InputInfo& info = inputInfo(c.input);
     c.role = Role::Property;
-    c.key = key;
+    c.key = info.key;
     for (int p = 0; p < 7; ++p) {
-      if (c.key == kCurveKeys[p]) c.curvePoint = p;
+      if (c.input == kCurvePoints[p]) c.curvePoint = p;
     }
     if (const auto other = columnByKey_.find(c.key); other != columnByKey_.end()) {
       const Column& first = columns_[static_cast<std::size_t>(other->second)];
-      text_.fail(c.offset, "column " + quoted(c.header) + " gives " + c.key + " again (as " + quoted(first.header) +
+      text_.fail(c.offset, "column " + shown(c.header) + " gives " + c.key + " again (as " + shown(first.header) +
                                " at " + text_.where(first.offset) + " does)");
     }
     columnByKey_[c.key] = static_cast<int>(columns_.size());
 
-    const std::string accepted = c.dimension == TARNBLEND_DIMENSIONLESS
+    const std::string accepted = info.dimension == Dimension::None
                                      ? "it takes no unit"
-                                     : std::string("accepted: ") + tarnblend_unit_list(c.dimension);
+                                     : std::string("accepted: ") + unitList(info.dimension);
     std::string written = h.unit;
     bool fromOption = false;
     if (!h.hasUnit || written.empty() || written == "-") {
-      if (implied != nullptr && *implied != '\0') {
+      const auto fileUnit = defaultUnits_.find(static_cast<int>(c.input));
+      if (!implied.empty()) {
         written = implied;
-      } else if (const auto u = defaultUnits_.find(k); u != defaultUnits_.end()) {
-        written = u->second.first;
-      } else if (c.dimension == TARNBLEND_TEMPERATURE && !temperatureUnit_.empty()) {
-        written = temperatureUnit_;
+      } else if (fileUnit != defaultUnits_.end()) {
+        written = fileUnit->second;
+      } else if (info.dimension == Dimension::Temperature && temperatureUnit_ != nullptr) {
+        written = temperatureUnit_->name;
         fromOption = true;
-      } else if (c.dimension == TARNBLEND_TEMPERATURE) {
+      } else if (info.dimension == Dimension::Temperature) {
         text_.fail(c.offset, "column " + c.key + " has no unit: write " + c.key + "[F] or " + c.key +
                                  "[C], or give the unit of unlabelled temperatures (--units F|C)");
-      } else if (c.dimension != TARNBLEND_DIMENSIONLESS) {
-        text_.fail(c.offset, "column " + c.key + " has no unit: write it as " + c.key + "[" + defaultUnit + "] (" +
-                                 accepted + ")");
+      } else if (info.dimension != Dimension::None) {
+        text_.fail(c.offset, "column " + c.key + " has no unit: write it as " + c.key + "[" + info.defaultUnit +
+                                 "] (" + accepted + ")");
       }
-    } else if (implied != nullptr && *implied != '\0') {
-      const char* canonicalImplied = "";
-      const char* canonicalWritten = "";
-      if (tarnblend_unit_parse(implied, &canonicalImplied, nullptr) != TARNBLEND_OK ||
-          tarnblend_unit_parse(written.c_str(), &canonicalWritten, nullptr) != TARNBLEND_OK ||
-          std::string(canonicalImplied) != canonicalWritten) {
-        text_.fail(c.offset, "column " + quoted(c.header) + " is " + h.name + ", which is in " + implied +
-                                 " (write DEN[unit] for a density in another unit)");
-      }
+    } else if (!implied.empty() && findUnit(written) != unitNamed(implied)) {
+      text_.fail(c.offset, "column " + shown(c.header) + " is " + h.name + ", which is in " + implied +
+                               " (write DEN[unit] for a density in another unit)");
     }
-    const char* canonical = "";
-    int dimension = TARNBLEND_DIMENSIONLESS;
-    if (tarnblend_unit_parse(written.c_str(), &canonical, &dimension) != TARNBLEND_OK) {
-      text_.fail(c.offset, "unknown unit " + quoted(written) + " of column " + c.key + " (" + accepted + ")");
+    c.unit = findUnit(written);
+    if (c.unit == nullptr) {
+      text_.fail(c.offset, "unknown unit " + shown(written) + " of column " + c.key + " (" + accepted + ")");
     }
-    if (dimension != c.dimension) {
-      text_.fail(c.offset, "column " + c.key + " is in " + quoted(written) + ", " + dimensionName(dimension) + ", but " +
-                               c.key + " is " + dimensionName(c.dimension) + " (" + accepted + ")");
+    if (c.unit->dimension != info.dimension) {
+      text_.fail(c.offset, "column " + c.key + " is in " + shown(written) + ", " + dimensionName(c.unit->dimension) +
+                               ", but " + c.key + " is " + dimensionName(info.dimension) + " (" + accepted + ")");
     }
-    c.unit = canonical;
-    if (c.dimension == TARNBLEND_TEMPERATURE && !temperatureUnit_.empty() && !fromOption && h.hasUnit) {
-      const char* option = "";
-      tarnblend_unit_parse(temperatureUnit_.c_str(), &option, nullptr);
-      if (c.unit != option) {
-        text_.fail(c.offset, "column " + c.key + " is in " + c.unit + " but the unit of unlabelled temperatures is " +
-                                 option + " (--units)");
-      }
+    if (info.dimension == Dimension::Temperature && temperatureUnit_ != nullptr && !fromOption &&
+        c.unit != temperatureUnit_) {
+      text_.fail(c.offset, "column " + c.key + " is in " + c.unit->name +
+                               " but the unit of unlabelled temperatures is " + temperatureUnit_->name + " (--units)");
     }
     if (c.curvePoint >= 0) {
       if (curveColumn_ >= 0 && columns_[static_cast<std::size_t>(curveColumn_)].unit != c.unit) {
         const Column& other = columns_[static_cast<std::size_t>(curveColumn_)];
-        text_.fail(c.offset, "mixed temperature units in the D86 curve: " + other.key + " in " + other.unit + ", " +
-                                 c.key + " in " + c.unit);
+        text_.fail(c.offset, std::string("mixed temperature units in the D86 curve: ") + other.key + " in " +
+                                 other.unit->name + ", " + c.key + " in " + c.unit->name);
       }
       if (curveColumn_ < 0) curveColumn_ = static_cast<int>(columns_.size());
     }
   }
 
   double number(const Cell& cell, const std::string& label) const {
-    if (cell.kind == Cell::Kind::Null) return TARN_MISSING;
+    if (cell.kind == Cell::Kind::Null) return kMissing;
     if (cell.kind == Cell::Kind::Number) return cell.number;
     double value = 0.0;
-    switch (lab::readNumber(cell.text, decimalComma_, value)) {
+    switch (lab::readNumber(cell.text, decimalComma, value)) {
       case NumberText::Value: return value;
-      case NumberText::Missing: return TARN_MISSING;
-      case NumberText::TooLarge: text_.fail(cell.offset, label + " is too large: " + quoted(lab::trim(cell.text)));
+      case NumberText::Missing: return kMissing;
+      case NumberText::TooLarge: text_.fail(cell.offset, label + " is too large: " + shown(lab::trim(cell.text)));
       case NumberText::NotANumber: break;
     }
-    text_.fail(cell.offset, label + " is not a number: " + quoted(lab::trim(cell.text)));
+    text_.fail(cell.offset, label + " is not a number: " + shown(lab::trim(cell.text)));
   }
 
-  // A D86 curve rises and stays within what the method can read.
-  void checkCurvePoint(const Column& c, double value, const Cell& cell, const std::string& who, double* curve) {
-    double celsius = value;
-    tarnblend_unit_convert(value, c.unit.c_str(), "C", &celsius);
+  // A D86 curve rises and stays within what the method reads.
+  void checkCurvePoint(const Column& c, double value, std::size_t offset, const std::string& who, double* curve) const {
+    if (value != value) return;  // NaN: missing
+    const double celsius = fromBase(*unitNamed("C"), toBase(*c.unit, value));
     if (celsius > kD86CeilingCelsius) {
-      std::string hint;
-      if (c.unit == "C") hint = " (are these degrees F? write the unit in the header: " + c.key + "[F])";
-      char shown[32];
-      std::snprintf(shown, sizeof shown, "%g", value);
-      text_.fail(cell.offset, c.key + who + " is " + shown + " " + c.unit +
-                                  ", above the 400 C a D86 distillation reads" + hint);
+      const std::string hint =
+          c.unit == unitNamed("C") ? " (are these degrees F? write the unit in the header: " + c.key + "[F])" : "";
+      text_.fail(offset, c.key + who + " is " + shortNumber(value) + " " + c.unit->name +
+                             ", above the 400 C a D86 distillation reads" + hint);
     }
     curve[c.curvePoint] = value;
     for (int p = c.curvePoint - 1; p >= 0; --p) {
-      if (!(curve[p] < TARN_MISSING)) continue;
-      if (value < curve[p]) {
-        text_.fail(cell.offset, c.key + who + " lies below " + kCurveKeys[p] + ": a D86 curve cannot fall");
-      }
+      if (isMissing(curve[p])) continue;
+      if (value < curve[p]) text_.fail(offset, c.key + who + " lies below " + kCurveKeys[p] + ": a D86 curve cannot fall");
       break;
     }
     for (int p = c.curvePoint + 1; p < 7; ++p) {
-      if (!(curve[p] < TARN_MISSING)) continue;
+      if (isMissing(curve[p])) continue;
       if (value > curve[p]) {
-        text_.fail(cell.offset, std::string(kCurveKeys[p]) + who + " lies below " + c.key +
-                                    ": a D86 curve cannot fall");
+        text_.fail(offset, std::string(kCurveKeys[p]) + who + " lies below " + c.key + ": a D86 curve cannot fall");
       }
       break;
     }
   }
 
- public:
-  bool decimalComma_ = false;
-
- private:
   const Text& text_;
   int product_;
-  std::string temperatureUnit_;
+  const Unit* temperatureUnit_ = nullptr;
   tarnblend_recipe& recipe_;
   int fileProduct_ = 0;
-  std::unordered_map<int, std::pair<std::string, std::size_t>> defaultUnits_;
+  std::unordered_map<int, std::string> defaultUnits_;
   std::vector<Column> columns_;
   std::unordered_map<std::string, int> columnByHeader_, columnByKey_;
   int nameColumn_ = -1, quantityColumn_ = -1, curveColumn_ = -1;
@@ -467,7 +432,7 @@ class RecipeBuilder {
 
 void readCsvRecipe(const Text& text, RecipeBuilder& builder) {
   lab::CsvReader reader(text);
-  builder.decimalComma_ = reader.decimalComma();
+  builder.decimalComma = reader.decimalComma();
   lab::Record record;
   if (!reader.next(record)) text.fail(text.body().size(), "the recipe is empty");
   // "# product: diesel" before the header names the product kind.
@@ -490,7 +455,7 @@ void readCsvRecipe(const Text& text, RecipeBuilder& builder) {
     const std::size_t before = columns.size();
     const int c = builder.column(record.fields[i], record.offsets[i]);
     if (std::find(columns.begin(), columns.end(), c) != columns.end()) {
-      text.fail(record.offsets[i], "column " + quoted(lab::trim(record.fields[i])) + " appears twice");
+      text.fail(record.offsets[i], "column " + shown(lab::trim(record.fields[i])) + " appears twice");
     }
     columns.push_back(c);
     (void)before;
@@ -504,7 +469,7 @@ void readCsvRecipe(const Text& text, RecipeBuilder& builder) {
     for (std::size_t i = columns.size(); i < record.fields.size(); ++i) {
       if (!lab::trim(record.fields[i]).empty()) {
         text.fail(record.offsets[i], "a cell beyond the last column (" + std::to_string(columns.size()) +
-                                         " columns): " + quoted(lab::trim(record.fields[i])));
+                                         " columns): " + shown(lab::trim(record.fields[i])));
       }
     }
     builder.beginRow(record.offset);
@@ -562,7 +527,7 @@ class JsonRecipe : public lab::JsonVisitor {
       else if (k == "UNITS") section_ = Section::Units;
       else if (k == "COMPONENTS") section_ = Section::Components;
       else if (k == "NAME" || k == "DESCRIPTION" || k == "COMMENT" || k == "SOURCE") section_ = Section::Text;
-      else text_.fail(offset, "unknown key " + quoted(name) + " (a recipe has product, units, components, name, comment)");
+      else text_.fail(offset, "unknown key " + shown(name) + " (a recipe has product, units, components, name, comment)");
       if (section_ == Section::Components) {
         if (sawComponents_) text_.fail(offset, "the recipe gives its components twice");
         sawComponents_ = true;
@@ -635,4 +600,115 @@ void readRecipe(const Text& text, int product, const std::string& temperatureUni
   builder.finish();
 }
 
+// ---- The C interface ------------------------------------------------------------
+
+namespace {
+
+const tarnblend_recipe& recipeOf(const tarnblend_recipe* recipe) {
+  requirePointer(recipe, "recipe");
+  return *recipe;
+}
+
+// Reads text into a new recipe for *out; a fault of the file becomes
+// TARNBLEND_ERROR_FILE with its one-line message.
+void readInto(std::string bytes, const std::string& source, int product, const char* temperatureUnit,
+              tarnblend_recipe** out) {
+  requirePointer(out, "recipe pointer");
+  *out = nullptr;
+  if (product < 0 || product > TARNBLEND_JET) {
+    throw Error(TARNBLEND_ERROR_ARGUMENT, "unknown product kind " + std::to_string(product) +
+                                              " (0 the recipe's own, 1 gasoline, 2 diesel, 3 jet)");
+  }
+  auto recipe = std::make_unique<tarnblend_recipe>();
+  try {
+    const lab::Text text(std::move(bytes), source);
+    readRecipe(text, product, temperatureUnit ? temperatureUnit : "", *recipe);
+  } catch (const lab::FileError& e) {
+    throw Error(TARNBLEND_ERROR_FILE, e.what());
+  }
+  *out = recipe.release();
+}
+
+}  // namespace
 }  // namespace tarnblend
+
+using namespace tarnblend;
+
+extern "C" {
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_read(const char* path, int product, const char* temperatureUnit,
+                                                  tarnblend_recipe** recipe) {
+  return guarded([&] {
+    requirePointer(path, "path");
+    std::string bytes;
+    try {
+      bytes = lab::readFile(path);
+    } catch (const lab::FileError& e) {
+      throw Error(TARNBLEND_ERROR_FILE, e.what());
+    }
+    readInto(std::move(bytes), path, product, temperatureUnit, recipe);
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_parse(const char* text, size_t length, const char* source, int product,
+                                                   const char* temperatureUnit, tarnblend_recipe** recipe) {
+  return guarded([&] {
+    if (length > 0) requirePointer(text, "text");
+    readInto(std::string(text ? text : "", length), source ? source : "recipe", product, temperatureUnit, recipe);
+  });
+}
+
+TARNBLEND_API void TARN_CALL tarnblend_recipe_free(tarnblend_recipe* recipe) { delete recipe; }
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_model(tarnblend_recipe* recipe, tarnblend_model** model) {
+  return guarded([&] {
+    requirePointer(recipe, "recipe");
+    requirePointer(model, "model pointer");
+    *model = recipe->model;
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_info(const tarnblend_recipe* recipe, const char** source, int* basis,
+                                                  const char** quantityUnit, int* productFrom) {
+  return guarded([&] {
+    const tarnblend_recipe& r = recipeOf(recipe);
+    if (source) *source = r.source.c_str();
+    if (basis) *basis = r.basis;
+    if (quantityUnit) *quantityUnit = r.quantityUnit.c_str();
+    if (productFrom) *productFrom = r.productFrom;
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component,
+                                                      double* quantity) {
+  return guarded([&] {
+    const tarnblend_recipe& r = recipeOf(recipe);
+    requirePointer(quantity, "quantity");
+    if (component < 0 || component >= static_cast<int>(r.quantities.size())) {
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "component " + std::to_string(component) + " is not in the recipe (it has " +
+                                                std::to_string(r.quantities.size()) + ")");
+    }
+    *quantity = r.quantities[static_cast<std::size_t>(component)];
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_note_count(const tarnblend_recipe* recipe, int* count) {
+  return guarded([&] {
+    requirePointer(count, "count");
+    *count = static_cast<int>(recipeOf(recipe).notes.size());
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_recipe_note(const tarnblend_recipe* recipe, int k, const char** note) {
+  return guarded([&] {
+    const tarnblend_recipe& r = recipeOf(recipe);
+    requirePointer(note, "note");
+    if (k < 0 || k >= static_cast<int>(r.notes.size())) {
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "note " + std::to_string(k) + " is not in the list (it has " +
+                                                std::to_string(r.notes.size()) + ")");
+    }
+    *note = r.notes[static_cast<std::size_t>(k)].c_str();
+  });
+}
+
+}  // extern "C"

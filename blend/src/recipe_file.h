@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "labfile.h"
+#include "model.h"
 #include "tarn/blend.h"
+#include "text/labfile.h"
 
 struct tarnblend_recipe {
   std::string source;
@@ -17,12 +18,12 @@ struct tarnblend_recipe {
   std::vector<double> quantities;  // volume or mass of each component as written
   int productFrom = TARNBLEND_PRODUCT_DEFAULT;
   std::vector<std::string> notes;
-  tarnblend_model* model = nullptr;
+  tarnblend_model* model = nullptr;  // owned
 
   tarnblend_recipe() = default;
   tarnblend_recipe(const tarnblend_recipe&) = delete;
   tarnblend_recipe& operator=(const tarnblend_recipe&) = delete;
-  ~tarnblend_recipe() { tarnblend_model_free(model); }
+  ~tarnblend_recipe() { delete model; }
 };
 
 namespace tarnblend {

@@ -1,5 +1,6 @@
 #include "labfile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -437,9 +438,12 @@ class Events : public nlohmann::json_sax<nlohmann::json> {
     std::string what = e.what();
     const auto colon = what.find(": ", what.find("column"));
     what = colon == std::string::npos ? "malformed JSON" : what.substr(colon + 2);
-    const auto last = what.find("; last read:");
-    if (last != std::string::npos) what.erase(last);
-    text_.fail(position > 0 ? position - 1 : 0, "malformed JSON: " + what);
+    const auto lastRead = what.find("; last read:");
+    if (lastRead != std::string::npos) what.erase(lastRead);
+    // The offending token starts after the last good one (separators
+    // skipped), and no later than the last character the parser read.
+    const std::size_t last = position > 0 ? position - 1 : 0;
+    text_.fail(std::min(start(), last), "malformed JSON: " + what);
   }
 
  private:
