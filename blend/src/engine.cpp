@@ -377,8 +377,8 @@ void Engine::blendCurve() {
     std::string reason = "the blended D86 curve falls (" + where + ")";
     if (method != 0) {
       reason += ": " + std::string(kMethodNames[method]) + " gives a falling curve for narrow-boiling components such as " +
-                nameList(narrow) + ": use HC94 (D86METHOD 0), or a DPURE above their boiling range so they " +
-                "keep their curves";
+                nameList(narrow) + ": use HC94, or a pure-component threshold DPure (degrees F) above their " +
+                "boiling range so they keep their curves";
     }
     return failAll(reason);
   }
