@@ -79,6 +79,12 @@ constexpr const char* kCurveKeys[] = {"IBP", "T10", "T30", "T50", "T70", "T90", 
 // A point above it is a typing error or a file in degrees F read as C.
 constexpr double kD86CeilingCelsius = 400.0;
 
+// The highest end point of a finished gasoline, ASTM D4814 (all volatility
+// classes; reference grades.md, GFAQ-VP). A gasoline component read above it
+// in a unit the file does not write (--units) is most likely in the other
+// unit, so the reader asks for the unit instead of guessing.
+constexpr double kGasolineEndPointCelsius = 225.0;
+
 // A header split into name and unit: "T50[°C]", "RVP (kPa)", "SPG".
 struct Header {
   std::string name, unit;
@@ -224,6 +230,9 @@ class RecipeBuilder {
       if (c.role != Role::Property) continue;
       const double value = number(cell, c.key + who);
       if (!isMissing(value) && c.curvePoint >= 0) checkCurvePoint(c, value, cell.offset, who, curve);
+      if (c.input == Input::EHO && value > 0.0 && !isMissing(value) && ethanolOxygen_.second == 0) {
+        ethanolOxygen_ = {componentName, cell.offset + 1};
+      }
       try {
         m.setValue(index, c.input, value, c.unit);
       } catch (const Error& e) {
@@ -232,8 +241,9 @@ class RecipeBuilder {
     }
     if (quantity == nullptr) text_.fail(rowOffset_, "component " + shown(componentName) + " has no volume or mass");
     const std::string label = columns_[static_cast<std::size_t>(quantity->column)].name + who;
-    const double amount = number(*quantity, label);
-    if (isMissing(amount)) text_.fail(quantity->offset, label + " is missing");
+    bool absent = false;
+    const double amount = number(*quantity, label, &absent);
+    if (absent) text_.fail(quantity->offset, label + " is missing");
     if (amount < 0.0) text_.fail(quantity->offset, label + " is negative");
     if (recipe_.basis == TARNBLEND_BASIS_MASS && amount > 0.0) {
       if (isMissing(m.value(index, Input::DEN))) {
@@ -247,11 +257,24 @@ class RecipeBuilder {
   }
 
   void finish() {
-    const Model& m = model();
+    Model& m = model();
     if (recipe_.quantities.empty()) text_.fail(text_.body().size(), "the recipe has no components");
     bool any = false;
     for (int i = 0; i < m.componentCount(); ++i) any = any || m.component(i).volume > 0.0;
     if (!any) text_.fail(text_.body().size(), "the components' quantities add up to nothing");
+    // Oxygen from ethanol needs the ethanol volume too (the emission models
+    // and the drivability index take both).
+    if (ethanolOxygen_.second != 0 && !m.given(Input::ETOH)) {
+      text_.fail(ethanolOxygen_.second - 1, shown(ethanolOxygen_.first) +
+                                                " carries oxygen from ethanol (EHO) but the recipe has no ETOH column "
+                                                "(ethanol, vol%)");
+    }
+    // Temperatures the recipe has no column for (T95, TVL20, DI ...) follow
+    // its D86 points, or its other temperatures, or the unit asked for.
+    const Unit* curveUnit = temperatureUnit_;
+    if (curveColumn_ >= 0) curveUnit = columns_[static_cast<std::size_t>(curveColumn_)].unit;
+    else if (temperatureColumn_ >= 0) curveUnit = columns_[static_cast<std::size_t>(temperatureColumn_)].unit;
+    if (curveUnit != nullptr && !m.given(Input::T50)) m.setRecipeUnit(Input::T50, *curveUnit);
   }
 
  private:
@@ -263,6 +286,7 @@ class RecipeBuilder {
     Input input = Input::RVP;
     const Unit* unit = nullptr;
     int curvePoint = -1;       // 0..6 for the D86 points
+    bool unitAssumed = false;  // the unit of unlabelled temperatures, not the file's
     std::size_t offset = 0;
   };
 
@@ -281,6 +305,7 @@ class RecipeBuilder {
       recipe_.productFrom = TARNBLEND_PRODUCT_FILE;
     }
     recipe_.model = new tarnblend_model(product);
+    product_ = product;
     return recipe_.model->model;
   }
 
@@ -352,6 +377,7 @@ class RecipeBuilder {
                                " (write DEN[unit] for a density in another unit)");
     }
     c.unit = findUnit(written);
+    c.unitAssumed = fromOption;
     if (c.unit == nullptr) {
       text_.fail(c.offset, "unknown unit " + shown(written) + " of column " + c.key + " (" + accepted + ")");
     }
@@ -364,6 +390,15 @@ class RecipeBuilder {
       text_.fail(c.offset, "column " + c.key + " is in " + c.unit->name +
                                " but the unit of unlabelled temperatures is " + temperatureUnit_->name + " (--units)");
     }
+    if (info.dimension == Dimension::Temperature && temperatureColumn_ < 0) {
+      temperatureColumn_ = static_cast<int>(columns_.size());
+    }
+    const bool oxygenate = std::find(std::begin(kOxygenates), std::end(kOxygenates), c.input) != std::end(kOxygenates);
+    if ((c.input == Input::OXY && oxygenates_) || (oxygenate && totalOxygen_)) {
+      text_.fail(c.offset, "the recipe gives OXY and oxygen by oxygenate (EHO, MTO, ETO, TMO): give one of them");
+    }
+    oxygenates_ = oxygenates_ || oxygenate;
+    totalOxygen_ = totalOxygen_ || c.input == Input::OXY;
     if (c.curvePoint >= 0) {
       if (curveColumn_ >= 0 && columns_[static_cast<std::size_t>(curveColumn_)].unit != c.unit) {
         const Column& other = columns_[static_cast<std::size_t>(curveColumn_)];
@@ -374,13 +409,17 @@ class RecipeBuilder {
     }
   }
 
-  double number(const Cell& cell, const std::string& label) const {
+  // The number in a cell, kMissing for an empty or NA cell (and *absent set).
+  double number(const Cell& cell, const std::string& label, bool* absent = nullptr) const {
+    if (absent) *absent = cell.kind == Cell::Kind::Null;
     if (cell.kind == Cell::Kind::Null) return kMissing;
     if (cell.kind == Cell::Kind::Number) return cell.number;
     double value = 0.0;
     switch (lab::readNumber(cell.text, decimalComma, value)) {
       case NumberText::Value: return value;
-      case NumberText::Missing: return kMissing;
+      case NumberText::Missing:
+        if (absent) *absent = true;
+        return kMissing;
       case NumberText::TooLarge: text_.fail(cell.offset, label + " is too large: " + shown(lab::trim(cell.text)));
       case NumberText::NotANumber: break;
     }
@@ -391,6 +430,11 @@ class RecipeBuilder {
   void checkCurvePoint(const Column& c, double value, std::size_t offset, const std::string& who, double* curve) const {
     if (value != value) return;  // NaN: missing
     const double celsius = fromBase(*unitNamed("C"), toBase(*c.unit, value));
+    if (c.unitAssumed && product_ == TARNBLEND_GASOLINE && celsius > kGasolineEndPointCelsius) {
+      text_.fail(offset, c.key + who + " would be " + shortNumber(value) + " " + c.unit->name +
+                             ", above the 225 C end point of a gasoline: the file does not say its temperature unit, "
+                             "so write it in the header (" + c.key + "[F] or " + c.key + "[C])");
+    }
     if (celsius > kD86CeilingCelsius) {
       const std::string hint =
           c.unit == unitNamed("C") ? " (are these degrees F? write the unit in the header: " + c.key + "[F])" : "";
@@ -420,7 +464,9 @@ class RecipeBuilder {
   std::unordered_map<int, std::string> defaultUnits_;
   std::vector<Column> columns_;
   std::unordered_map<std::string, int> columnByHeader_, columnByKey_;
-  int nameColumn_ = -1, quantityColumn_ = -1, curveColumn_ = -1;
+  int nameColumn_ = -1, quantityColumn_ = -1, curveColumn_ = -1, temperatureColumn_ = -1;
+  bool oxygenates_ = false, totalOxygen_ = false;
+  std::pair<std::string, std::size_t> ethanolOxygen_{"", 0};  // first component with EHO > 0, its cell offset + 1
   std::vector<Cell> row_;
   std::vector<unsigned> seenInRow_;
   unsigned rowStamp_ = 0;

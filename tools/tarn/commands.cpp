@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -253,13 +254,14 @@ std::string figureText(const Figure& f) {
 void writeReportTable(const Report& r, std::ostream& out) {
   out << "TARN blend report: " << r.source << " (" << r.product << ")\n";
   out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
-      << significant(r.totalQuantity) << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
+      << (std::isfinite(r.totalQuantity) ? significant(r.totalQuantity) : "over 1.8e308")
+      << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
       << "; temperatures in deg " << r.temperatureUnit << ", vapour pressure in " << r.pressureUnit << "\n\n";
   const std::string quantity = std::string(r.basis == "mass" ? "Mass" : "Volume") +
                                (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
   Table components({"Component", ">" + quantity, ">Volume %"});
   for (const Share& s : r.components) {
-    components.add({s.name, significant(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
+    components.add({s.name, quantityText(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
   }
   out << components.render();
   for (const Section& section : r.sections) {
@@ -308,7 +310,7 @@ void writeReportJson(const Report& r, std::ostream& out) {
             {"product", r.product},
             {"basis", r.basis},
             {"quantity_unit", r.quantityUnit},
-            {"total_quantity", r.totalQuantity},
+            {"total_quantity", std::isfinite(r.totalQuantity) ? Json(r.totalQuantity) : Json(nullptr)},
             {"temperature_unit", r.temperatureUnit},
             {"pressure_unit", r.pressureUnit},
             {"components", components},
@@ -326,7 +328,9 @@ void writeReportJson(const Report& r, std::ostream& out) {
     j["grade"] = {{"name", r.check.grade}, {"class", r.check.gradeClass}, {"failures", r.check.failures},
                   {"unchecked", r.check.unchecked}, {"limits", limits}};
   }
-  out << j.dump(2) << "\n";
+  // Names and sources come from files: the readers accept only UTF-8, and a
+  // byte that slipped through would still be written as U+FFFD, not thrown.
+  out << j.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
 void writeReportCsv(const Report& r, std::ostream& out) {
@@ -352,21 +356,11 @@ int blendCommand(const BlendCommandOptions& options, Format format, std::ostream
   blendOptions.libraryPureThreshold = options.libraryPureThreshold;
   blendOptions.grade = options.grade;
   blendOptions.gradeClass = options.gradeClass;
-  int product = TARNBLEND_GASOLINE;
-  if (tarnblend_product_parse(options.product.c_str(), &product) != TARNBLEND_OK) {
+  int product = 0;  // the recipe's own unless --product says
+  if (!options.product.empty() && tarnblend_product_parse(options.product.c_str(), &product) != TARNBLEND_OK) {
     throw InputError(tarnblend_last_error());
   }
-  Recipe recipe;
-  if (options.recipe.empty()) {
-    std::istringstream sample(sampleRecipe());
-    recipe = readRecipe(sample, "built-in sample", options.units, product);
-  } else if (options.recipe == "-") {
-    recipe = readRecipe(std::cin, "standard input", options.units, product);
-  } else {
-    std::ifstream file(options.recipe);
-    if (!file) throw InputError("cannot open recipe '" + options.recipe + "'");
-    recipe = readRecipe(file, options.recipe, options.units, product);
-  }
+  Recipe recipe = readRecipe(options.recipe, product, options.units ? std::string(1, *options.units) : "");
   const Report report = blendReport(recipe, blendOptions);
   if (!options.plot.empty()) {
     std::ofstream svg(options.plot);

@@ -8,6 +8,7 @@
 #include "errors.h"
 #include "numbers.h"
 #include "recipe.h"
+#include "tarn/blend.h"
 #include "tarn/tarn.h"
 
 namespace {
@@ -40,6 +41,9 @@ int main(int argc, char** argv) {
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
       "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for.\n"
       "Errors are one line on standard error.");
+  // libtarn and the tool are built together, so they share the project's version.
+  app.set_version_flag("--version", std::string("tarn ") + TARN_VERSION_TEXT + " (libtarn " + TARN_VERSION_TEXT +
+                                        ", libtarnblend " + tarnblend_version() + ")");
   app.require_subcommand(1);
   app.fallthrough();
   std::vector<std::string> settings, coefficients;
@@ -62,7 +66,9 @@ int main(int argc, char** argv) {
                               "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
       ->capture_default_str();
   blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")->type_name("FILE.svg");
-  blendCommandApp->add_option("--product", blend.product, "Product kind: gasoline, diesel or jet")->capture_default_str();
+  blendCommandApp->add_option("--product", blend.product,
+                              "Product kind: gasoline, diesel or jet (default: the recipe's own, '# product: diesel', "
+                              "else gasoline)");
   blendCommandApp->add_option("--grade", blend.grade, "Check the blend against a grade (see 'tarn grades') or a grade file")
       ->type_name("NAME|FILE");
   blendCommandApp->add_option("--class", blend.gradeClass, "Class of the grade (volatility, climate ...)");
@@ -110,6 +116,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     std::string message = e.what();

@@ -45,4 +45,10 @@ std::string significant(double value) {
   return buffer;
 }
 
+std::string quantityText(double value) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.8g", value);
+  return buffer;
+}
+
 }  // namespace tarncli

@@ -37,4 +37,8 @@ std::string rounded(double value, int decimals);
 // About eight significant digits, for tables of arbitrary quantities.
 std::string significant(double value);
 
+// A recipe quantity (volume or mass) with about eight significant digits:
+// never missing, however large.
+std::string quantityText(double value);
+
 }  // namespace tarncli

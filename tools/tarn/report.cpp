@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "errors.h"
 #include "numbers.h"
 #include "tarn/blend.h"
@@ -78,7 +80,7 @@ const std::vector<std::string>& d86MethodNames() {
 }
 
 Report blendReport(Recipe& recipe, const BlendOptions& options) {
-  tarnblend_model* model = recipe.model.get();
+  tarnblend_model* model = recipe.model;
   check(tarnblend_model_set_option(model, "D86METHOD", options.d86Method));
   if (options.libraryPureThreshold) check(tarnblend_model_set_option(model, "DPURE", -1.0));
   Report report;
@@ -96,13 +98,17 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
 
   int components = 0;
   tarnblend_model_component_count(model, &components);
-  double totalVolume = 0.0;
+  // Shares are taken relative to the largest volume first, so that volumes
+  // near the largest double (1e308) still give their fractions.
+  double largest = 0.0, totalVolume = 0.0;
   std::vector<double> volumes(static_cast<std::size_t>(components));
   for (int i = 0; i < components; ++i) {
     tarnblend_model_volume(model, i, &volumes[static_cast<std::size_t>(i)]);
-    totalVolume += volumes[static_cast<std::size_t>(i)];
+    largest = std::max(largest, volumes[static_cast<std::size_t>(i)]);
     report.totalQuantity += recipe.quantities[static_cast<std::size_t>(i)];
   }
+  for (double& v : volumes) v /= largest;
+  for (double v : volumes) totalVolume += v;
   for (int i = 0; i < components; ++i) {
     const char* name = "";
     tarnblend_model_component_name(model, i, &name);
@@ -138,6 +144,7 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
     if (report.sections.empty() || report.sections.back().title != section) report.sections.push_back({section, {}});
     report.sections.back().figures.push_back(f);
   }
+  report.notes = recipe.notes;
   int notes = 0;
   tarnblend_model_note_count(model, &notes);
   for (int k = 0; k < notes; ++k) {
