@@ -10,7 +10,7 @@
 
 namespace tarncli {
 
-bool isMissing(double value) { return value >= kMissing; }
+bool isMissing(double value) { return !(value < kUndefinedMagnitude); }
 
 std::optional<double> parseNumber(const std::string& text) { return csv::parseNumber(text); }
 

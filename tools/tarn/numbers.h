@@ -18,7 +18,8 @@ inline constexpr double kMissing = 1e30;
 // caller gets (1e30 - 32) / 1.8, TVL of a missing T10 2e29): never a figure.
 inline constexpr double kUndefinedMagnitude = 1e29;
 
-// True for the library's missing value (any value of 1e30 or more counts).
+// True for the library's missing value and anything of its magnitude (1e29
+// or more), and for NaN: none of them is a figure.
 bool isMissing(double value);
 
 // A whole, finite decimal number (leading and trailing blanks allowed), or
