@@ -11,6 +11,7 @@
 namespace tarnblend {
 namespace {
 
+constexpr double kCurveTolerance = 1e-12;  // bisection tolerance of the curve blend
 constexpr const char* kMethodNames[] = {"HC94", "THREEA11", "SIXORDER", "ETHYLS", "none", "ETHYLS-EXACT"};
 
 // Sets a libtarn parameter for the length of a scope and puts the caller's
@@ -339,6 +340,12 @@ void Engine::blendCurve() {
   const int method = m_.d86Method();
   const bool ownPure = m_.dpure() >= 0.0;
   ScopedParameter dpure("GENERICD86", "DPure", m_.dpure(), ownPure);
+  // The fraction derivatives are differences over a step of a thousandth of
+  // the fraction: the curve search must be much finer than that step for a
+  // small component's derivatives to hold, so it runs to a tighter tolerance
+  // than libtarn's default (BTol 1e-7).
+  const double tolerance = gfx_getCorParms("GENERICD86", "BTol");
+  ScopedParameter fine("GENERICD86", "BTol", kCurveTolerance, !(tolerance <= kCurveTolerance));
   const double pureSpan = ownPure ? m_.dpure() : dpure.saved();
   for (int i : members) {
     const double* curve = &curves[static_cast<std::size_t>(i) * 7];
