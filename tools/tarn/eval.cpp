@@ -33,17 +33,26 @@ struct Evaluation {
   std::string reason;            // why the outputs were not computed ("" when they were)
 };
 
-// Inputs a correlation may be given missing: the slack values of the end of
-// its list, and the 30 % and 70 % points of a full D86 curve, which the
-// curve routines estimate from the others.
+// Inputs a correlation reads missing by itself, as the Python package has
+// them: the emission models take a missing property as 0, a missing ethanol
+// volume is a blend without ethanol, a missing 30 % or 70 % point of a full
+// curve is estimated; the slack values at the end of a list, and the inputs
+// past the count a count coefficient sets, are not read at all.
 bool mayBeMissing(const Correlation& c, std::size_t input) {
-  if (input + static_cast<std::size_t>(c.slackCount) >= c.inputs.size()) return true;
-  const std::string& name = c.inputs[input];
-  if (name != "T30" && name != "T70") return false;
-  for (const char* point : {"IBP", "T10", "T50", "T90", "FBP"}) {
-    if (std::find(c.inputs.begin(), c.inputs.end(), point) == c.inputs.end()) return false;
+  static const std::vector<std::pair<std::string, std::string>> kReadMissing = {
+      {"CARB", "*"},         {"CARB3", "*"},        {"CARB3M", "*"},        {"EPA", "*"},
+      {"CARBOB", "VOLETOH"}, {"CT10BLEND", "VOLETOH"}, {"CT50BLEND", "VOLETOH"}, {"CT90BLEND", "VOLETOH"},
+      {"CD86ONE90BLEND", "VOLETOH"}, {"CRVP", "VOLETOH"}, {"CD86FROMPERCENTOFF", "VOLETOH"},
+      {"D86TOPERCENTOFF", "T30"}, {"D86TOPERCENTOFF", "T70"}};
+  for (const auto& [id, name] : kReadMissing) {
+    if (id == c.id && (name == "*" || name == c.inputs[input])) return true;
   }
-  return true;
+  std::size_t read = c.inputs.size() - static_cast<std::size_t>(c.slackCount);
+  const char* count = c.id == "ND86TOPERCENTOFF" ? "NTEMP" : c.id == "ND86FROMPERCENTOFF" ? "NPOFF" : nullptr;
+  for (const Coefficient& co : c.coefficients) {
+    if (count != nullptr && co.name == count) read = std::min(read, static_cast<std::size_t>(std::max(0.0, co.value)));
+  }
+  return input >= read;
 }
 
 // A result is a figure only when the library computed it from the inputs it
