@@ -273,16 +273,23 @@ void writeReportTable(const Report& r, std::ostream& out) {
     out << table.render(2);
   }
   if (r.checked) {
+    const std::size_t total = r.check.limits.size();
     out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
-        << (r.check.failures ? std::to_string(r.check.failures) + " limit(s) failed" : "no limit failed")
-        << (r.check.unchecked ? ", " + std::to_string(r.check.unchecked) + " not checked" : "") << "\n";
+        << (r.check.failures ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) +
+                                   " limits failed"
+                             : "on spec, no limit failed")
+        << (r.check.unchecked ? " (" + std::to_string(r.check.unchecked) + " not checked)" : "")
+        << "; margin = distance inside the limit (giveaway), negative when outside\n";
     Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
     for (const LimitCheck& c : r.check.limits) {
+      // Each number with the decimals its property is reported with.
+      const Figure* f = r.find(c.key);
+      const int decimals = f != nullptr ? f->decimals : 2;
       const bool checked = !isMissing(c.margin);
-      table.add({c.key, isMissing(c.minimum) ? "" : significant(c.minimum),
-                 isMissing(c.maximum) ? "" : significant(c.maximum), checked ? significant(c.value) : "",
-                 checked ? significant(c.margin) : "", c.unit, checked ? c.verdict : c.verdict + ": " + c.reason,
-                 c.source});
+      table.add({c.key, isMissing(c.minimum) ? "" : rounded(c.minimum, decimals),
+                 isMissing(c.maximum) ? "" : rounded(c.maximum, decimals), checked ? rounded(c.value, decimals) : "",
+                 checked ? rounded(c.margin, decimals) : "", c.unit,
+                 checked ? c.verdict : c.verdict + ": " + c.reason, c.source});
     }
     out << table.render(2);
   }

@@ -114,12 +114,20 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
     tarnblend_model_component_name(model, i, &name);
     report.components.push_back({name, recipe.quantities[static_cast<std::size_t>(i)],
                                  volumes[static_cast<std::size_t>(i)] / totalVolume});
-    Curve curve{name, {}, false};
-    int estimated = 0;
+    // Every component that takes part is drawn: through the points the curve
+    // model estimates (T30, T70) when the recipe leaves them out.
+    Curve curve;
+    curve.name = name;
+    curve.volumePercent = 100.0 * report.components.back().volumeFraction;
+    int estimated = 0, points = 0;
     tarnblend_model_component_curve(model, i, curve.points.data(), &estimated);
-    bool full = estimated == 0 && volumes[static_cast<std::size_t>(i)] > 0.0;
-    for (double t : curve.points) full = full && !isMissing(t);
-    if (full) report.curves.push_back(curve);
+    for (std::size_t k : {2u, 4u}) {
+      double given = kMissing;
+      tarnblend_model_get_property(model, i, k == 2 ? "T30" : "T70", &given);
+      curve.estimated[k] = estimated != 0 && isMissing(given) && !isMissing(curve.points[k]);
+    }
+    for (double t : curve.points) points += !isMissing(t);
+    if (volumes[static_cast<std::size_t>(i)] > 0.0 && points >= 2) report.curves.push_back(curve);
   }
   report.percentGrid = {gfx_getCorParms("GENERICD86", "MnVolIBP"), 10, 30, 50, 70, 90,
                         gfx_getCorParms("GENERICD86", "MxVolFBP")};
@@ -153,7 +161,10 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
     report.notes.push_back(note);
   }
   if (const Figure* ibp = report.find("IBP"); ibp != nullptr && !isMissing(ibp->value)) {
-    Curve blend{"Blend", {}, true};
+    Curve blend;
+    blend.name = "Blend";
+    blend.isBlend = true;
+    blend.volumePercent = 100.0;
     const char* points[7] = {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"};
     for (std::size_t k = 0; k < 7; ++k) blend.points[k] = report.find(points[k])->value;
     report.curves.push_back(blend);
