@@ -256,7 +256,8 @@ void writeReportTable(const Report& r, std::ostream& out) {
   out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
       << (std::isfinite(r.totalQuantity) ? significant(r.totalQuantity) : "over 1.8e308")
       << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
-      << "; temperatures in deg " << r.temperatureUnit << ", vapour pressure in " << r.pressureUnit << "\n\n";
+      << "; temperatures in deg " << r.temperatureUnit
+      << (r.find("RVP") != nullptr ? ", vapour pressure in " + r.pressureUnit : std::string()) << "\n\n";
   const std::string quantity = std::string(r.basis == "mass" ? "Mass" : "Volume") +
                                (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
   Table components({"Component", ">" + quantity, ">Volume %"});

@@ -58,7 +58,8 @@ int main(int argc, char** argv) {
   BlendCommandOptions blend;
   FormatFlags blendFormat;
   std::string units;
-  auto* blendCommandApp = app.add_subcommand("blend", "Blend report of a recipe (the built-in sample without one)");
+  auto* blendCommandApp =
+      app.add_subcommand("blend", "Blend report of a recipe (without one, the built-in sample of the --product)");
   blendCommandApp->add_option("recipe", blend.recipe, "Recipe CSV: NAME, VOLUME[unit] or MASS[unit], properties with units ('-': standard input)");
   blendCommandApp->add_option("--units", units, "Unit of temperature columns whose header has none")
       ->check(CLI::IsMember({"F", "C"}, CLI::ignore_case));
@@ -78,7 +79,9 @@ int main(int argc, char** argv) {
   auto* grades = app.add_subcommand("grades", "Built-in product grades, their classes and limits with sources");
   addFormatFlags(grades, gradesFormat);
 
-  auto* sample = app.add_subcommand("sample", "Print the built-in sample recipe (a starting point for your own)");
+  auto* sample = app.add_subcommand("sample", "Print a built-in sample recipe (a starting point for your own)");
+  std::string sampleProduct = "gasoline";
+  sample->add_option("--product", sampleProduct, "Product kind: gasoline, diesel or jet")->capture_default_str();
 
   // list, describe, params, codes
   FormatFlags listFormat, describeFormat, paramsFormat, codesFormat;
@@ -147,7 +150,13 @@ int main(int argc, char** argv) {
     }
     if (blendCommandApp->parsed()) code = blendCommand(blend, blendFormat.format(), std::cout);
     if (grades->parsed()) gradesCommand(gradesFormat.format(), std::cout);
-    if (sample->parsed()) std::cout << sampleRecipe();
+    if (sample->parsed()) {
+      int product = 0;
+      if (tarnblend_product_parse(sampleProduct.c_str(), &product) != TARNBLEND_OK) {
+        throw InputError(tarnblend_last_error());
+      }
+      std::cout << sampleRecipe(product);
+    }
     if (list->parsed()) listCommand(listFormat.format(), std::cout);
     if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
     if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), paramsFormat.format(), std::cout);

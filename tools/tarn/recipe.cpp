@@ -12,7 +12,7 @@ Recipe readRecipe(const std::string& path, int product, const std::string& tempe
   const char* unit = temperatureUnit.empty() ? nullptr : temperatureUnit.c_str();
   int status = TARNBLEND_OK;
   if (path.empty() || path == "-") {
-    const std::string text = path.empty() ? std::string(sampleRecipe())
+    const std::string text = path.empty() ? std::string(sampleRecipe(product))
                                           : std::string(std::istreambuf_iterator<char>(std::cin), {});
     status = tarnblend_recipe_parse(text.data(), text.size(), path.empty() ? "built-in sample" : "standard input",
                                     product, unit, &read);
@@ -45,7 +45,26 @@ Recipe readRecipe(const std::string& path, int product, const std::string& tempe
   return recipe;
 }
 
-const char* sampleRecipe() {
+const char* sampleRecipe(int product) {
+  if (product == TARNBLEND_DIESEL) {
+    return R"(# A winter diesel (EN 590 temperate grade) of four hydrotreated refinery streams, volumes in cubic metres.
+# product: diesel
+NAME,VOLUME[m3],DEN[kg/m3],IBP[C],T10[C],T30[C],T50[C],T70[C],T90[C],FBP[C],CN,FLASH[C],CLOUD[C],POUR[C],CFPP[C],VISC40[cSt],SUL[mg/kg]
+Kerosene,1500,800,150,170,185,200,215,240,260,45,45,-50,-55,-45,1.2,5
+Light gas oil,5000,835,190,225,255,275,295,325,350,54,75,-8,-12,-10,2.8,8
+Heavy gas oil,2500,860,240,280,305,320,335,355,370,57,110,5,0,2,4.8,9
+Light cycle oil,800,905,200,230,250,265,285,320,345,30,80,-15,-20,-18,2.6,12
+)";
+  }
+  if (product == TARNBLEND_JET) {
+    return R"(# A jet fuel (kerosene) of three refinery streams, volumes in cubic metres.
+# product: jet
+NAME,VOLUME[m3],DEN[kg/m3],IBP[C],T10[C],T30[C],T50[C],T70[C],T90[C],FBP[C],FLASH[C],FREEZE[C],VISC40[cSt],SUL[mg/kg],ARO[vol%]
+Straight-run kerosene,4000,795,150,168,182,195,210,232,258,42,-50,1.1,900,19
+Hydrotreated kerosene,3500,805,155,175,190,204,220,245,270,48,-47,1.3,20,17
+Hydrocracked kerosene,2500,790,148,165,178,192,208,232,262,40,-55,1.1,5,8
+)";
+  }
   return R"(# A summer regular gasoline (E10) of six refinery components, volumes in barrels.
 # Ethanol carries its blending RVP at about 10 vol% and its own octane numbers.
 NAME,VOLUME[bbl],RVP[psi],IBP[F],T10[F],T30[F],T50[F],T70[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],SUL[ppm],EHO[wt%],ETOH[vol%],SPG

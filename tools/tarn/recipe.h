@@ -27,14 +27,16 @@ struct Recipe {
   std::vector<std::string> notes;     // the reader's remarks
 };
 
-// Reads the recipe at path ("-" standard input, "" the built-in sample) into
+// Reads the recipe at path ("-" standard input, "" the built-in sample of the
+// product kind) into
 // a model. product: 0 for the recipe's own kind, else TARNBLEND_GASOLINE ...
 // temperatureUnit: unit of temperature columns written without one ("" to
 // refuse them). Throws InputError with the reader's one-line message
 // (file:line:column: ...).
 Recipe readRecipe(const std::string& path, int product, const std::string& temperatureUnit);
 
-// The built-in sample: a summer gasoline of six components, as CSV.
-const char* sampleRecipe();
+// The built-in sample of a product kind, as CSV: a summer E10 gasoline of six
+// components (gasoline or 0), a winter diesel of four streams, a jet fuel of three.
+const char* sampleRecipe(int product);
 
 }  // namespace tarncli
