@@ -182,10 +182,8 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   EXPECT_TRUE(rvp > 7.0 && rvp < 10.0) << rvp;
   EXPECT_NEAR(etoh, 10.0, 0.5);
 
-  // The text report states its basis and units; the plot draws six
-  // components and the blend, each named in the legend.
-  TempFile plot("", ".svg");
-  const Outcome text = run({"blend", "--plot", plot.path()});
+  // The text report states its basis and units.
+  const Outcome text = run({"blend"});
   ASSERT_EQ(text.code, 0) << text.err;
   EXPECT_NE(text.out.find("Basis: volume"), std::string::npos);
   const auto row = [&](const std::string& id) {
@@ -196,14 +194,81 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
                                  {"EPA.NOX", " % change "}}) {
     EXPECT_NE(row(id).find(unit), std::string::npos) << id << "\n" << text.out;
   }
+}
+
+std::size_t count(const std::string& text, const std::string& part) {
+  std::size_t n = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+// A grade check: the margin is the limit minus the value, off-spec exits 3
+// and the same blend without its butane passes; the plot draws the grade's
+// limits and windows, every component with its share, and the components
+// without T30/T70 through their estimated points.
+TEST_F(CliTest, GradeCheckExitStatusAndPlot) {
+  const Json failing = Json::parse(run({"blend", "--json", "--grade", "astm-d4814", "--class", "A"}).out);
+  EXPECT_EQ(run({"blend", "--grade", "ASTM-D4814", "--class", "A"}).code, 3);
+  const Json& rvp = failing["grade"]["limits"][0];
+  ASSERT_EQ(rvp["property"], "RVP");
+  EXPECT_EQ(rvp["verdict"], "FAIL");
+  const double limit = 62.0 / 6.894757;  // class A: 62 kPa (grades.md, GFAQ-VP), in the recipe's psi
+  EXPECT_NEAR(rvp["max"].get<double>(), limit, 1e-9);
+  EXPECT_NEAR(rvp["margin"].get<double>(), limit - figure(failing, "RVP"), 1e-9);
+
+  std::string lighter = run({"sample"}).out;
+  lighter.replace(lighter.find("Butane,300,"), 11, "Butane,0,");
+  TempFile recipe(lighter);
+  const Outcome passing = run({"blend", recipe.path(), "--json", "--grade", "ASTM-D4814", "--class", "A"});
+  EXPECT_EQ(passing.code, 0) << passing.err;
+  EXPECT_EQ(Json::parse(passing.out)["grade"]["limits"][0]["verdict"], "PASS");
+
+  // Without T30 and T70 every component is drawn through its two estimated
+  // points (hollow markers, dashed segments); the EN 228 windows at 70, 100
+  // and 150 C, the end point at 210 C = 410 F.
+  std::string noMiddle;
+  std::stringstream lines(run({"sample"}).out);
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<std::string> cells = split(line);
+    if (line[0] != '#') cells.erase(cells.begin() + 7), cells.erase(cells.begin() + 5);  // T70, T30
+    for (std::size_t i = 0; i < cells.size(); ++i) noMiddle += (i ? "," : "") + cells[i];
+    noMiddle += "\n";
+  }
+  TempFile estimated(noMiddle), plot("", ".svg");
+  ASSERT_EQ(run({"blend", estimated.path(), "--grade", "EN228", "--class", "A", "--plot", plot.path()}).code, 3);
   const std::string svg = slurp(plot.path());
-  EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
-  std::size_t lines = 0;
-  for (auto at = svg.find("<polyline"); at != std::string::npos; at = svg.find("<polyline", at + 1)) ++lines;
-  EXPECT_EQ(lines, 7u);
-  for (const char* label : {">Blend<", ">Reformate<", "Volume percent evaporated", "Temperature (", "</svg>"}) {
+  EXPECT_EQ(count(svg, "<circle"), 7u * 7u);
+  EXPECT_EQ(count(svg, "r=\"3.0\" fill=\"white\""), 6u * 2u);
+  EXPECT_EQ(count(svg, "stroke-dasharray"), 6u * 4u + 6u);  // four segments and a legend line each
+  for (const char* label : {">Reformate 27.0 % (T30/T70 estimated)<", ">Blend<", ">E70 22\xE2\x80\x93" "50 %<",
+                            ">E150 \xE2\x89\xA5 75 %<", ">FBP \xE2\x89\xA4 410<", ">EN228 A limits<",
+                            "Temperature (\xC2\xB0" "F)", "</svg>"}) {
     EXPECT_NE(svg.find(label), std::string::npos) << label;
   }
+}
+
+// THREEA11 turns the sample's narrow-boiling ethanol curve into a falling
+// one: every figure of the curve and every figure that needs it is not
+// computed, with the remedy, and nothing garbage is printed.
+TEST_F(CliTest, FallingCurveIsNotComputedWithItsRemedy) {
+  const Outcome r = run({"blend", "--method", "THREEA11", "--json", "--set", "GENERICD86.DPure=0"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Json report = Json::parse(r.out);
+  for (const char* key : {"T50", "T90", "E200", "E300", "DI", "TVL20", "EPA.VOC", "CARB.CNX"}) {
+    EXPECT_TRUE(report["blend"][key]["value"].is_null()) << key;
+  }
+  const std::string reason = report["blend"]["T90"]["reason"];
+  EXPECT_NE(reason.find("THREEA11 gives a falling curve for narrow-boiling components such as"), std::string::npos)
+      << reason;
+  EXPECT_NE(reason.find("use HC94"), std::string::npos) << reason;
+  EXPECT_EQ(r.out.find("e+29"), std::string::npos);
+  EXPECT_EQ(report["blend"]["RVP"]["value"], figure(Json::parse(run({"blend", "--json"}).out), "RVP"));
+
+  // A diesel gets distillate figures and no gasoline one.
+  const Json diesel = Json::parse(run({"blend", "--product", "diesel", "--json"}).out);
+  EXPECT_EQ(diesel["product"], "diesel");
+  for (const char* key : {"CI4", "CI2", "T95", "CFPP", "VISC40", "FLASH"}) EXPECT_TRUE(diesel["blend"].contains(key)) << key;
+  for (const char* key : {"RVP", "E200", "DI", "EPA.VOC", "RON"}) EXPECT_FALSE(diesel["blend"].contains(key)) << key;
 }
 
 // The same blend written in degrees C and kPa, or by mass, reports the same
