@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <iterator>
+#include <optional>
 #include <nlohmann/json.hpp>
 
 #include "catalogue.h"
@@ -17,6 +19,7 @@
 #include "numbers.h"
 #include "status.h"
 #include "table.h"
+#include "text/labfile.h"
 #include "tarn/tarn.h"
 
 namespace tarncli {
@@ -135,7 +138,7 @@ std::string inputList(const Correlation& c) {
 double parseValue(const std::string& text, const std::string& what) {
   if (isMissingText(text)) return kMissing;
   const auto value = parseNumber(text);
-  if (!value) throw InputError(what + " is not a number: '" + csv::trim(text) + "'");
+  if (!value) throw InputError(what + " is not a number: '" + lab::printable(lab::trim(text)) + "'");
   return *value;
 }
 
@@ -249,19 +252,29 @@ class Progress {
 };
 
 void evaluateRows(const Correlation& c, const EvalOptions& options) {
-  std::ifstream file;
-  std::istream* in = &std::cin;
+  // Read as the blend library reads recipe files: UTF-8 checked, comma,
+  // semicolon (decimal commas) or tab, every fault at its line and column.
   const std::string source = options.csvInput == "-" ? "standard input" : options.csvInput;
-  if (options.csvInput != "-") {
-    file.open(options.csvInput);
-    if (!file) throw InputError("cannot open '" + options.csvInput + "'");
-    in = &file;
+  std::optional<lab::Text> text;
+  try {
+    text.emplace(options.csvInput == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {})
+                                         : lab::readFile(options.csvInput),
+                 source);
+  } catch (const lab::FileError& e) {
+    throw InputError(e.what());
   }
-  csv::Reader reader(*in, source);
-  const auto header = reader.next();
-  if (!header) throw InputError(source + ": the file is empty");
+  lab::CsvReader reader(*text);
+  lab::Record header;
+  auto next = [&](lab::Record& record) {
+    try {
+      return reader.next(record);
+    } catch (const lab::FileError& e) {
+      throw InputError(e.what());
+    }
+  };
+  if (!next(header)) throw InputError(text->where(text->body().size()) + ": the file is empty");
   std::vector<std::string> names;
-  for (const std::string& h : header->fields) names.push_back(csv::trim(h));
+  for (const std::string& h : header.fields) names.emplace_back(lab::trim(h));
 
   // Each input by its property id, in any column and any case.
   std::vector<std::size_t> columns;
@@ -274,26 +287,35 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
       if (a == b) found = i;
     }
     if (found == names.size()) {
-      throw InputError(source + ": no column " + input + " (" + c.id + " takes " + inputList(c) + ")");
+      throw InputError(text->where(header.offset) + ": no column " + input + " (" + c.id + " takes " +
+                       inputList(c) + ")");
     }
     columns.push_back(found);
   }
 
   // Read and check every row before computing any.
-  std::vector<csv::Record> records;
+  std::vector<std::vector<std::string>> records;
   std::vector<std::vector<double>> rows;
-  while (auto record = reader.next()) {
-    const std::string where = source + ":" + std::to_string(record->line) + ": ";
-    if (record->fields.size() != names.size()) {
-      throw InputError(where + "expected " + std::to_string(names.size()) + " cells, found " +
-                       std::to_string(record->fields.size()));
+  for (lab::Record record; next(record);) {
+    if (record.fields.size() != names.size()) {
+      throw InputError(text->where(record.offset) + ": expected " + std::to_string(names.size()) + " cells, found " +
+                       std::to_string(record.fields.size()));
     }
     std::vector<double> values;
     for (std::size_t j = 0; j < columns.size(); ++j) {
-      values.push_back(parseValue(record->fields[columns[j]], where + c.inputs[j]));
+      double value = kMissing;
+      const std::string& cell = record.fields[columns[j]];
+      switch (lab::readNumber(cell, reader.decimalComma(), value)) {
+        case lab::NumberText::Value: break;
+        case lab::NumberText::Missing: value = kMissing; break;
+        default:
+          throw InputError(text->where(record.offsets[columns[j]]) + ": " + c.inputs[j] + " is not a number: '" +
+                           lab::printable(lab::trim(cell)) + "'");
+      }
+      values.push_back(value);
     }
     rows.push_back(values);
-    records.push_back(std::move(*record));
+    records.push_back(record.fields);
   }
 
   std::ofstream outFile;
@@ -325,7 +347,7 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   for (std::size_t r = 0; r < rows.size(); ++r) {
     Evaluation e = evaluate(rows[r]);
     judge(c, rows[r], e);
-    std::vector<std::string> cells = records[r].fields;
+    std::vector<std::string> cells = records[r];
     for (std::size_t o = 0; o < k; ++o) cells.push_back(exact(e.outputs[o]));
     cells.push_back(std::to_string(e.status));
     cells.push_back(e.reason);

@@ -164,8 +164,6 @@ int main(int argc, char** argv) {
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
   } catch (const InputError& e) {
     code = fail(kExitBadInput, e.what());
-  } catch (const csv::SyntaxError& e) {
-    code = fail(kExitBadInput, e.what());
   } catch (const CalculationError& e) {
     code = fail(kExitCalculationFailed, e.what());
   } catch (const std::exception& e) {

@@ -6,11 +6,13 @@
 #include <string>
 
 #include "text/csv.h"
+#include "text/labfile.h"
 
 namespace tarncli {
 
-// The delimited-text reader the tool shares with the blend library.
+// CSV writing, and the file reading the tool shares with the blend library.
 namespace csv = tarnblend::csv;
+namespace lab = tarnblend::lab;
 
 inline constexpr double kMissing = 1e30;
 
@@ -26,7 +28,7 @@ bool isMissing(double value);
 // nothing when the text is anything else.
 std::optional<double> parseNumber(const std::string& text);
 
-// True for the texts that mean "no value": empty, NA, N/A, missing (any case).
+// True for the texts that mean "no value": empty, NA, N/A, n.a., -, missing (any case).
 bool isMissingText(const std::string& text);
 
 // The shortest text that reads back as the same double; "" when missing.
