@@ -47,6 +47,12 @@ void percentGrid(double grid[7]) {
 
 const char* pointName(int k) { return inputInfo(kCurvePoints[k]).key; }
 
+// The blended curve's seven points, as properties and as operands of a chain.
+constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
+                                 Property::T70, Property::T90, Property::FBP};
+constexpr Operand kPointOperands[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
+                                       {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
+
 }  // namespace
 
 std::string nameList(const std::vector<std::string>& names) {
@@ -282,8 +288,6 @@ bool Engine::curveFalls(const double* curve, std::string& where) const {
 }
 
 void Engine::blendCurve() {
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   auto failAll = [&](const std::string& reason) {
     for (Property p : kPoints) fail(p, reason);
   };
@@ -424,12 +428,14 @@ void Engine::blendCurve() {
   }
 }
 
+void Engine::blendedCurve(double curve[7]) const {
+  for (int k = 0; k < 7; ++k) curve[k] = value(kPoints[k]);
+}
+
 void Engine::evaporatedAt(Property out, double fahrenheit) {
   if (!needs(out, {Property::IBP})) return;
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   double c[7], g[7];
-  for (int k = 0; k < 7; ++k) c[k] = value(kPoints[k]);
+  blendedCurve(c);
   const double percent = gfx_DistillCurve(c, 1, fahrenheit);
   if (isMissing(percent)) return fail(out, "the blended curve has a flat stretch, so it gives no single percent");
   set(out, percent);
@@ -451,17 +457,13 @@ void Engine::evaporatedAt(Property out, double fahrenheit) {
     d[lower] = rise * (fahrenheit - b) / ((b - a) * (b - a));
     d[upper] = -rise * (fahrenheit - a) / ((b - a) * (b - a));
   }
-  const Operand points[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
-                             {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
-  chain(out, d, 1, points, 7);
+  chain(out, d, 1, kPointOperands, 7);
 }
 
 void Engine::temperatureAt(Property out, double percent) {
   if (!needs(out, {Property::IBP})) return;
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   double c[7], g[7];
-  for (int k = 0; k < 7; ++k) c[k] = value(kPoints[k]);
+  blendedCurve(c);
   const double t = gfx_DistillCurve(c, 2, percent);
   if (isMissing(t)) return fail(out, "the blended curve has a flat stretch");
   set(out, t);
@@ -479,9 +481,7 @@ void Engine::temperatureAt(Property out, double percent) {
     d[upper - 1] = 1.0 - share;
     d[upper] = share;
   }
-  const Operand points[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
-                             {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
-  chain(out, d, 1, points, 7);
+  chain(out, d, 1, kPointOperands, 7);
 }
 
 }  // namespace tarnblend
