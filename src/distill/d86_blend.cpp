@@ -56,10 +56,10 @@ struct Blend {
   int n;
   ComponentShape* shapes;     // scratch for the blend search
   const double* fractions;    // the working copy (one entry perturbed per fraction row)
-  double* curves;             // the caller's D86 curves
   const double* tbp;          // n TBP curves
   const ConversionMethod* method;
   char unit;
+  Bracket bracket;            // of the unperturbed blend
 };
 
 // One derivative row: blends the TBP curves as they stand, converts back,
@@ -74,9 +74,10 @@ int derivativeRow(const Blend& blend, const double* baseBlend, const double* bas
   double perturbed[kCurvePoints];
   std::copy(base, base + kCurvePoints, perturbed);
   const int status = blend.method->reverse(blend.unit, blended, perturbed);
-  // The clamp follows the perturbed inputs, so the IBP and FBP rows are the
-  // derivatives of the blend as a whole.
-  if (status == 0) clamp(perturbed, d86Bracket(blend.n, blend.fractions, blend.curves));
+  // The clamp keeps the bracket of the unperturbed blend: a perturbed IBP or
+  // FBP does not move its own limit, so where the limit is active the row
+  // shows the reverse conversion's slope on one side and 0 on the other.
+  if (status == 0) clamp(perturbed, blend.bracket);
   for (int j = 0; j < kCurvePoints; ++j) row[j] = (perturbed[j] - base[j]) / h;
   return status;
 }
@@ -121,7 +122,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
   std::copy(base, base + kCurvePoints, out);
   if (derivFlag == 0 || derivs == nullptr) return 0;
 
-  const Blend blend{n, shapes.data(), workFractions, curves, tbp, method, unit};
+  const Blend blend{n, shapes.data(), workFractions, tbp, method, unit, bracket};
   for (int i = 0; i < n; ++i) {
     double* rows = derivs + static_cast<std::size_t>(i) * 8 * kCurvePoints;
     // Row 0: the fraction, on the unchanged TBP curves.
