@@ -9,7 +9,6 @@
 
 #include "emissions/adapters.h"
 #include "params/params.h"
-#include "support/derivatives.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/emissions.h"
@@ -92,15 +91,6 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", 1.9), 0);
   EXPECT_EQ(carbob2(7.0), passed);
   EXPECT_NE(carbob2(7.0, overriding(9, 8, 0.99).data())[5], S);
-}
-
-TEST_F(EthanolTest, SensitivitiesInCelsiusMatchCentralDifferences) {
-  // Evaluation by index checks them in F; here the Celsius scaling.
-  const Vec bob{8.0, 93.3, 160, 30, 1.0, 10, 50};
-  double o[9], d[63];
-  gfx_WCARBOB2(1, 'C', 5.0, bob.data(), o, d, nullptr);
-  auto blend = [](const Vec& v) { return carbob2(5.0, nullptr, nullptr, 'C', v); };
-  tarn::testing::expectJacobianNear(Vec(d, d + 63), tarn::testing::centralJacobian(blend, bob, 9), 9, 1e-6, 1e-7);
 }
 
 TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
