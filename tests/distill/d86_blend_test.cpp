@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <random>
 #include <vector>
 
 #include "support/derivatives.h"
@@ -240,6 +242,53 @@ TEST_F(D86BlendTest, DerivativeRowsKeepTheBracketOfTheUnperturbedBlend) {
   ASSERT_EQ(base[0], kGasoline[0]);
   EXPECT_NEAR(derivs[7], 0.99965, 1e-5);
   EXPECT_EQ(derivs[7 * 7 + 6], 0.0);
+}
+
+TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
+  // Random blends against the procedure rebuilt from gfx_FindPoints: every
+  // method and unit, beyond the 64 components kept on the stack, with
+  // identical components, components below MinVol, a negative fraction,
+  // searched IBP and FBP, and a tolerance so fine that most decisions fall
+  // within rounding.
+  std::mt19937 random(20);
+  const auto uniform = [&random](double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(random); };
+  struct Setting {
+    const char* group;
+    const char* name;
+    double value;
+  };
+  const std::vector<Setting> settings[] = {
+      {}, {{"GENERICD86", "BTol", 1e-14}}, {{"GENERICD86", "MnVolIBP", 2}, {"GENERICD86", "MxVolFBP", 98}},
+      {{"GENERICD86", "MinVol", 0.05}}};
+  int cases = 0, compared = 0;
+  for (const auto& setting : settings) {
+    for (const Setting& s : setting) ASSERT_EQ(gfx_setCorParms(s.group, s.name, s.value), 0);
+    for (const int n : {1, 2, 3, 8, 21, 70}) {
+      const int method = cases % 6;
+      const char unit = cases % 4 < 2 ? 'F' : 'C';
+      Curve fractions(n), curves;
+      for (int i = 0; i < n; ++i) {
+        fractions[i] = i % 5 == 4 ? 0.01 : uniform(0.1, 1.0);
+        double t = uniform(70, 160);
+        for (int p = 0; p < 7; ++p) curves.push_back(t += uniform(2, 60));
+      }
+      if (n > 3) std::copy(curves.begin(), curves.begin() + 7, curves.begin() + 14);  // a twin
+      if (n == 21) fractions[5] = -0.05;
+      double positive = 0.0;  // the window counts the positive fractions only
+      for (double f : fractions) positive += std::max(f, 0.0);
+      for (double& f : fractions) f /= positive;
+      if (unit == 'C') curves = tarn::testing::celsiusOf(curves);
+      std::vector<double> derivs;
+      int status = -1;
+      blend(fractions, curves, method, unit, &status, &derivs);
+      ++cases;
+      if (status != 0) continue;  // the blend converted back out of order
+      EXPECT_EQ(derivs, referenceDerivatives(fractions, curves, method, unit))
+          << n << " components, method " << method << unit << ", settings " << cases / 6;
+      ++compared;
+    }
+  }
+  EXPECT_GE(compared, 20);
 }
 
 TEST_F(D86BlendTest, RepairsRejectionsAndLargeBlends) {
