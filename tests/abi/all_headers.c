@@ -10,6 +10,7 @@
 #include "tarn/ubml.h"
 
 #include <stdio.h>
+#include <string.h>
 
 int main(void) {
   /* Touch one function of each header so the link proves the exports exist. */
@@ -31,9 +32,12 @@ int main(void) {
                gfx_ubmlGetCorrelationCount(&userCount) == UBML_STATUS_NOT_BOUND &&
                gfx_bmlGenCalc(9, 0, 0, 0.0, rvp, rvpIndex, NULL) == TARN_STATUS_OK &&
                rvpIndex[0] == index;
+  /* The version the library reports is the build's project version. */
+  int versioned = strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;
   gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed ||
+      !versioned) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }

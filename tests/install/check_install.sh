@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Installs the built tree into a temporary prefix, then builds the example
 # host against the installed package both ways (CMake package and
-# pkg-config) and runs both programs; runs the installed tarn tool; and
-# installs the Python package with pip from a copy of the source tree, with
-# no network, and uses it on the installed library.
+# pkg-config) and runs both programs; runs the installed tarn tool; uses the
+# Python package the install placed beside the library; and installs the
+# Python package with pip into a virtual environment, with no network.
 set -euo pipefail
-build_dir=$1 source_dir=$2 cc=${3:-cc}
+build_dir=$1 source_dir=$2 cc=${3:-cc} version=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -30,19 +30,44 @@ LD_LIBRARY_PATH="$libdir" "$work/host-pc"
 # 3. The installed command-line tool finds its library without help.
 "$prefix/bin/tarn" blend --csv | grep -q '^Volatility,RVP,'
 
-# 4. The Python package, installed offline, finds the installed library on
-# the library path.
+# 4. The Python package, placed beside the library by cmake --install, loads
+# the installed library with no environment variable at all.
 python=${TARN_PYTHON:-/usr/bin/python3}
-if "$python" -m pip --version >/dev/null 2>&1; then
-  cp -r "$source_dir/python" "$work/python-source"
-  "$python" -m pip install --quiet --no-build-isolation --no-index --no-deps \
-    --target "$work/site" "$work/python-source" >/dev/null
-  (cd "$work" && env -u TARN_LIBRARY PYTHONPATH="$work/site" LD_LIBRARY_PATH="$libdir" "$python" -c '
+installed=$(find "$prefix" -name _installed.py | head -n 1)
+if [ -z "$installed" ]; then
+  echo "the Python package was not installed (no interpreter at configure time): not checked"
+  echo "install check passed"
+  exit 0
+fi
+package=$(dirname "$installed")
+test -f "$package/py.typed"
+env -i "$python" -c "
+import os, sys
+sys.path.insert(0, os.path.dirname('$package'))
 import tarn
-assert tarn.library_path().startswith("libtarn"), tarn.library_path()
-assert tarn.evaluate("RVPINDEX", [8.0]).outputs["RVPNDX"] > 13.45
-')
+assert os.path.samefile(tarn.library_path(), '$libdir/libtarn.so.1'), tarn.library_path()
+assert tarn.__version__ == '$version', tarn.__version__
+assert tarn.evaluate('RVPINDEX', [8.0]).outputs['RVPNDX'] > 13.45
+"
+
+# 5. The Python package installed with pip into a virtual environment, with
+# no network: the environment borrows the system's setuptools, wheel and
+# NumPy, and the build writes nothing into the source tree.
+if "$python" -c "import venv, ensurepip" >/dev/null 2>&1; then
+  before=$(find "$source_dir/python" | sort)
+  "$python" -m venv --system-site-packages "$work/venv"
+  "$work/venv/bin/python" -m pip install --quiet --no-index --no-build-isolation \
+    "$source_dir/python" >/dev/null
+  test "$before" = "$(find "$source_dir/python" | sort)" ||
+    { echo "pip install wrote into $source_dir/python"; exit 1; }
+  (cd "$work" && TARN_LIBRARY="$libdir/libtarn.so.1" "$work/venv/bin/python" -c "
+import importlib.metadata, os, tarn
+assert tarn.__file__.startswith('$work/venv/'), tarn.__file__
+assert tarn.__version__ == importlib.metadata.version('tarn') == '$version'
+assert os.path.isfile(os.path.join(os.path.dirname(tarn.__file__), 'py.typed'))
+assert tarn.evaluate('RVPINDEX', [8.0]).outputs['RVPNDX'] > 13.45
+")
 else
-  echo "pip not available: the Python package install is not checked"
+  echo "venv not available for $python: the virtual-environment install is not checked"
 fi
 echo "install check passed"
