@@ -140,10 +140,11 @@ def speedup(before, after):
 
 
 def main(argv):
-    earlier = None
+    earlier, earlier_context = None, {}
     if "--before" in argv:
         at = argv.index("--before")
-        earlier = medians(load(argv[at + 1]))
+        earlier_report = load(argv[at + 1])
+        earlier, earlier_context = medians(earlier_report), earlier_report.get("context", {})
         argv = argv[:at] + argv[at + 2:]
     if len(argv) < 2:
         sys.exit(__doc__)
@@ -272,8 +273,11 @@ def main(argv):
                   [(n, fmt_ns(v), fmt_ns(d), fmt_ratio(d, v), fmt_ns(r), fmt_x(ratio))
                    for n, v, d, r, ratio in d86_rows]) + "\n")
     if earlier is not None:
-        say("Against the earlier run (`--before`): the heaviest calls, each side the median of its "
-            "own run, so the ratios carry the difference in the machine's load between the runs.\n")
+        load_before = earlier_context.get("load_avg")
+        say(f"Against the earlier run (`--before`, run {earlier_context.get('date', '?')}"
+            + (f", load average {', '.join(f'{x:.1f}' for x in load_before)}" if load_before else "")
+            + "): the heaviest calls, each side the median of its own run, so the ratios carry the "
+            "difference in the machine's load between the runs.\n")
         now, then = d86_derivatives(m), d86_derivatives(earlier)
         lines = [(f"gfx_D86 with derivatives, n = {n}", fmt_ns(then.get(n)), fmt_ns(now.get(n)),
                   fmt_x(speedup(then.get(n), now.get(n)))) for n in sorted(now)]
