@@ -25,6 +25,7 @@ FAMILIES = [
 SINGLE_INPUT_TARGET = 1.15
 D86_ROW_TARGET = 1.2
 PYTHON_TARGET = 3.0
+BLEND_MODEL_TARGET_US = 1000.0
 PYTHON_EVALUATE_TARGET_NS = 3000.0
 # Speed-ups against an earlier run: gfx_D86 with derivatives by blend size,
 # and the EPA model with derivatives.
@@ -237,6 +238,13 @@ def main(argv):
         target_rows.append(("Python evaluate(), one-input correlation (RVPINDEX), per call",
                             f"≤ {fmt_ns(PYTHON_EVALUATE_TARGET_NS)}", fmt_ns(one_input),
                             "met" if one_input <= PYTHON_EVALUATE_TARGET_NS else "not met"))
+    blend_model = {arg(name, "derivatives"): entry["ns"] for name, entry in m.items()
+                   if name.startswith("BM_BlendModel/")}
+    if 1 in blend_model:
+        us = blend_model[1] / 1e3
+        target_rows.append(("Blend model, 10 components, every property with all derivatives",
+                            f"< {BLEND_MODEL_TARGET_US:.0f} µs", fmt_ns(blend_model[1]),
+                            "met" if us < BLEND_MODEL_TARGET_US else "not met"))
     say(table(["target", "goal", "this run", ""], target_rows) + "\n")
 
     # ---- catalogue ----------------------------------------------------------
@@ -272,6 +280,13 @@ def main(argv):
                    "row / blend"],
                   [(n, fmt_ns(v), fmt_ns(d), fmt_ratio(d, v), fmt_ns(r), fmt_x(ratio))
                    for n, v, d, r, ratio in d86_rows]) + "\n")
+    if blend_model:
+        say("The blend model (`tarnblend_model_evaluate_at`, a 10-component gasoline, 38 "
+            "properties): every property at new volumes, and with the derivatives of each with "
+            "respect to every volume.\n")
+        say(table(["values", "with derivatives", "with/without"],
+                  [(fmt_ns(blend_model.get(0)), fmt_ns(blend_model.get(1)),
+                    fmt_ratio(blend_model.get(1), blend_model.get(0)))]) + "\n")
     if earlier is not None:
         load_before = earlier_context.get("load_avg")
         say(f"Against the earlier run (`--before`, run {earlier_context.get('date', '?')}"

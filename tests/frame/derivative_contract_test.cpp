@@ -75,7 +75,8 @@ const Method& methodOf(int index) {
   return analytic;
 }
 
-// Rows beyond the dispatch tests' ones, each taking a deliberate difference.
+// Rows beyond the realistic ones of tests/data/catalogue_rows.csv, each taking
+// a deliberate difference.
 const std::multimap<int, Vector> kMoreRows = {
     {2, {7.5, 200, 300, 32, 6, 2.3, 40, 0.9}},          // aromatics above the range
     {7, {0, 0, 3.5, 0, 600, 7.2, 50, 85, 52, 6, 0.7}},  // sulfur and aromatics above
@@ -232,14 +233,13 @@ std::string page(const std::map<int, Tally>& tally);
 
 TEST_F(EvaluationTest, EveryDerivativeEntryKeepsItsClassAndThePageIsCurrent) {
   std::multimap<int, Vector> rows = kMoreRows;
-  for (const Wrapped& w : wrappedCalls()) rows.emplace(w.index, w.x);
+  for (const CatalogueRow& row : realisticRows()) rows.emplace(row.index, row.inputs);
   std::map<int, Tally> tally;
   for (const char unit : {'F', 'C'}) {
     for (const bool otherCounts : {false, true}) {
       configure(unit, otherCounts);
       for (const auto& [index, x] : rows) {
-        // CD86FROMPERCENTOFF computes in the unit of D86FROMPERCENTOFF.
-        if (tarn::frame::unitFlag(tarn::frame::catalogue()[index == 49 ? 5 : index]) != unit) continue;
+        if (tarn::frame::unitOf(tarn::frame::catalogue()[index]) != unit) continue;
         if (otherCounts && index != 41 && index != 42 && index != 53) continue;
         const Walk w = evaluate(index, x);
         tally[index].celsius = tally[index].celsius || unit == 'C';

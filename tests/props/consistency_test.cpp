@@ -1,8 +1,8 @@
 // Consistency of the cold-flow, flash, cetane, viscosity, octane and
-// drivability functions: reported derivatives of the functions outside the
-// catalogue against central differences, the request flag, index/property
-// round trips in both units, and the places where a reported derivative
-// deliberately is not the slope.
+// drivability functions: reported derivatives against central differences
+// per degree C (evaluation by index checks the Fahrenheit side), the request
+// flag, index/property round trips in both units, and the places where a
+// reported derivative deliberately is not the slope.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -54,9 +54,9 @@ struct Case {
   std::vector<Inputs> at;  // in Celsius where the function takes a unit
 };
 
-// The functions that are neither index/property pairs (checked by the round
-// trips) nor catalogue correlations (checked in both units by the
-// derivative-contract walk).
+// The functions outside the catalogue that are not index/property pairs
+// (evaluation by index checks the slopes of the others in both units, and
+// that none is written without a request).
 const Case kCases[] = {
     {"OctaneIndex", of(gfx_OctaneIndex), {{60}, {80}, {90}, {100}}},
     {"CetaneImprover2", [](char u, const Inputs& x, int w, double* d) {

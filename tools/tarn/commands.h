@@ -15,7 +15,9 @@ void listCommand(Format format, std::ostream& out);
 
 void describeCommand(const std::string& idOrIndex, Format format, std::ostream& out);
 
-void paramsCommand(const std::optional<std::string>& keyword, Format format, std::ostream& out);
+// markdown: the parameter page (docs/parameters.md) instead of the listing.
+void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format,
+                   std::ostream& out);
 
 void codesCommand(bool markdown, Format format, std::ostream& out);
 
@@ -35,8 +37,16 @@ struct BlendCommandOptions {
   std::optional<char> units;   // --units F|C
   std::string method = "HC94";
   std::string plot;            // SVG file, or ""
+  std::string product = "gasoline";
+  std::string grade, gradeClass;  // --grade NAME|FILE, --class X
+  bool libraryPureThreshold = false;  // GENERICD86.DPure was set for the run
 };
 
-void blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out);
+// Returns the exit code: 0, or kExitOffSpec when the blend fails a limit of
+// the grade asked for.
+int blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out);
+
+// The built-in grades, their classes and limits with their sources.
+void gradesCommand(Format format, std::ostream& out);
 
 }  // namespace tarncli
