@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "csv.h"
+#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 

@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "catalogue.h"
-#include "csv.h"
+#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 #include "plot.h"
@@ -16,6 +16,7 @@
 #include "report.h"
 #include "status.h"
 #include "table.h"
+#include "tarn/blend.h"
 
 namespace tarncli {
 namespace {
@@ -240,8 +241,13 @@ int methodNumber(const std::string& text) {
   throw InputError("unknown distillation method '" + text + "' (known: " + known + ", or 0 to 5)");
 }
 
+std::string figureText(const Figure& f) {
+  if (isMissing(f.value)) return "not computed: " + f.reason;
+  return f.method + (f.note.empty() ? "" : " (" + f.note + ")");
+}
+
 void writeReportTable(const Report& r, std::ostream& out) {
-  out << "TARN blend report: " << r.source << "\n";
+  out << "TARN blend report: " << r.source << " (" << r.product << ")\n";
   out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
       << significant(r.totalQuantity) << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
       << "; temperatures in deg " << r.temperatureUnit << ", vapour pressure in " << r.pressureUnit << "\n\n";
@@ -256,9 +262,21 @@ void writeReportTable(const Report& r, std::ostream& out) {
     out << "\n" << section.title << "\n";
     Table table({"Property", "", ">Value", "Unit", "Method"});
     for (const Figure& f : section.figures) {
-      const std::string how = isMissing(f.value) ? "not computed: " + f.note
-                                                 : f.method + (f.note.empty() ? "" : " (" + f.note + ")");
-      table.add({f.key, f.description, rounded(f.value, f.decimals), f.unit, how});
+      table.add({f.key, f.description, rounded(f.value, f.decimals), f.unit, figureText(f)});
+    }
+    out << table.render(2);
+  }
+  if (r.checked) {
+    out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
+        << (r.check.failures ? std::to_string(r.check.failures) + " limit(s) failed" : "no limit failed")
+        << (r.check.unchecked ? ", " + std::to_string(r.check.unchecked) + " not checked" : "") << "\n";
+    Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
+    for (const LimitCheck& c : r.check.limits) {
+      const bool checked = !isMissing(c.margin);
+      table.add({c.key, isMissing(c.minimum) ? "" : significant(c.minimum),
+                 isMissing(c.maximum) ? "" : significant(c.maximum), checked ? significant(c.value) : "",
+                 checked ? significant(c.margin) : "", c.unit, checked ? c.verdict : c.verdict + ": " + c.reason,
+                 c.source});
     }
     out << table.render(2);
   }
@@ -277,11 +295,13 @@ void writeReportJson(const Report& r, std::ostream& out) {
   for (const Section& section : r.sections) {
     for (const Figure& f : section.figures) {
       blend[f.key] = {{"value", number(f.value)}, {"unit", f.unit}, {"description", f.description},
-                      {"section", section.title}, {"method", f.method}};
+                      {"section", section.title}, {"method", f.method}, {"estimate", f.estimate}};
+      if (!f.reason.empty()) blend[f.key]["reason"] = f.reason;
       if (!f.note.empty()) blend[f.key]["note"] = f.note;
     }
   }
   Json j = {{"source", r.source},
+            {"product", r.product},
             {"basis", r.basis},
             {"quantity_unit", r.quantityUnit},
             {"total_quantity", r.totalQuantity},
@@ -290,6 +310,18 @@ void writeReportJson(const Report& r, std::ostream& out) {
             {"components", components},
             {"blend", blend},
             {"notes", r.notes}};
+  if (r.checked) {
+    Json limits = Json::array();
+    for (const LimitCheck& c : r.check.limits) {
+      Json row = {{"property", c.key}, {"min", number(c.minimum)}, {"max", number(c.maximum)},
+                  {"value", number(c.value)}, {"margin", number(c.margin)}, {"unit", c.unit},
+                  {"verdict", c.verdict}, {"source", c.source}};
+      if (!c.reason.empty()) row["reason"] = c.reason;
+      limits.push_back(row);
+    }
+    j["grade"] = {{"name", r.check.grade}, {"class", r.check.gradeClass}, {"failures", r.check.failures},
+                  {"unchecked", r.check.unchecked}, {"limits", limits}};
+  }
   out << j.dump(2) << "\n";
 }
 
@@ -297,26 +329,39 @@ void writeReportCsv(const Report& r, std::ostream& out) {
   out << csv::line({"section", "property", "description", "value", "unit", "method", "note"});
   for (const Section& section : r.sections) {
     for (const Figure& f : section.figures) {
-      out << csv::line({section.title, f.key, f.description, exact(f.value), f.unit, f.method, f.note});
+      out << csv::line({section.title, f.key, f.description, exact(f.value), f.unit, f.method,
+                        f.reason.empty() ? f.note : f.reason});
     }
+  }
+  for (const LimitCheck& c : r.check.limits) {
+    out << csv::line({"Grade " + r.check.grade, c.key, c.verdict, exact(c.value), c.unit,
+                      "min " + exact(c.minimum) + ", max " + exact(c.maximum) + ", margin " + exact(c.margin),
+                      c.reason.empty() ? c.source : c.reason});
   }
 }
 
 }  // namespace
 
-void blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out) {
+int blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out) {
   BlendOptions blendOptions;
   blendOptions.d86Method = methodNumber(options.method);
+  blendOptions.libraryPureThreshold = options.libraryPureThreshold;
+  blendOptions.grade = options.grade;
+  blendOptions.gradeClass = options.gradeClass;
+  int product = TARNBLEND_GASOLINE;
+  if (tarnblend_product_parse(options.product.c_str(), &product) != TARNBLEND_OK) {
+    throw InputError(tarnblend_last_error());
+  }
   Recipe recipe;
   if (options.recipe.empty()) {
     std::istringstream sample(sampleRecipe());
-    recipe = readRecipe(sample, "built-in sample", options.units);
+    recipe = readRecipe(sample, "built-in sample", options.units, product);
   } else if (options.recipe == "-") {
-    recipe = readRecipe(std::cin, "standard input", options.units);
+    recipe = readRecipe(std::cin, "standard input", options.units, product);
   } else {
     std::ifstream file(options.recipe);
     if (!file) throw InputError("cannot open recipe '" + options.recipe + "'");
-    recipe = readRecipe(file, options.recipe, options.units);
+    recipe = readRecipe(file, options.recipe, options.units, product);
   }
   const Report report = blendReport(recipe, blendOptions);
   if (!options.plot.empty()) {
@@ -330,6 +375,55 @@ void blendCommand(const BlendCommandOptions& options, Format format, std::ostrea
     case Format::Csv: writeReportCsv(report, out); break;
     case Format::Table: writeReportTable(report, out); break;
   }
+  return report.checked && report.check.failures > 0 ? kExitOffSpec : 0;
+}
+
+// ---- grades ------------------------------------------------------------------
+
+void gradesCommand(Format format, std::ostream& out) {
+  int count = 0;
+  tarnblend_grade_count(&count);
+  Json list = Json::array();
+  if (format == Format::Csv) out << csv::line({"grade", "product", "class", "property", "min", "max", "unit", "source"});
+  for (int k = 0; k < count; ++k) {
+    const char *name = "", *title = "", *classes = "", *defaultClass = "";
+    int product = 0;
+    tarnblend_grade_builtin(k, &name, &title, &product, &classes, &defaultClass);
+    std::vector<std::string> classList;
+    std::stringstream split(classes);
+    for (std::string c; std::getline(split, c, ',');) classList.push_back(c);
+    if (classList.empty()) classList.push_back("");
+    if (format == Format::Table) {
+      out << name << ": " << title << " (" << tarnblend_product_name(product) << ")\n";
+      out << "  classes: " << (classList.front().empty() ? "none" : classes)
+          << (defaultClass[0] ? std::string(" (default ") + defaultClass + ")" : "") << "\n";
+      continue;
+    }
+    Json classesJson = Json::array();
+    for (const std::string& c : classList) {
+      tarnblend_grade* grade = nullptr;
+      if (tarnblend_grade_open(name, c.c_str(), &grade) != TARNBLEND_OK) continue;
+      int limits = 0;
+      tarnblend_grade_limit_count(grade, &limits);
+      Json rows = Json::array();
+      for (int l = 0; l < limits; ++l) {
+        const char *key = "", *unit = "", *source = "";
+        double minimum = kMissing, maximum = kMissing;
+        tarnblend_grade_limit(grade, l, &key, &minimum, &maximum, &unit, &source);
+        if (format == Format::Csv) {
+          out << csv::line({name, tarnblend_product_name(product), c, key, exact(minimum), exact(maximum), unit, source});
+        }
+        rows.push_back({{"property", key}, {"min", number(minimum)}, {"max", number(maximum)}, {"unit", unit},
+                        {"source", source}});
+      }
+      tarnblend_grade_free(grade);
+      classesJson.push_back({{"class", c}, {"limits", rows}});
+    }
+    list.push_back({{"name", name}, {"title", title}, {"product", tarnblend_product_name(product)},
+                    {"default_class", defaultClass}, {"classes", classesJson}});
+  }
+  if (format == Format::Json) out << list.dump(2) << "\n";
+  if (format == Format::Table) out << "\nLimits and their sources: tarn grades --csv (or --json).\n";
 }
 
 }  // namespace tarncli

@@ -35,8 +35,16 @@ struct BlendCommandOptions {
   std::optional<char> units;   // --units F|C
   std::string method = "HC94";
   std::string plot;            // SVG file, or ""
+  std::string product = "gasoline";
+  std::string grade, gradeClass;  // --grade NAME|FILE, --class X
+  bool libraryPureThreshold = false;  // GENERICD86.DPure was set for the run
 };
 
-void blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out);
+// Returns the exit code: 0, or kExitOffSpec when the blend fails a limit of
+// the grade asked for.
+int blendCommand(const BlendCommandOptions& options, Format format, std::ostream& out);
+
+// The built-in grades, their classes and limits with their sources.
+void gradesCommand(Format format, std::ostream& out);
 
 }  // namespace tarncli

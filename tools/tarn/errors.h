@@ -8,9 +8,11 @@
 namespace tarncli {
 
 // Exit codes: 0 success, 1 the library reported a failed calculation,
-// 2 bad command line or bad input (recipe, CSV, values, files).
+// 2 bad command line or bad input (recipe, CSV, values, files), 3 the blend
+// is off-specification against the grade asked for.
 inline constexpr int kExitCalculationFailed = 1;
 inline constexpr int kExitBadInput = 2;
+inline constexpr int kExitOffSpec = 3;
 
 // Bad command line or bad input.
 struct InputError : std::runtime_error {

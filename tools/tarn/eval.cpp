@@ -10,7 +10,7 @@
 
 #include "catalogue.h"
 #include "commands.h"
-#include "csv.h"
+#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 #include "status.h"

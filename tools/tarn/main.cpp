@@ -6,6 +6,7 @@
 #include "catalogue.h"
 #include "commands.h"
 #include "errors.h"
+#include "numbers.h"
 #include "recipe.h"
 #include "tarn/tarn.h"
 
@@ -37,7 +38,8 @@ int main(int argc, char** argv) {
                "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
   app.footer(
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
-      "2 bad command line or bad input. Errors are one line on standard error.");
+      "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for.\n"
+      "Errors are one line on standard error.");
   app.require_subcommand(1);
   app.fallthrough();
   std::vector<std::string> settings, coefficients;
@@ -60,7 +62,15 @@ int main(int argc, char** argv) {
                               "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
       ->capture_default_str();
   blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")->type_name("FILE.svg");
+  blendCommandApp->add_option("--product", blend.product, "Product kind: gasoline, diesel or jet")->capture_default_str();
+  blendCommandApp->add_option("--grade", blend.grade, "Check the blend against a grade (see 'tarn grades') or a grade file")
+      ->type_name("NAME|FILE");
+  blendCommandApp->add_option("--class", blend.gradeClass, "Class of the grade (volatility, climate ...)");
   addFormatFlags(blendCommandApp, blendFormat);
+
+  FormatFlags gradesFormat;
+  auto* grades = app.add_subcommand("grades", "Built-in product grades, their classes and limits with sources");
+  addFormatFlags(grades, gradesFormat);
 
   auto* sample = app.add_subcommand("sample", "Print the built-in sample recipe (a starting point for your own)");
 
@@ -104,11 +114,18 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     std::string message = e.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
-      message = "unknown command '" + std::string(argv[1]) + "' (commands: blend, sample, list, describe, eval, params, codes)";
+      message = "unknown command '" + std::string(argv[1]) +
+                "' (commands: blend, sample, grades, list, describe, eval, params, codes)";
     }
     return fail(kExitBadInput, message + " (see 'tarn --help')");
   }
   if (!units.empty()) blend.units = static_cast<char>(std::toupper(static_cast<unsigned char>(units[0])));
+  // A pure-component threshold set for the run replaces the blend library's own.
+  for (const std::string& s : settings) {
+    std::string owner = s.substr(0, s.find('.'));
+    for (char& c : owner) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (owner == "GENERICD86" && s.find(".DPure=") != std::string::npos) blend.libraryPureThreshold = true;
+  }
 
   if (gfx_tarnInitializeAllocate(nullptr) != TARN_STATUS_OK) {
     return fail(kExitCalculationFailed, "the library did not start");
@@ -120,7 +137,8 @@ int main(int argc, char** argv) {
       const std::string note = applyCoefficient(c);
       if (!note.empty()) std::cerr << "tarn: note: " << note << "\n";
     }
-    if (blendCommandApp->parsed()) blendCommand(blend, blendFormat.format(), std::cout);
+    if (blendCommandApp->parsed()) code = blendCommand(blend, blendFormat.format(), std::cout);
+    if (grades->parsed()) gradesCommand(gradesFormat.format(), std::cout);
     if (sample->parsed()) std::cout << sampleRecipe();
     if (list->parsed()) listCommand(listFormat.format(), std::cout);
     if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
@@ -128,6 +146,8 @@ int main(int argc, char** argv) {
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
   } catch (const InputError& e) {
+    code = fail(kExitBadInput, e.what());
+  } catch (const csv::SyntaxError& e) {
     code = fail(kExitBadInput, e.what());
   } catch (const CalculationError& e) {
     code = fail(kExitCalculationFailed, e.what());

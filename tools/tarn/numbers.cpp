@@ -6,23 +6,13 @@
 #include <cmath>
 #include <cstdio>
 
-#include "csv.h"
+#include "text/csv.h"
 
 namespace tarncli {
 
 bool isMissing(double value) { return value >= kMissing; }
 
-std::optional<double> parseNumber(const std::string& text) {
-  const std::string trimmed = csv::trim(text);
-  if (trimmed.empty()) return std::nullopt;
-  const char* first = trimmed.data();
-  const char* last = first + trimmed.size();
-  if (*first == '+') ++first;  // from_chars does not take a leading plus
-  double value = 0.0;
-  const auto [end, error] = std::from_chars(first, last, value);
-  if (error != std::errc() || end != last || !std::isfinite(value)) return std::nullopt;
-  return value;
-}
+std::optional<double> parseNumber(const std::string& text) { return csv::parseNumber(text); }
 
 bool isMissingText(const std::string& text) {
   std::string lower = csv::trim(text);

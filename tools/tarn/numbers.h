@@ -5,7 +5,12 @@
 #include <optional>
 #include <string>
 
+#include "text/csv.h"
+
 namespace tarncli {
+
+// The delimited-text reader the tool shares with the blend library.
+namespace csv = tarnblend::csv;
 
 inline constexpr double kMissing = 1e30;
 

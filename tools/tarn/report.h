@@ -1,5 +1,5 @@
-// The blend report: a recipe's blend properties computed the way a refinery
-// planner computes them, each through the library's own correlation.
+// The blend report: what the tarnblend library computes for a recipe, laid
+// out for the tool's tables, JSON, CSV and plot. No blending happens here.
 #pragma once
 
 #include <array>
@@ -17,7 +17,9 @@ struct Figure {
   std::string unit;         // "" for a pure number
   int decimals = 2;
   std::string method;       // how it was computed
-  std::string note;         // why it is missing, or a warning about it
+  std::string reason;       // why it is not computed ("" when it is)
+  std::string note;         // a remark on a computed value
+  bool estimate = false;
 };
 
 struct Section {
@@ -37,22 +39,39 @@ struct Curve {
   bool isBlend = false;
 };
 
+// One limit of a grade checked against the blend.
+struct LimitCheck {
+  std::string key, unit, source, verdict, reason;  // verdict PASS, FAIL or "not checked"
+  double minimum = 0.0, maximum = 0.0, value = 0.0, margin = 0.0;  // 1e30 where none
+};
+
+struct GradeCheck {
+  std::string grade, gradeClass;
+  std::vector<LimitCheck> limits;
+  int failures = 0, unchecked = 0;
+};
+
 struct BlendOptions {
-  int d86Method = 0;  // distillation conversion method number of the curve blend
+  int d86Method = 0;               // distillation conversion method number of the curve blend
+  bool libraryPureThreshold = false;  // use libtarn's GENERICD86 DPure rather than the blend library's
+  std::string grade, gradeClass;   // built-in grade name or grade file; "" for none
 };
 
 struct Report {
   std::string source;
+  std::string product;
   std::string basis;          // "volume" or "mass"
   std::string quantityUnit;
   double totalQuantity = 0.0;
   std::string temperatureUnit;  // "F" or "C"
-  std::string pressureUnit;     // "psi" or "kPa"
+  std::string pressureUnit;     // "psi", "kPa" or "bar"
   std::vector<Share> components;
   std::vector<Section> sections;
   std::vector<Curve> curves;    // components with a full curve, then the blend (when computed)
   std::array<double, 7> percentGrid{};  // percent evaporated of the seven curve points
   std::vector<std::string> notes;
+  bool checked = false;
+  GradeCheck check;
 
   // The figure with this key, or null.
   const Figure* find(const std::string& key) const;
@@ -61,6 +80,8 @@ struct Report {
 // Names of the distillation conversion methods, by number.
 const std::vector<std::string>& d86MethodNames();
 
-Report blendReport(const Recipe& recipe, const BlendOptions& options);
+// Evaluates the recipe's model (and checks it against the grade asked for).
+// Throws InputError for an unknown grade or class.
+Report blendReport(Recipe& recipe, const BlendOptions& options);
 
 }  // namespace tarncli

@@ -1,8 +1,9 @@
 #include "csv.h"
 
-#include "errors.h"
+#include <charconv>
+#include <cmath>
 
-namespace tarncli::csv {
+namespace tarnblend::csv {
 
 std::string trim(const std::string& text) {
   const char* blanks = " \t\r\n";
@@ -17,6 +18,7 @@ std::optional<Record> Reader::next() {
   while (std::getline(in_, physical)) {
     ++line_;
     if (!physical.empty() && physical.back() == '\r') physical.pop_back();
+    if (line_ == 1 && physical.rfind("\xEF\xBB\xBF", 0) == 0) physical.erase(0, 3);
     const std::string trimmed = trim(physical);
     if (trimmed.empty() || trimmed[0] == '#') continue;
 
@@ -38,7 +40,7 @@ std::optional<Record> Reader::next() {
           }
         } else if (c == '"') {
           quoted = true;
-        } else if (c == ',') {
+        } else if (c == separator_) {
           record.fields.push_back(field);
           field.clear();
         } else {
@@ -48,7 +50,7 @@ std::optional<Record> Reader::next() {
       if (!quoted) break;
       // A quoted field runs on over the line break.
       if (!std::getline(in_, physical)) {
-        throw InputError(source_ + ":" + std::to_string(record.line) + ": a quoted field is not closed");
+        throw SyntaxError(source_ + ":" + std::to_string(record.line) + ": a quoted field is not closed");
       }
       ++line_;
       if (!physical.empty() && physical.back() == '\r') physical.pop_back();
@@ -79,4 +81,21 @@ std::string line(const std::vector<std::string>& fields) {
   return out + "\n";
 }
 
-}  // namespace tarncli::csv
+std::optional<double> parseNumber(const std::string& text, bool decimalComma) {
+  std::string trimmed = trim(text);
+  if (decimalComma) {
+    for (char& c : trimmed) {
+      if (c == ',') c = '.';
+    }
+  }
+  if (trimmed.empty()) return std::nullopt;
+  const char* first = trimmed.data();
+  const char* last = first + trimmed.size();
+  if (*first == '+') ++first;  // from_chars does not take a leading plus
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(first, last, value);
+  if (error != std::errc() || end != last || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+}  // namespace tarnblend::csv
