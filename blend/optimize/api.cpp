@@ -6,7 +6,6 @@
 #include <new>
 #include <sstream>
 
-#include "errors.h"
 #include "nlp.h"
 #include "problem.h"
 
@@ -18,21 +17,7 @@ namespace {
 
 using namespace tarn::optimize;
 
-template <typename Body>
-int guarded(Body body) {
-  try {
-    body();
-    return TARNBLEND_OK;
-  } catch (const ProblemError& e) {
-    return recordError(e.status, e.what());
-  } catch (const std::bad_alloc&) {
-    return recordError(TARNBLEND_ERROR_MEMORY, "out of memory");
-  } catch (const std::exception& e) {
-    return recordError(TARNBLEND_ERROR_INTERNAL, std::string("optimiser fault: ") + e.what());
-  } catch (...) {
-    return recordError(TARNBLEND_ERROR_INTERNAL, "optimiser fault");
-  }
-}
+using tarnblend::guarded;
 
 void need(const void* pointer, const char* what) {
   if (pointer == nullptr) throw ProblemError(TARNBLEND_ERROR_ARGUMENT, std::string(what) + " is a null pointer");

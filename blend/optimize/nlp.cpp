@@ -5,6 +5,7 @@
 #include <IpTNLP.hpp>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace tarn::optimize {
 
@@ -58,7 +59,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
   for (int i = 0; i < components; ++i) {
     const Component& c = p.components[i];
     if (c.minimum <= 0 && !std::isfinite(c.maximum)) continue;
-    Row row{RowKind::Availability};
+    Row row(RowKind::Availability);
     row.component = i;
     row.lower = c.minimum;
     row.upper = std::isfinite(c.maximum) ? c.maximum : kNoBound;
@@ -75,7 +76,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
       if (variable[q][i] >= 0) all.push_back(variable[q][i]);
     }
     if (product.demandMin > 0 || std::isfinite(product.demandMax)) {
-      Row row{RowKind::Demand};
+      Row row(RowKind::Demand);
       row.product = q;
       row.lower = product.demandMin;
       row.upper = std::isfinite(product.demandMax) ? product.demandMax : kNoBound;
@@ -88,7 +89,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
       for (RowKind kind : {RowKind::ShareMin, RowKind::ShareMax}) {
         const double s = kind == RowKind::ShareMin ? share.minimum : share.maximum;
         if (kind == RowKind::ShareMin ? s <= 0 : s >= 1) continue;
-        Row row{kind};
+        Row row(kind);
         row.product = q;
         row.component = share.component;
         row.coefficient = s;
@@ -105,7 +106,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
       for (RowKind kind : {RowKind::RatioMin, RowKind::RatioMax}) {
         const double r = kind == RowKind::RatioMin ? ratio.minimum : ratio.maximum;
         if (!std::isfinite(r)) continue;
-        Row row{kind};
+        Row row(kind);
         row.product = q;
         row.component = ratio.numerator;
         row.other = ratio.denominator;
@@ -198,7 +199,7 @@ void Formulation::addSpecifications(const std::vector<double>& start, Mode elast
     const bool elastic = mode == Mode::Elastic || (mode == Mode::ElasticOne && s == onlySpecification);
     if (elastic && spec.side != TARNBLEND_AT_MAX) relaxUp[s] = variableCount++;
     if (elastic && spec.side != TARNBLEND_AT_MIN) relaxDown[s] = variableCount++;
-    Row row{RowKind::Specification};
+    Row row(RowKind::Specification);
     row.product = spec.product;
     row.specification = s;
     row.lower = spec.side == TARNBLEND_AT_MAX ? -kNoBound : 0.0;
@@ -484,10 +485,10 @@ class BlendNlp : public Ipopt::TNLP {
 
 NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   NlpOutcome out;
-  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(false);
+  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(getenv("IPDEBUG") != nullptr);
   Ipopt::OptionsList& options = *app->Options();
   options.SetStringValue("sb", "yes");  // no banner
-  options.SetIntegerValue("print_level", 0);
+  options.SetIntegerValue("print_level", getenv("IPDEBUG") ? 5 : 0);
   options.SetStringValue("hessian_approximation", "limited-memory");
   options.SetStringValue("nlp_scaling_method", "user-scaling");
   options.SetNumericValue("tol", 1e-9);

@@ -36,10 +36,11 @@ struct Specification {
 };
 
 struct Row {
+  explicit Row(RowKind k) : kind(k) {}
   RowKind kind;
   int product = -1, component = -1, other = -1, specification = -1;
   double coefficient = 0.0;  // share fraction or ratio
-  double lower, upper;
+  double lower = 0.0, upper = 0.0;
   double scale = 1.0;        // typical size of the row's terms
   std::vector<int> variables;  // the non-zeros of the row, in the order evaluate writes them
 };

@@ -46,16 +46,15 @@ Problem::Problem(const tarnblend_model* source) {
   check(tarnblend_input_count(&keys));
   for (int k = 0; k < keys; ++k) {
     const char* key = nullptr;
-    check(tarnblend_input_info(k, &key, nullptr, nullptr, nullptr));
-    int given = 0;
-    check(tarnblend_model_input_given(source, key, &given));
-    if (!given) continue;
-    RecipeCopy::Input input;
-    input.key = key;
     const char* unit = nullptr;
+    int given = 0;
+    check(tarnblend_input_info(k, &key, nullptr, nullptr, nullptr));
     check(tarnblend_model_unit(source, key, &unit));
-    input.unit = unit;
-    for (int i = 0; i < count; ++i) {
+    check(tarnblend_model_input_given(source, key, &given));
+    // Every unit is kept, given or not: blended temperatures the recipe has
+    // no column for follow the unit of its D86 points.
+    RecipeCopy::Input input{key, unit, {}};
+    for (int i = 0; given && i < count; ++i) {
       double value = kMissing;
       check(tarnblend_model_get_property(source, i, key, &value));
       input.values.push_back(value);
@@ -78,6 +77,7 @@ ModelHandle makeModel(const RecipeCopy& recipe, int kind) {
   }
   for (const RecipeCopy::Input& input : recipe.inputs) {
     check(tarnblend_model_set_unit(raw, input.key.c_str(), input.unit.c_str()));
+    if (input.values.empty()) continue;  // not given by the recipe
     for (std::size_t i = 0; i < input.values.size(); ++i) {
       check(tarnblend_model_set_property(raw, static_cast<int>(i), input.key.c_str(), input.values[i],
                                          input.unit.c_str()));

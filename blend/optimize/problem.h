@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "firewall.h"
 #include "tarn/optimize.h"
 
 namespace tarn::optimize {
@@ -19,11 +20,8 @@ inline constexpr double kUnlimited = std::numeric_limits<double>::infinity();
 
 inline bool missing(double value) { return !(value < 1e29) || value != value; }
 
-// A failure with the library's status code and its one-line message.
-struct ProblemError : std::runtime_error {
-  ProblemError(int code, const std::string& message) : std::runtime_error(message), status(code) {}
-  int status;
-};
+// A refused request: the library's status code and its one-line message.
+using ProblemError = tarnblend::Error;
 
 struct ModelDeleter {
   void operator()(tarnblend_model* model) const { tarnblend_model_free(model); }
@@ -38,7 +36,7 @@ struct RecipeCopy {
   std::vector<double> volumes;
   struct Input {
     std::string key, unit;
-    std::vector<double> values;  // per component, TARN_MISSING where missing
+    std::vector<double> values;  // per component (TARN_MISSING where missing); empty when not given
   };
   std::vector<Input> inputs;
   double d86Method = 0.0, dPure = 10.0;

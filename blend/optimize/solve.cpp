@@ -79,10 +79,10 @@ void validate(const Problem& problem, int objective, const Allowed& allowed) {
 }
 
 // Each product's volume, spread over its components in proportion to what
-// the recipe or the availabilities suggest, then fitted in turn to the
-// availabilities and demands (iterative proportional fitting): as near
-// feasible as the volume constraints alone allow.
-std::vector<double> proportionalStart(const Formulation& f) {
+// the recipe or the availabilities suggest (or evenly), then fitted in turn
+// to the availabilities and demands (iterative proportional fitting): as
+// near feasible as the volume constraints alone allow.
+std::vector<double> proportionalStart(const Formulation& f, bool even = false) {
   const Problem& problem = f.problem;
   const std::size_t products = problem.products.size(), components = problem.components.size();
   std::vector<std::vector<double>> v(products, std::vector<double>(components, 0.0));
@@ -94,7 +94,8 @@ std::vector<double> proportionalStart(const Formulation& f) {
     for (std::size_t i = 0; i < components; ++i) {
       if (f.variable[q][i] < 0) continue;
       const Component& c = problem.components[i];
-      weight[i] = c.recipeVolume > 0                ? c.recipeVolume
+      weight[i] = even                              ? 1.0
+                  : c.recipeVolume > 0              ? c.recipeVolume
                   : std::isfinite(c.maximum) && c.maximum > 0 ? std::min(c.maximum, f.volumeScale)
                                                               : fallback;
       weights += weight[i];
@@ -164,7 +165,7 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
         const int v = f.variable[q][i];
         if (v < 0) continue;
         for (const RecipeCopy::Input& input : problem.recipe.inputs) {
-          if (missing(input.values[i])) {
+          if (!input.values.empty() && missing(input.values[i])) {
             suspects.push_back(i);
             trial[v] = 0.0;
             break;
@@ -191,6 +192,33 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
       }
     }
   }
+}
+
+// Whether every limited property blends linearly by volume between two
+// points: each component's blending value (q + V dq/dv_i, its own value for
+// a linear blend) the same at both. Such a problem is a linear programme,
+// whose optimum does not depend on the start.
+bool blendsLinearly(const Formulation& f, const std::vector<double>& a, const std::vector<double>& b) {
+  const std::size_t components = f.problem.components.size();
+  for (std::size_t q = 0; q < f.problem.products.size(); ++q) {
+    std::vector<double> values[2], jacobians[2], volumes[2];
+    double total[2] = {0.0, 0.0};
+    for (int s = 0; s < 2; ++s) {
+      const std::vector<double>& x = s == 0 ? a : b;
+      if (!evaluateProduct(f, x.data(), static_cast<int>(q), values[s], &jacobians[s])) return false;
+      for (double v : productVolumes(f, x.data(), static_cast<int>(q))) total[s] += v;
+    }
+    for (const Limit& limit : f.problem.products[q].limits) {
+      const std::size_t k = static_cast<std::size_t>(limit.property);
+      for (std::size_t i = 0; i < components; ++i) {
+        if (f.variable[q][i] < 0) continue;
+        const double first = values[0][k] + total[0] * jacobians[0][k * components + i];
+        const double second = values[1][k] + total[1] * jacobians[1][k * components + i];
+        if (std::fabs(first - second) > 1e-7 * std::max(1.0, std::fabs(first))) return false;
+      }
+    }
+  }
+  return true;
 }
 
 double usedVolume(const Formulation& f, const std::vector<double>& x, std::size_t component) {
@@ -463,8 +491,17 @@ void solve(Problem& problem) {
   Formulation f(problem, objective, allowed);
   const std::vector<double> start = proportionalStart(f);
   f.addSpecifications(start, Mode::Normal);
-  const NlpOutcome out = solveNlp(f, start);
+  NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
+  // Limits that do not blend linearly (octane interactions, points of the
+  // distillation curve) can leave more than one local optimum: a second
+  // start from an even split of each product, and the better optimum is
+  // kept.
+  if (out.solved && objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)) {
+    NlpOutcome other = solveNlp(f, proportionalStart(f, true));
+    r.iterations += other.iterations;
+    if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);
+  }
   r.solverStatus = statusText(out.status);
   if (out.solved) {
     record(problem, f, out, true);

@@ -339,6 +339,14 @@ void Engine::blendCurve() {
   const int method = m_.d86Method();
   const bool ownPure = m_.dpure() >= 0.0;
   ScopedParameter dpure("GENERICD86", "DPure", m_.dpure(), ownPure);
+  // At its default bisection tolerance (BTol 1e-7) the blended points move
+  // in steps as the fractions change, and gfx_D86's derivatives, one-sided
+  // differences over 0.1 % of a fraction, mostly measure those steps. Held
+  // at 1e-10 the points move smoothly and the derivatives follow them, as an
+  // optimiser needs.
+  constexpr double kSmoothTolerance = 1e-10;
+  ScopedParameter tolerance("GENERICD86", "BTol", kSmoothTolerance,
+                            gfx_getCorParms("GENERICD86", "BTol") > kSmoothTolerance);
   const double pureSpan = ownPure ? m_.dpure() : dpure.saved();
   for (int i : members) {
     const double* curve = &curves[static_cast<std::size_t>(i) * 7];
