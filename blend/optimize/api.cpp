@@ -262,7 +262,7 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_solution(const tarnblend_problem* 
     put(solverStatus, r.solverStatus.c_str());
     put(summary, r.summary.c_str());
     put(iterations, r.iterations);
-    put(objective, r.outcome == TARNBLEND_OPTIMAL ? r.objectiveValue : kMissing);
+    put(objective, r.outcome == TARNBLEND_OPTIMAL || r.outcome == TARNBLEND_FEASIBLE ? r.objectiveValue : kMissing);
   });
 }
 

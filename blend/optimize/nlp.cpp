@@ -5,6 +5,7 @@
 #include <IpTNLP.hpp>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace tarn::optimize {
 
@@ -340,6 +341,7 @@ class BlendNlp : public Ipopt::TNLP {
       }
       g[r] = value;
     }
+    remember(x, g);
     return true;
   }
 
@@ -403,6 +405,32 @@ class BlendNlp : public Ipopt::TNLP {
     out_.multipliers.assign(lambda, lambda + m);
     out_.objective = objective;
     if (data) out_.iterations = data->iter_count();
+  }
+
+  // The best point met so far that satisfies every row, kept in case IPOPT
+  // ends without an answer: near a kink of a distillation point it can
+  // circle an optimum it has already found.
+  void remember(const Number* x, const Number* g) {
+    for (std::size_t r = 0; r < f_.rows.size(); ++r) {
+      const Row& row = f_.rows[r];
+      if ((row.lower - g[r]) / row.scale > kFeasible || (g[r] - row.upper) / row.scale > kFeasible) return;
+    }
+    Number value = 0.0;
+    eval_f(f_.variableCount, x, false, value);
+    if (!best_.empty() && value >= bestObjective_) return;
+    bestObjective_ = value;
+    best_.assign(x, x + f_.variableCount);
+    bestRows_.assign(g, g + f_.rows.size());
+  }
+
+  // After the solve: a failed one falls back on the best feasible point.
+  void conclude() {
+    if (out_.solved || best_.empty()) return;
+    out_.feasibleOnly = true;
+    out_.x = best_;
+    out_.rowValues = bestRows_;
+    out_.multipliers.assign(f_.rows.size(), 0.0);
+    out_.objective = bestObjective_;
   }
 
  private:
@@ -473,9 +501,13 @@ class BlendNlp : public Ipopt::TNLP {
     return true;
   }
 
+  static constexpr double kFeasible = 1e-7;  // violation of a row relative to its scale
+
   const Formulation& f_;
   const std::vector<double>& start_;
   NlpOutcome& out_;
+  std::vector<double> best_, bestRows_;
+  double bestObjective_ = 0.0;
   std::vector<std::vector<double>> values_, jacobians_;
   std::vector<bool> haveValues_, haveJacobian_;
 };
@@ -484,10 +516,10 @@ class BlendNlp : public Ipopt::TNLP {
 
 NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   NlpOutcome out;
-  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(false);
+  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(getenv("IPDEBUG") != nullptr);
   Ipopt::OptionsList& options = *app->Options();
   options.SetStringValue("sb", "yes");  // no banner
-  options.SetIntegerValue("print_level", 0);
+  options.SetIntegerValue("print_level", getenv("IPDEBUG") ? 5 : 0);
   options.SetStringValue("hessian_approximation", "limited-memory");
   options.SetStringValue("nlp_scaling_method", "user-scaling");
   options.SetNumericValue("tol", 1e-9);
@@ -500,15 +532,18 @@ NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   options.SetNumericValue("acceptable_tol", 1e-4);
   options.SetIntegerValue("acceptable_iter", 5);
   options.SetNumericValue("acceptable_constr_viol_tol", 1e-2);
+  options.SetIntegerValue("max_iter", 300);
   options.SetStringValue("mu_strategy", "adaptive");
   if (app->Initialize("") != Ipopt::Solve_Succeeded) {
     out.status = Ipopt::Invalid_Option;
     return out;
   }
-  Ipopt::SmartPtr<Ipopt::TNLP> nlp = new BlendNlp(f, start, out);
+  BlendNlp* blend = new BlendNlp(f, start, out);
+  Ipopt::SmartPtr<Ipopt::TNLP> nlp = blend;
   const Ipopt::ApplicationReturnStatus status = app->OptimizeTNLP(nlp);
   out.status = status;
   out.solved = status == Ipopt::Solve_Succeeded || status == Ipopt::Solved_To_Acceptable_Level;
+  if (!unbounded(status)) blend->conclude();
   if (out.x.empty()) out.x = start;
   return out;
 }

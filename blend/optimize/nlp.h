@@ -69,9 +69,14 @@ struct Formulation {
 struct NlpOutcome {
   int status = 0;  // IPOPT's ApplicationReturnStatus
   bool solved = false;
+  // IPOPT stopped without an answer but passed through points meeting every
+  // row: x is the one with the best objective among them (no multipliers).
+  bool feasibleOnly = false;
   int iterations = 0;
   double objective = 0.0;
   std::vector<double> x, rowValues, multipliers;  // multipliers in IPOPT's sign convention
+
+  bool usable() const { return solved || feasibleOnly; }
 };
 
 // Evaluates product p's model at the volumes of x (properties, and their

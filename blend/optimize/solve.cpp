@@ -343,9 +343,24 @@ std::string relaxationText(const Problem& problem, const Relaxation& x, double a
   const double step = std::pow(10.0, std::floor(std::log10(size)) - 2);
   const std::string shown = number(std::ceil(size / step - 1e-9) * step);
   const std::string unit = limit.propertyUnit.empty() ? "" : " " + withDegrees(limit.propertyUnit);
-  std::string text = limitName(problem, x.product, x.limit, x.side);
-  if (x.side == TARNBLEND_AT_TARGET) return "move " + text + (amount < 0 ? " down" : " up") + " by " + shown + unit;
-  return "relax " + text + " by " + shown + unit;
+  const std::string name = limitName(problem, x.product, x.limit, x.side);
+  if (x.side == TARNBLEND_AT_TARGET) return name + (amount < 0 ? " down" : " up") + " by " + shown + unit;
+  return name + " by " + shown + unit;
+}
+
+// "a, b or c": the limits under one "relax", the targets under one "move".
+std::string choices(const std::vector<std::string>& relaxed, const std::vector<std::string>& moved,
+                    const char* last) {
+  auto list = [&](const std::vector<std::string>& items) {
+    std::string text;
+    for (std::size_t k = 0; k < items.size(); ++k) {
+      text += (k == 0 ? "" : k + 1 == items.size() ? std::string(" ") + last + " " : ", ") + items[k];
+    }
+    return text;
+  };
+  std::string text = relaxed.empty() ? "" : "relax " + list(relaxed);
+  if (!moved.empty()) text += (text.empty() ? "" : std::string(" ") + last + " ") + "move " + list(moved);
+  return text;
 }
 
 std::string summaryOfOptimum(const Problem& problem) {
@@ -368,15 +383,15 @@ std::string summaryOfOptimum(const Problem& problem) {
 }
 
 std::string summaryOfRelaxations(const Problem& problem) {
-  const std::vector<Relaxation>& all = problem.results.relaxations;
-  std::string alone, together;
-  for (const Relaxation& x : all) {
-    if (!missing(x.alone)) alone += (alone.empty() ? "" : " or ") + relaxationText(problem, x, x.alone);
-    if (!missing(x.together) && std::fabs(x.together) > 0) {
-      together += (together.empty() ? "" : " and ") + relaxationText(problem, x, x.together);
-    }
+  std::vector<std::string> alone[2], together[2];  // [limits, targets]
+  for (const Relaxation& x : problem.results.relaxations) {
+    const int kind = x.side == TARNBLEND_AT_TARGET ? 1 : 0;
+    if (!missing(x.alone)) alone[kind].push_back(relaxationText(problem, x, x.alone));
+    if (std::fabs(x.together) > 0) together[kind].push_back(relaxationText(problem, x, x.together));
   }
-  return "no recipe meets every limit: " + (alone.empty() ? together : alone);
+  const bool single = !alone[0].empty() || !alone[1].empty();
+  return "no recipe meets every limit: " +
+         (single ? choices(alone[0], alone[1], "or") : choices(together[0], together[1], "and"));
 }
 
 // The reason the volume constraints alone cannot be met, when it is plain.
@@ -401,7 +416,7 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
   elastic.addSpecifications(start, Mode::Elastic);
   const NlpOutcome out = solveNlp(elastic, start);
   r.iterations += out.iterations;
-  if (!out.solved) {
+  if (!out.usable()) {
     r.outcome = TARNBLEND_INFEASIBLE;
     r.summary = "no recipe meets the volumes asked, whatever the specifications" + volumeShortfall(problem, allowed);
     return;
@@ -433,11 +448,12 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
     const NlpOutcome again = solveNlp(f, volumesOnly);
     r.iterations += again.iterations;
     r.solverStatus = statusText(again.status);
-    if (again.solved) {
-      record(problem, f, again, true);
-      r.outcome = TARNBLEND_OPTIMAL;
+    if (again.usable()) {
+      record(problem, f, again, again.solved);
+      r.outcome = again.solved ? TARNBLEND_OPTIMAL : TARNBLEND_FEASIBLE;
       r.objectiveValue = objectiveValue(problem, objective, r.volumes);
       r.summary = summaryOfOptimum(problem);
+      if (!again.solved) r.summary += " (not proven optimal: " + r.solverStatus + ")";
     } else {
       r.outcome = TARNBLEND_NOT_SOLVED;
       r.summary = std::string("the solver stopped: ") + statusText(again.status);
@@ -457,7 +473,7 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
       from.resize(static_cast<std::size_t>(one.variableCount), 0.0);
       const NlpOutcome single = solveNlp(one, from);
       r.iterations += single.iterations;
-      if (single.solved) alone = amount(one, single, s);
+      if (single.usable()) alone = amount(one, single, s);
     }
     const double together = amount(elastic, out, s);
     const bool given = std::fabs(together) > kRelaxationTolerance * spec.scale;
@@ -494,20 +510,27 @@ void solve(Problem& problem) {
   NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
   // Limits that do not blend linearly (octane interactions, points of the
-  // distillation curve) can leave more than one local optimum: a second
-  // start from an even split of each product, and the better optimum is
-  // kept.
-  if (out.solved && objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)) {
+  // distillation curve) can leave more than one local optimum, and a start
+  // the solver cannot finish from: a second start from an even split of
+  // each product, and the better answer is kept.
+  const bool again = out.solved ? objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)
+                                : !unbounded(out.status);
+  if (again) {
     NlpOutcome other = solveNlp(f, proportionalStart(f, true));
     r.iterations += other.iterations;
-    if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);
+    const bool better = other.solved != out.solved ? other.solved
+                        : other.usable() != out.usable()
+                            ? other.usable()
+                            : other.objective < out.objective - 1e-9 * std::fabs(out.objective);
+    if (better) out = std::move(other);
   }
   r.solverStatus = statusText(out.status);
-  if (out.solved) {
-    record(problem, f, out, true);
-    r.outcome = TARNBLEND_OPTIMAL;
+  if (out.usable()) {
+    record(problem, f, out, out.solved);
+    r.outcome = out.solved ? TARNBLEND_OPTIMAL : TARNBLEND_FEASIBLE;
     r.objectiveValue = objectiveValue(problem, objective, r.volumes);
     r.summary = summaryOfOptimum(problem);
+    if (!out.solved) r.summary += " (not proven optimal: " + r.solverStatus + ")";
     return;
   }
   if (unbounded(out.status) || out.status == kOutOfMemory) {

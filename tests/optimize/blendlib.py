@@ -8,7 +8,7 @@ import os
 import numpy as np
 
 MISSING = 1e30
-OPTIMAL, INFEASIBLE, NOT_SOLVED = 0, 1, 2
+OPTIMAL, INFEASIBLE, NOT_SOLVED, FEASIBLE = 0, 1, 2, 3
 FREE, AT_MIN, AT_MAX, AT_TARGET = 0, 1, 2, 3
 
 _tarn = C.CDLL(os.environ["TARN_LIBRARY"], mode=C.RTLD_GLOBAL)

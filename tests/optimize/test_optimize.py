@@ -9,9 +9,9 @@ import copy
 
 import numpy as np
 import pytest
-from scipy.optimize import brentq, linprog, minimize
+from scipy.optimize import brentq, fsolve, linprog, minimize
 
-from blendlib import AT_MAX, AT_MIN, FREE, INFEASIBLE, MISSING, OPTIMAL, Problem
+from blendlib import AT_MAX, AT_MIN, FEASIBLE, FREE, INFEASIBLE, MISSING, OPTIMAL, Problem
 
 KEYS = ["RVP", "IBP", "T10", "T30", "T50", "T70", "T90", "FBP", "RON", "MON", "ARO", "OLF", "BNZ", "SUL", "EHO",
         "ETOH", "SPG"]
@@ -248,3 +248,66 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
         h = 2e-5 * max(1.0, abs(base))
         slope = (moved(h) - moved(-h)) / (2 * h)
         assert reported == pytest.approx(slope, rel=0.02, abs=1e-6 * abs(solved.objective)), path
+
+
+INFEASIBLE_CASES = {
+    "vapour pressure below every component's reach": [{"property": "RVP", "max": 4.0}],
+    "three limits, any one of which can give": [{"property": "AKI", "min": 91}, {"property": "T90", "max": 300},
+                                                {"property": "RVP", "max": 7.0}],
+}
+
+
+@pytest.mark.parametrize("name", INFEASIBLE_CASES)
+def test_least_relaxations_are_least_and_enough(name):
+    """Each limit that alone can restore feasibility, moved by its reported
+    least relaxation (and a hair more), gives a recipe; moved by 97 % of it,
+    none."""
+    limits = INFEASIBLE_CASES[name]
+    spec = problem([{"name": "Regular", "demand": 8000, "limits": limits}])
+    solved = Problem(spec)
+    assert solved.solve() == INFEASIBLE
+    alone = [r for r in solved.relaxations() if r["alone"] != MISSING]
+    assert alone and solved.summary.startswith("no recipe meets every limit: relax ")
+    for relaxation in alone:
+        side = "min" if relaxation["side"] == AT_MIN else "max"
+        assert f'{limits[relaxation["limit"]]["property"]} {side} by' in solved.summary
+        outcomes = []
+        for share in (1.001, 0.97):
+            moved = copy.deepcopy(spec)
+            limit = moved["products"][0]["limits"][relaxation["limit"]]
+            limit[side] += share * relaxation["alone"] * (1 if side == "max" else -1)
+            outcomes.append(Problem(moved).solve())
+        assert outcomes[0] in (OPTIMAL, FEASIBLE) and outcomes[1] == INFEASIBLE, (relaxation, outcomes)
+
+
+RECIPE = {name: most / 2 for name, _, most, *_ in TABLE}
+BACK_SOLVING = {
+    "how much butane for 9.0 psi": ({"RVP": 9.0}, ["Butane"]),
+    "how much alkylate for 89 AKI": ({"AKI": 89.0}, ["Alkylate"]),
+    "butane and alkylate for 9.0 psi and 89 AKI": ({"RVP": 9.0, "AKI": 89.0}, ["Butane", "Alkylate"]),
+}
+
+
+@pytest.mark.parametrize("name", BACK_SOLVING)
+def test_back_solving_finds_the_volumes_a_root_finder_finds(name):
+    targets, free = BACK_SOLVING[name]
+    spec = {"units": UNITS, "products": [
+        {"name": "Blend", "targets": [{"property": key, "value": value} for key, value in targets.items()]}],
+        "components": [dict({"name": n, "volume": v, "properties": DATA[n]}, **({} if n in free else {"fixed": v}))
+                       for n, v in RECIPE.items()]}
+    solved = Problem(spec)
+    assert solved.solve() == OPTIMAL, solved.summary
+    found = solved.volumes(0)[[NAMES.index(n) for n in free]]
+    model = solved.model(0)
+    keys = [model.index(key) for key in targets]
+
+    def residual(free_volumes):
+        volumes = np.array([RECIPE[n] for n in NAMES])
+        volumes[[NAMES.index(n) for n in free]] = free_volumes
+        return model.evaluate(volumes)[0][keys] - np.array(list(targets.values()))
+    if len(free) == 1:
+        reference = [brentq(lambda b: residual([b])[0], 0.0, 20000.0, xtol=1e-9)]
+    else:
+        reference = fsolve(residual, [RECIPE[n] for n in free], xtol=1e-12)
+    assert found == pytest.approx(reference, rel=1e-6)
+    assert all(n in solved.summary for n in free)

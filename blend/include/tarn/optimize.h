@@ -54,6 +54,8 @@
 #define TARNBLEND_OPTIMAL 0      /* a recipe meeting every limit; the solver's optimum */
 #define TARNBLEND_INFEASIBLE 1   /* no recipe meets every limit: see the relaxations */
 #define TARNBLEND_NOT_SOLVED 2   /* the solver stopped without an answer (its status says why) */
+#define TARNBLEND_FEASIBLE 3     /* the solver stopped without proving an optimum; the recipe is the best
+                                    it met that meets every limit (no shadow prices) */
 
 /* ---- Which side of a limit binds (or is relaxed) ------------------------ */
 #define TARNBLEND_FREE 0
@@ -168,7 +170,7 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_product_info(const tarnblend_probl
 /* ---- Solving ------------------------------------------------------------ */
 
 /* Solves the problem; *outcome (may be null) receives TARNBLEND_OPTIMAL,
- * _INFEASIBLE or _NOT_SOLVED. A problem that cannot be posed returns an
+ * _FEASIBLE, _INFEASIBLE or _NOT_SOLVED. A problem that cannot be posed returns an
  * error with the reason: no product (TARNBLEND_ERROR_STATE), a cost or
  * margin objective with a component or product lacking its cost or price
  * (TARNBLEND_ERROR_VALUE), a limited property that the recipe cannot give
@@ -183,7 +185,7 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_solve(tarnblend_problem* problem, 
  * "relax RVP max by 0.35 psi or T50 min by 4 °F"), the solver's iterations
  * over all the solves it took, and the objective (cost, margin, or for
  * least change the sum of squared changes relative to the total volume;
- * TARN_MISSING unless optimal). Outputs may be null. */
+ * TARN_MISSING unless optimal or feasible). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_solution(const tarnblend_problem* problem, int* outcome,
                                                        const char** solverStatus, const char** summary,
                                                        int* iterations, double* objective);
