@@ -532,7 +532,7 @@ NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   options.SetNumericValue("acceptable_tol", 1e-4);
   options.SetIntegerValue("acceptable_iter", 5);
   options.SetNumericValue("acceptable_constr_viol_tol", 1e-2);
-  options.SetIntegerValue("max_iter", 300);
+  options.SetIntegerValue("max_iter", 200);
   options.SetStringValue("mu_strategy", "adaptive");
   if (app->Initialize("") != Ipopt::Solve_Succeeded) {
     out.status = Ipopt::Invalid_Option;

@@ -510,19 +510,20 @@ void solve(Problem& problem) {
   NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
   // Limits that do not blend linearly (octane interactions, points of the
-  // distillation curve) can leave more than one local optimum, and a start
-  // the solver cannot finish from: a second start from an even split of
-  // each product, and the better answer is kept.
-  const bool again = out.solved ? objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)
-                                : !unbounded(out.status);
-  if (again) {
+  // distillation curve) can leave more than one local optimum: a second
+  // start from an even split of each product, and the better answer is kept.
+  // (A failed first start goes to the elastic problem, which either finds
+  // what to relax or a feasible point to start again from.)
+  if (out.solved && objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)) {
     NlpOutcome other = solveNlp(f, proportionalStart(f, true));
     r.iterations += other.iterations;
-    const bool better = other.solved != out.solved ? other.solved
-                        : other.usable() != out.usable()
-                            ? other.usable()
-                            : other.objective < out.objective - 1e-9 * std::fabs(out.objective);
-    if (better) out = std::move(other);
+    if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);
+  }
+  if (out.feasibleOnly) {
+    // A feasible point is known: starting from it often finishes.
+    NlpOutcome other = solveNlp(f, out.x);
+    r.iterations += other.iterations;
+    if (other.solved || (other.feasibleOnly && other.objective < out.objective)) out = std::move(other);
   }
   r.solverStatus = statusText(out.status);
   if (out.usable()) {
