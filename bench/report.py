@@ -5,8 +5,8 @@ usage: report.py BENCH_JSON [PYTHON_JSON] > BENCHMARKS.md
 
 BENCH_JSON is written by build/bench/tarn_bench with --benchmark_out; every
 figure is the median CPU time over the repetitions of that run. PYTHON_JSON,
-when given, is written by bench/python_batch.py (the Python package's
-many-rows evaluation) and adds its rows to the batch table.
+when given, is written by bench/python_batch.py (the Python package against
+the same formulas in plain Python) and adds the Python rows.
 """
 
 import json
@@ -23,6 +23,8 @@ FAMILIES = [
 SINGLE_INPUT_TARGET = 1.15
 D86_ROW_TARGET = 1.2
 PYTHON_TARGET = 3.0
+BLEND_MODEL_TARGET_US = 1000.0
+PYTHON_EVALUATE_TARGET_NS = 3000.0
 
 REPRODUCE = """\
 ```sh
@@ -30,7 +32,7 @@ cmake --preset default && cmake --build --preset default -j2
 build/bench/tarn_bench --benchmark_repetitions=9 --benchmark_min_time=0.1 \\
     --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \\
     --benchmark_out=build/bench.json --benchmark_out_format=json
-/usr/bin/python3 bench/python_batch.py --out build/python_batch.json   # needs NumPy for the array path
+/usr/bin/python3 bench/python_batch.py --out build/python_batch.json
 /usr/bin/python3 bench/report.py build/bench.json build/python_batch.json > BENCHMARKS.md
 ```"""
 
@@ -189,6 +191,18 @@ def main(argv):
         target_rows.append(("Python many-rows evaluation / C batch loop, RVPINDEX, 10^6 rows",
                             f"≤ {PYTHON_TARGET}", f"{ratio:.2f}",
                             "met" if ratio <= PYTHON_TARGET else "not met"))
+    one_input = python_per_call(python, "python/evaluate/RVPINDEX/package")
+    if one_input is not None:
+        target_rows.append(("Python evaluate(), one-input correlation (RVPINDEX), per call",
+                            f"≤ {fmt_ns(PYTHON_EVALUATE_TARGET_NS)}", fmt_ns(one_input),
+                            "met" if one_input <= PYTHON_EVALUATE_TARGET_NS else "not met"))
+    blend_model = {arg(name, "derivatives"): entry["ns"] for name, entry in m.items()
+                   if name.startswith("BM_BlendModel/")}
+    if 1 in blend_model:
+        us = blend_model[1] / 1e3
+        target_rows.append(("Blend model, 10 components, every property with all derivatives",
+                            f"< {BLEND_MODEL_TARGET_US:.0f} µs", fmt_ns(blend_model[1]),
+                            "met" if us < BLEND_MODEL_TARGET_US else "not met"))
     say(table(["target", "goal", "this run", ""], target_rows) + "\n")
 
     # ---- catalogue ----------------------------------------------------------
@@ -224,6 +238,13 @@ def main(argv):
                    "row / blend"],
                   [(n, fmt_ns(v), fmt_ns(d), fmt_ratio(d, v), fmt_ns(r), fmt_x(ratio))
                    for n, v, d, r, ratio in d86_rows]) + "\n")
+    if blend_model:
+        say("The blend model (`tarnblend_model_evaluate_at`, a 10-component gasoline, 38 "
+            "properties): every property at new volumes, and with the derivatives of each with "
+            "respect to every volume.\n")
+        say(table(["values", "with derivatives", "with/without"],
+                  [(fmt_ns(blend_model.get(0)), fmt_ns(blend_model.get(1)),
+                    fmt_ratio(blend_model.get(1), blend_model.get(0)))]) + "\n")
     find = sorted((arg(name, "n"), e["ns"]) for name, e in m.items()
                   if name.startswith("BM_FindPoints/"))
     if find:
@@ -253,12 +274,45 @@ def main(argv):
             base = batch_ns(m, "BM_RvpIndexBatch/", flag)
             if ns is not None:
                 batch.append((what, label, fmt_ns(ns), fmt_ratio(ns, base)))
+    plain = batch_ns(python, "python/batch/plain", 0)
+    if plain is not None:
+        batch.append(("Python, the formula in plain Python over a list", "values", fmt_ns(plain),
+                      fmt_ratio(plain, batch_ns(m, "BM_RvpIndexBatch/", 0))))
     if batch:
         say("## Many rows\n")
         say("RVPINDEX over 10^6 rows; cost per row, and its ratio to the C batch loop.\n")
         say(table(["evaluation", "", "per row", "/ C batch"], batch) + "\n")
 
+    # ---- Python against plain Python ------------------------------------------
+    python_rows = []
+    for what, package, plain in (
+            ("evaluate(), RVPINDEX (one input), per call", "python/evaluate/RVPINDEX/package",
+             "python/evaluate/RVPINDEX/plain"),
+            ("evaluate(), CETANEINDEX4 (four inputs), per call",
+             "python/evaluate/CETANEINDEX4/package", "python/evaluate/CETANEINDEX4/plain"),
+            ("evaluate_many(), RVPINDEX, NumPy array, per row", "python/batch/numpy/derivatives:0",
+             "python/batch/plain/derivatives:0"),
+            ("evaluate_many(), RVPINDEX, list of rows, per row", "python/batch/list/derivatives:0",
+             "python/batch/plain/derivatives:0")):
+        a, b = python_per_call(python, package), python_per_call(python, plain)
+        if a is not None and b is not None:
+            python_rows.append((what, fmt_ns(a), fmt_ns(b), fmt_ratio(a, b)))
+    if python_rows:
+        say("## Python package against plain Python\n")
+        say("The package's `evaluate` and `evaluate_many` next to the same formula written in "
+            "plain Python (RVP^1.25; the ASTM D4737 four-variable cetane index, which the "
+            "benchmark first checks gives the library's value). A single evaluation pays for "
+            "the call into the library and the checks on its inputs and outputs; many rows "
+            "from an array pay for them once.\n")
+        say(table(["evaluation", "package", "plain Python", "package / plain"], python_rows) + "\n")
+
     sys.stdout.write("\n".join(out))
+
+
+def python_per_call(source, name):
+    """Median ns per call (or per row) of one Python benchmark, or None."""
+    entry = source.get(name)
+    return None if entry is None else entry["ns"] / float(entry["run"].get("rows", 1))
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@
 namespace tarnblend {
 namespace {
 
+constexpr double kCurveTolerance = 1e-12;  // bisection tolerance of the curve blend
 constexpr const char* kMethodNames[] = {"HC94", "THREEA11", "SIXORDER", "ETHYLS", "none", "ETHYLS-EXACT"};
 
 // Sets a libtarn parameter for the length of a scope and puts the caller's
@@ -45,6 +46,12 @@ void percentGrid(double grid[7]) {
 }
 
 const char* pointName(int k) { return inputInfo(kCurvePoints[k]).key; }
+
+// The blended curve's seven points, as properties and as operands of a chain.
+constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
+                                 Property::T70, Property::T90, Property::FBP};
+constexpr Operand kPointOperands[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
+                                       {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
 
 }  // namespace
 
@@ -281,8 +288,6 @@ bool Engine::curveFalls(const double* curve, std::string& where) const {
 }
 
 void Engine::blendCurve() {
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   auto failAll = [&](const std::string& reason) {
     for (Property p : kPoints) fail(p, reason);
   };
@@ -339,14 +344,12 @@ void Engine::blendCurve() {
   const int method = m_.d86Method();
   const bool ownPure = m_.dpure() >= 0.0;
   ScopedParameter dpure("GENERICD86", "DPure", m_.dpure(), ownPure);
-  // At its default bisection tolerance (BTol 1e-7) the blended points move
-  // in steps as the fractions change, and gfx_D86's derivatives, one-sided
-  // differences over 0.1 % of a fraction, mostly measure those steps. Held
-  // at 1e-10 the points move smoothly and the derivatives follow them, as an
-  // optimiser needs.
-  constexpr double kSmoothTolerance = 1e-10;
-  ScopedParameter tolerance("GENERICD86", "BTol", kSmoothTolerance,
-                            gfx_getCorParms("GENERICD86", "BTol") > kSmoothTolerance);
+  // The fraction derivatives are differences over a step of a thousandth of
+  // the fraction: the curve search must be much finer than that step for a
+  // small component's derivatives to hold, so it runs to a tighter tolerance
+  // than libtarn's default (BTol 1e-7).
+  const double tolerance = gfx_getCorParms("GENERICD86", "BTol");
+  ScopedParameter fine("GENERICD86", "BTol", kCurveTolerance, !(tolerance <= kCurveTolerance));
   const double pureSpan = ownPure ? m_.dpure() : dpure.saved();
   for (int i : members) {
     const double* curve = &curves[static_cast<std::size_t>(i) * 7];
@@ -420,12 +423,14 @@ void Engine::blendCurve() {
   }
 }
 
+void Engine::blendedCurve(double curve[7]) const {
+  for (int k = 0; k < 7; ++k) curve[k] = value(kPoints[k]);
+}
+
 void Engine::evaporatedAt(Property out, double fahrenheit) {
   if (!needs(out, {Property::IBP})) return;
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   double c[7], g[7];
-  for (int k = 0; k < 7; ++k) c[k] = value(kPoints[k]);
+  blendedCurve(c);
   const double percent = gfx_DistillCurve(c, 1, fahrenheit);
   if (isMissing(percent)) return fail(out, "the blended curve has a flat stretch, so it gives no single percent");
   set(out, percent);
@@ -447,17 +452,13 @@ void Engine::evaporatedAt(Property out, double fahrenheit) {
     d[lower] = rise * (fahrenheit - b) / ((b - a) * (b - a));
     d[upper] = -rise * (fahrenheit - a) / ((b - a) * (b - a));
   }
-  const Operand points[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
-                             {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
-  chain(out, d, 1, points, 7);
+  chain(out, d, 1, kPointOperands, 7);
 }
 
 void Engine::temperatureAt(Property out, double percent) {
   if (!needs(out, {Property::IBP})) return;
-  constexpr Property kPoints[7] = {Property::IBP, Property::T10, Property::T30, Property::T50,
-                                   Property::T70, Property::T90, Property::FBP};
   double c[7], g[7];
-  for (int k = 0; k < 7; ++k) c[k] = value(kPoints[k]);
+  blendedCurve(c);
   const double t = gfx_DistillCurve(c, 2, percent);
   if (isMissing(t)) return fail(out, "the blended curve has a flat stretch");
   set(out, t);
@@ -475,9 +476,7 @@ void Engine::temperatureAt(Property out, double percent) {
     d[upper - 1] = 1.0 - share;
     d[upper] = share;
   }
-  const Operand points[7] = {{kPoints[0]}, {kPoints[1]}, {kPoints[2]}, {kPoints[3]},
-                             {kPoints[4]}, {kPoints[5]}, {kPoints[6]}};
-  chain(out, d, 1, points, 7);
+  chain(out, d, 1, kPointOperands, 7);
 }
 
 }  // namespace tarnblend

@@ -86,6 +86,7 @@ class Engine {
 
  private:
   bool curveFalls(const double* curve, std::string& where) const;
+  void blendedCurve(double curve[7]) const;  // IBP..FBP of the blend, degrees F
 
   Model& m_;
   Workspace& work_;

@@ -185,6 +185,12 @@ std::string squeeze(const std::string& text) {
   return out;
 }
 
+std::string lower(const std::string& text) {
+  std::string out;
+  for (char c : text) out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
 std::string upper(const std::string& text) {
   std::string out;
   for (char c : text) out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -312,7 +318,7 @@ Grade readCsv(const std::string& text, const std::string& path) {
   for (int k = 0; k < 4; ++k) {
     if (columns[k] < 0) {
       throw Error(TARNBLEND_ERROR_FILE, path + ":" + std::to_string(header->line) + ": no column '" +
-                                            std::string(names[k]) + "' (columns: property, min, max, unit, source)");
+                                            lower(names[k]) + "' (columns: property, min, max, unit, source)");
     }
   }
   Grade grade;
@@ -330,7 +336,7 @@ Grade readCsv(const std::string& text, const std::string& path) {
       const std::string text4 = cell(k);
       if (text4.empty()) return kMissing;
       const auto value = csv::parseNumber(text4, semicolons);
-      if (!value) throw Error(TARNBLEND_ERROR_FILE, where(k) + names[k] + " is not a number: '" + text4 + "'");
+      if (!value) throw Error(TARNBLEND_ERROR_FILE, where(k) + (k == 1 ? "min" : "max") + " is not a number: '" + text4 + "'");
       return *value;
     };
     const double minimum = bound(1), maximum = bound(2);

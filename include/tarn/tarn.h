@@ -84,6 +84,11 @@ TARN_API int TARN_CALL gfx_tarnInitializeCoefs(void);
 /* Calls TARNUninitialize(). Returns 0, also when called twice. */
 TARN_API int TARN_CALL gfx_tarnFree(void);
 
+/* The library's release version, "MAJOR.MINOR.PATCH" (not the ABI version of
+ * the SONAME). A constant string owned by the library; never null. Callable
+ * before start-up. */
+TARN_API const char* TARN_CALL tarn_GetVersion(void);
+
 /* ---- Catalogue of the built-in correlations ------------------------------ */
 /* Correlations are numbered 0..56. Text results are copied NUL-terminated
  * into caller buffers (sizes above). A null result pointer is tolerated:

@@ -1,14 +1,27 @@
-"""Finding and loading libtarn, and the C prototypes of the functions used."""
+"""Finding and loading TARN's shared libraries and declaring the C prototypes
+the package calls.
+
+One loader serves every library of the product: libtarn (the correlations)
+now, the blend-model library later. A library is looked for, in order, at the
+path its environment variable names, beside the package when both were
+installed by `cmake --install`, in the CMake build folder of the source
+checkout the package sits in, and on the system's library path.
+"""
+
+from __future__ import annotations
 
 import ctypes
 import ctypes.util
+import importlib
 import os
+from dataclasses import dataclass
 from pathlib import Path
+from typing import Any, Dict, Iterator, List, Optional, Sequence, Tuple
 
 c_int_p = ctypes.POINTER(ctypes.c_int)
 c_double_p = ctypes.POINTER(ctypes.c_double)
 
-# Buffer sizes of the C interface (terminator included), from tarn/tarn.h and
+# Buffer sizes of the C interface (terminator included): tarn/tarn.h and
 # tarn/corparms.h.
 ID_SIZE = 19
 DESC_SIZE = 24
@@ -17,12 +30,13 @@ COEF_NAME_SIZE = 9
 MESSAGE_SIZE = 69
 KEYWORD_SIZE = 20
 
-# name: (restype, argtypes); functions that may be absent are marked optional.
-_PROTOTYPES = {
+Prototype = Tuple[Any, List[Any]]
+
+TARN_PROTOTYPES: Dict[str, Prototype] = {
+    "tarn_GetVersion": (ctypes.c_char_p, []),
     "gfx_tarnInitializeAllocate": (ctypes.c_int, [ctypes.c_void_p]),
     "gfx_tarnInitializeCoefs": (ctypes.c_int, []),
     "TARNReset": (ctypes.c_int, []),
-    "gfx_tarnFree": (ctypes.c_int, []),
     "gfx_tarnGetCorrelationCount": (ctypes.c_int, [c_int_p]),
     "gfx_tarnGetCorrelationId": (ctypes.c_int, [ctypes.c_int, ctypes.c_char_p]),
     "gfx_tarnGetCorrelationDesc": (ctypes.c_int, [ctypes.c_int, ctypes.c_char_p]),
@@ -52,50 +66,78 @@ _PROTOTYPES = {
     "tarn_GetActualNumberOutput": (ctypes.c_int, [ctypes.c_int]),
 }
 
-ENVIRONMENT_VARIABLE = "TARN_LIBRARY"
+
+@dataclass(frozen=True)
+class LibrarySpec:
+    """How to find one of the product's shared libraries."""
+    stem: str                  # "tarn" for libtarn.so
+    soversion: str             # the SONAME's ABI version
+    variable: str              # environment variable naming the file
+    build_path: str            # the file, relative to a CMake build folder
+    prototypes: Dict[str, Prototype]
+
+
+TARN = LibrarySpec("tarn", "1", "TARN_LIBRARY", "libtarn.so", TARN_PROTOTYPES)
+
+# The CMake build folders of a source checkout, as the presets name them.
+BUILD_FOLDERS = ("build", "build-debug")
 
 
 class LibraryNotFound(OSError):
-    """libtarn could not be found or loaded."""
+    """A TARN library could not be found or loaded."""
 
 
-def _candidates():
-    """Where to look for the library, in order, with a label for each."""
-    explicit = os.environ.get(ENVIRONMENT_VARIABLE)
+def installed_directory() -> Optional[Path]:
+    """The library folder recorded by `cmake --install` when it placed this
+    package beside the library, or None for a package installed otherwise."""
+    try:
+        installed = importlib.import_module(__package__ + "._installed")  # written at install
+    except ImportError:
+        return None
+    return (Path(__file__).resolve().parent / str(installed.LIBRARY_DIRECTORY)).resolve()
+
+
+def _candidates(spec: LibrarySpec) -> Iterator[Tuple[str, str]]:
+    """Where to look for a library, in order, each with where it came from."""
+    explicit = os.environ.get(spec.variable)
     if explicit:
-        yield explicit, "$" + ENVIRONMENT_VARIABLE
+        yield explicit, "$" + spec.variable
         return
-    # A source checkout: python/tarn/ sits next to the CMake build folder.
+    installed = installed_directory()
+    if installed is not None:
+        yield str(installed / ("lib%s.so.%s" % (spec.stem, spec.soversion))), "installed beside the package"
     root = Path(__file__).resolve().parent.parent.parent
-    for build in ("build", "build-debug"):
-        path = root / build / "libtarn.so"
-        if path.exists():
-            yield str(path), "build tree"
-    found = ctypes.util.find_library("tarn")
+    if (root / "CMakeLists.txt").is_file():
+        for build in BUILD_FOLDERS:
+            path = root / build / spec.build_path
+            if path.exists():
+                yield str(path), "build tree"
+    found = ctypes.util.find_library(spec.stem)
     if found:
         yield found, "system library path"
-    yield "libtarn.so.1", "system library path"
+    yield "lib%s.so.%s" % (spec.stem, spec.soversion), "system library path"
 
 
-def load(path=None):
-    """Loads libtarn (from `path` when given) and declares its prototypes."""
-    tried = []
-    candidates = [(path, "argument")] if path else _candidates()
+def load(spec: LibrarySpec, path: Optional[str] = None) -> ctypes.CDLL:
+    """Loads a library (from `path` when given) and declares its prototypes.
+    The returned handle carries the file it came from as `tarn_path`."""
+    tried: List[str] = []
+    candidates: Sequence[Tuple[str, str]] = [(path, "argument")] if path else list(_candidates(spec))
     for candidate, origin in candidates:
         try:
             library = ctypes.CDLL(candidate)
         except OSError as error:
             tried.append("%s (%s): %s" % (candidate, origin, error))
             continue
-        for name, (restype, argtypes) in _PROTOTYPES.items():
+        for name, (restype, argtypes) in spec.prototypes.items():
             try:
                 function = getattr(library, name)
             except AttributeError:
-                raise LibraryNotFound("%s does not export %s: is it an older TARN?" % (candidate, name))
+                raise LibraryNotFound("%s does not export %s: is it an older lib%s?"
+                                      % (candidate, name, spec.stem)) from None
             function.restype = restype
             function.argtypes = argtypes
-        library.tarn_path = candidate
+        setattr(library, "tarn_path", candidate)
         return library
-    raise LibraryNotFound(
-        "libtarn not found; set %s to the path of libtarn.so. Tried: %s"
-        % (ENVIRONMENT_VARIABLE, "; ".join(tried) or "nothing"))
+    raise LibraryNotFound("lib%s not found; set %s to the path of lib%s.so. Tried: %s"
+                          % (spec.stem, spec.variable, spec.stem, "; ".join(tried) or "nothing"))

@@ -8,8 +8,10 @@
 #include "tarn/distill.h"
 #include "tarn/bml.h"
 #include "tarn/ubml.h"
+#include "tarn/blend.h"
 
 #include <stdio.h>
+#include <string.h>
 
 int main(void) {
   /* Touch one function of each header so the link proves the exports exist. */
@@ -31,9 +33,25 @@ int main(void) {
                gfx_ubmlGetCorrelationCount(&userCount) == UBML_STATUS_NOT_BOUND &&
                gfx_bmlGenCalc(9, 0, 0, 0.0, rvp, rvpIndex, NULL) == TARN_STATUS_OK &&
                rvpIndex[0] == index;
+  /* The blend library: a one-component blend is that component. */
+  tarnblend_model* model = NULL;
+  double rvpBlend = 0.0;
+  int k = -1, product = 0;
+  int blended = tarnblend_model_create(TARNBLEND_GASOLINE, &model) == TARNBLEND_OK &&
+                tarnblend_model_add_component(model, "A", NULL) == TARNBLEND_OK &&
+                tarnblend_model_set_property(model, 0, "RVP", 8.0, "psi") == TARNBLEND_OK &&
+                tarnblend_model_set_volume(model, 0, 1.0) == TARNBLEND_OK &&
+                tarnblend_model_evaluate(model, 0) == TARNBLEND_OK &&
+                tarnblend_model_property_find(model, "RVP", &k) == TARNBLEND_OK &&
+                tarnblend_model_result(model, k, &rvpBlend, NULL, NULL, NULL, NULL) == TARNBLEND_OK &&
+                tarnblend_product_parse("diesel", &product) == TARNBLEND_OK && product == TARNBLEND_DIESEL;
+  tarnblend_model_free(model);
+  /* The version the library reports is the build's project version. */
+  int versioned = strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;
   gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed) {
+  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed ||
+      !versioned || !blended || rvpBlend < 7.999999 || rvpBlend > 8.000001) {
     fprintf(stderr, "C host could not use the library\n");
     return 1;
   }

@@ -154,9 +154,11 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
     for (const char* p : points) curves.push_back(s.column(std::string(p) + "[F]")[i]);
   }
   // The report takes components boiling within 10 F (butane, ethanol) as pure
-  // compounds that keep their curves through the TBP conversion.
+  // compounds that keep their curves through the TBP conversion, and searches
+  // the blended curve to a bisection tolerance of 1e-12.
   double curve[7];
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "DPure", 10.0), 0);
+  ASSERT_EQ(gfx_setCorParms("GENERICD86", "BTol", 1e-12), 0);
   ASSERT_EQ(gfx_D86(n, fractions.data(), curves.data(), curve, nullptr, 0, 0, 'F'), 0);
   for (int k = 0; k < 7; ++k) EXPECT_NEAR(figure(report, points[k]), curve[k], 1e-9) << points[k];
 
@@ -402,6 +404,33 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
     EXPECT_EQ(r.out, "");
   }
+}
+
+// A grade check: off-specification has its own exit status (3) and the
+// failing limit is named; a diesel recipe gets distillate figures only.
+TEST_F(CliTest, GradeChecksAndProductKinds) {
+  const Outcome offSpec = run({"blend", "--json", "--grade", "US-CONVENTIONAL", "--class", "9.0"});
+  EXPECT_EQ(offSpec.code, 3) << offSpec.err;
+  const Json report = Json::parse(offSpec.out);
+  EXPECT_EQ(report["grade"]["failures"], 1);
+  EXPECT_EQ(report["grade"]["limits"][0]["property"], "RVP");
+  EXPECT_EQ(report["grade"]["limits"][0]["verdict"], "FAIL");
+  EXPECT_NEAR(report["grade"]["limits"][0]["margin"].get<double>(), 9.0 - figure(report, "RVP"), 1e-9);
+  const Outcome unknown = run({"blend", "--grade", "EN228", "--class", "Q"});
+  EXPECT_EQ(unknown.code, 2);
+  EXPECT_NE(unknown.err.find("EN228 has no class 'Q' (classes: A,D,D1)"), std::string::npos) << unknown.err;
+  EXPECT_EQ(Json::parse(run({"grades", "--json"}).out).size(), 7u);
+
+  TempFile diesel("NAME,VOLUME[m3],DEN[kg/m3],IBP[C],T10[C],T50[C],T90[C],FBP[C],FLASH[C],SUL[mg/kg]\n"
+                  "Gasoil,70,845,180,215,270,335,360,70,8\nKerosene,30,800,150,170,205,245,265,45,5\n");
+  const Outcome d = run({"blend", diesel.path(), "--product", "diesel", "--json", "--grade", "EN590", "--class", "C"});
+  EXPECT_EQ(d.code, 0) << d.err;
+  const Json blend = Json::parse(d.out);
+  EXPECT_EQ(blend["product"], "diesel");
+  EXPECT_TRUE(blend["blend"].contains("CI4"));
+  EXPECT_FALSE(blend["blend"].contains("RON"));
+  EXPECT_FALSE(blend["blend"].contains("E200"));
+  EXPECT_GT(blend["grade"]["unchecked"].get<int>(), 0);  // CFPP, viscosity ... are not in this recipe
 }
 
 // A missing cell is missing: the figures that need it say why, the others

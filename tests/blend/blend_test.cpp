@@ -1,0 +1,400 @@
+// The blend model: derivatives against central differences of the model
+// itself, identities of blending, published reference points, units, and
+// the answers to missing or bad input.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "blend_support.h"
+#include "tarn/corparms.h"
+#include "tarn/distill.h"
+
+namespace {
+
+using namespace blendtest;
+
+class BlendTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(gfx_tarnInitializeAllocate(nullptr), 0); }
+  void TearDown() override {
+    TARNReset();
+    gfx_tarnInitializeCoefs();
+  }
+};
+
+struct Snapshot {
+  std::vector<double> values;
+  std::vector<int> statuses;
+};
+
+Snapshot evaluateAt(tarnblend_model* m, const std::vector<double>& volumes) {
+  int count = 0;
+  tarnblend_model_property_count(m, &count);
+  Snapshot s{std::vector<double>(static_cast<std::size_t>(count)), std::vector<int>(static_cast<std::size_t>(count))};
+  EXPECT_EQ(tarnblend_model_set_volumes(m, volumes.data(), static_cast<int>(volumes.size())), TARNBLEND_OK);
+  EXPECT_EQ(tarnblend_model_evaluate(m, 0), TARNBLEND_OK) << tarnblend_last_error();
+  tarnblend_model_values(m, s.values.data(), s.statuses.data(), count);
+  return s;
+}
+
+// Every derivative the model reports against the central difference of its
+// own values (one-sided for a component without volume, which cannot go
+// below zero). libtarn's curve blend and emission models give their
+// derivatives by differences of their own, hence the relative tolerance.
+// Returns the number of derivatives compared.
+int expectDerivativesMatchDifferences(tarnblend_model* m, double relative) {
+  int n = 0, count = 0;
+  tarnblend_model_component_count(m, &n);
+  tarnblend_model_property_count(m, &count);
+  std::vector<double> volumes(static_cast<std::size_t>(n));
+  double total = 0.0;
+  for (int i = 0; i < n; ++i) {
+    tarnblend_model_volume(m, i, &volumes[static_cast<std::size_t>(i)]);
+    total += volumes[static_cast<std::size_t>(i)];
+  }
+  std::vector<double> values(static_cast<std::size_t>(count)), jacobian(static_cast<std::size_t>(count * n));
+  EXPECT_EQ(tarnblend_model_evaluate_at(m, volumes.data(), n, values.data(), jacobian.data()), TARNBLEND_OK);
+  int compared = 0;
+  for (int i = 0; i < n; ++i) {
+    const double h = 1e-4 * total;
+    const bool oneSided = volumes[static_cast<std::size_t>(i)] == 0.0;
+    std::vector<double> up = volumes, down = volumes;
+    up[static_cast<std::size_t>(i)] += h;
+    if (!oneSided) down[static_cast<std::size_t>(i)] -= h;
+    const Snapshot plus = evaluateAt(m, up), minus = evaluateAt(m, down);
+    for (int k = 0; k < count; ++k) {
+      if (plus.statuses[static_cast<std::size_t>(k)] != TARNBLEND_COMPUTED ||
+          minus.statuses[static_cast<std::size_t>(k)] != TARNBLEND_COMPUTED || values[static_cast<std::size_t>(k)] == TARN_MISSING) {
+        continue;
+      }
+      const char* key = "";
+      tarnblend_model_property_info(m, k, &key, nullptr, nullptr, nullptr, nullptr, nullptr);
+      const double difference = (plus.values[static_cast<std::size_t>(k)] - minus.values[static_cast<std::size_t>(k)]) /
+                                (oneSided ? h : 2.0 * h);
+      const double reported = jacobian[static_cast<std::size_t>(k * n + i)];
+      const double scale = (std::fabs(values[static_cast<std::size_t>(k)]) + 1.0) / total;
+      EXPECT_NEAR(reported, difference, relative * std::max(std::fabs(difference), std::fabs(reported)) + 1e-4 * scale)
+          << key << " by the volume of component " << i;
+      ++compared;
+    }
+  }
+  EXPECT_EQ(tarnblend_model_set_volumes(m, volumes.data(), n), TARNBLEND_OK);
+  return compared;
+}
+
+TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
+  // A component without volume gets its derivatives too: the optimiser asks
+  // whether adding some pays.
+  const std::string gasoline =
+      std::string(kGasoline) + "Isomerate,0,13.5,80,95,104,112,122,137,165,87.5,85.9,0,0.2,0,1,0,0,0.655\n";
+  struct Case {
+    int product;
+    std::string table;
+    std::vector<std::pair<const char*, const char*>> units;  // recipe units set after building
+    int minimumCompared;
+  };
+  const Case cases[] = {
+      {TARNBLEND_GASOLINE, gasoline, {}, 30 * 7},
+      {TARNBLEND_GASOLINE, gasoline, {{"T50", "C"}, {"IBP", "C"}, {"T10", "C"}, {"T30", "C"}, {"T70", "C"},
+                                      {"T90", "C"}, {"FBP", "C"}, {"RVP", "kPa"}, {"DEN", "kg/m3"}, {"SUL", "wt%"}},
+       30 * 7},
+      {TARNBLEND_DIESEL, kDiesel, {}, 22 * 4},
+      {TARNBLEND_DIESEL, kDiesel, {{"T50", "F"}, {"IBP", "F"}, {"T10", "F"}, {"T30", "F"}, {"T70", "F"},
+                                   {"T90", "F"}, {"FBP", "F"}, {"FLASH", "F"}, {"CLOUD", "F"}, {"POUR", "F"},
+                                   {"CFPP", "F"}, {"DEN", "API"}},
+       22 * 4},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.table.substr(0, 60) + (c.units.empty() ? "" : " in other units"));
+    Model model = build(c.product, c.table);
+    for (const auto& [key, unit] : c.units) ASSERT_EQ(tarnblend_model_set_unit(model.get(), key, unit), TARNBLEND_OK);
+    EXPECT_GE(expectDerivativesMatchDifferences(model.get(), 0.02), c.minimumCompared);
+  }
+}
+
+// The same blend reported in other units is the same blend: values and
+// derivatives follow the published conversions.
+TEST_F(BlendTest, RecipeUnitsConvertValuesAndDerivatives) {
+  Model f = build(TARNBLEND_GASOLINE, kGasoline), c = build(TARNBLEND_GASOLINE, kGasoline);
+  for (const char* t : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"}) tarnblend_model_set_unit(c.get(), t, "degC");
+  tarnblend_model_set_unit(c.get(), "RVP", "kPa");
+  tarnblend_model_set_unit(c.get(), "SUL", "wt%");
+  tarnblend_model_set_unit(c.get(), "DEN", "g/mL");
+  const int n = 6;
+  std::vector<double> volumes(n);
+  for (int i = 0; i < n; ++i) tarnblend_model_volume(f.get(), i, &volumes[static_cast<std::size_t>(i)]);
+  int count = 0;
+  tarnblend_model_property_count(f.get(), &count);
+  std::vector<double> vf(static_cast<std::size_t>(count)), vc(vf), jf(static_cast<std::size_t>(count * n)), jc(jf);
+  ASSERT_EQ(tarnblend_model_evaluate_at(f.get(), volumes.data(), n, vf.data(), jf.data()), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate_at(c.get(), volumes.data(), n, vc.data(), jc.data()), TARNBLEND_OK);
+  // key, scale, offset: value in the second unit = scale * value in the first + offset.
+  const struct {
+    const char* key;
+    double scale, offset;
+  } conversions[] = {
+      {"T50", 1 / 1.8, -32 / 1.8}, {"FBP", 1 / 1.8, -32 / 1.8}, {"TVL20", 1 / 1.8, -32 / 1.8},
+      {"RVP", 6.894757, 0},        {"SUL", 1e-4, 0},            {"DEN", 0.999016, 0},
+      {"E70", 1, 0},               {"RON", 1, 0},               {"EPA.NOX", 1, 0},
+      // The drivability index in C is its own published form: (DI[F] - 176) / 1.8.
+      {"DI", 1 / 1.8, -176 / 1.8},
+  };
+  for (const auto& conversion : conversions) {
+    int k = -1;
+    ASSERT_EQ(tarnblend_model_property_find(f.get(), conversion.key, &k), TARNBLEND_OK);
+    const auto at = static_cast<std::size_t>(k);
+    EXPECT_NEAR(vc[at], conversion.scale * vf[at] + conversion.offset, 1e-9 * (1 + std::fabs(vc[at]))) << conversion.key;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+      EXPECT_NEAR(jc[at * n + i], conversion.scale * jf[at * n + i], 1e-9 * (1 + std::fabs(jf[at * n + i])))
+          << conversion.key;
+    }
+  }
+  EXPECT_EQ(figure(c.get(), "TVL20").unit, "C");
+  EXPECT_EQ(figure(c.get(), "DEN").unit, "g/mL");
+}
+
+// A blend of one component, or of several identical ones, is that component;
+// at the published reference points the correlations give the published
+// figures.
+TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
+  const std::string header =
+      "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T30[F],T50[F],T70[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],"
+      "SUL[ppm],SPG\n";
+  const std::string reformate = "112,162,214,246,277,322,392,97.1,87.2,64,1.2,2.6,1,0.815\n";
+  Model one = build(TARNBLEND_GASOLINE, header + "A,7,4.2," + reformate);
+  Model three = build(TARNBLEND_GASOLINE, header + "A,1,4.2," + reformate + "B,5,4.2," + reformate + "C,0.5,4.2," + reformate);
+  const double curve[7] = {112, 162, 214, 246, 277, 322, 392};
+  for (tarnblend_model* m : {one.get(), three.get()}) {
+    ASSERT_EQ(tarnblend_model_evaluate(m, 0), TARNBLEND_OK);
+    const struct {
+      const char* key;
+      double expected, tolerance;
+    } same[] = {{"RVP", 4.2, 1e-9},   {"RON", 97.1, 1e-9}, {"MON", 87.2, 1e-9}, {"ARO", 64, 1e-9},
+                {"SUL", 1, 1e-9},     {"DEN", 0.815, 1e-9}, {"IBP", 112, 0.01}, {"T50", 246, 0.01},
+                {"FBP", 392, 0.01},   {"AKI", 92.15, 1e-9},
+                {"E70", gfx_DistillCurve(curve, 1, 158.0), 0.01}};
+    for (const auto& s : same) EXPECT_NEAR(value(m, s.key), s.expected, s.tolerance) << s.key;
+  }
+
+  // ASTM D4737 procedure A is exactly 45.2 at its reference point: 850 kg/m3,
+  // T10 215 C, T50 260 C, T90 310 C (published-values). Viscosity blending
+  // numbers: 60 % of a 5 cSt and 40 % of a 20 cSt stream give 8.1085 cSt
+  // (published-values; equal densities make mass and volume shares equal).
+  Model diesel = build(TARNBLEND_DIESEL,
+                       "NAME,VOLUME,DEN[g/mL],IBP[C],T10[C],T50[C],T90[C],FBP[C],VISC40[mm2/s],FLASH[C],POUR[C]\n"
+                       "Light,60,0.85,180,215,260,310,350,5,60,-12\n"
+                       "Heavy,40,0.85,180,215,260,310,350,20,60,-12\n");
+  ASSERT_EQ(tarnblend_model_evaluate(diesel.get(), 0), TARNBLEND_OK);
+  EXPECT_NEAR(value(diesel.get(), "CI4"), 45.2, 0.05);
+  EXPECT_NEAR(value(diesel.get(), "VISC40"), 8.1085, 5e-4);
+  EXPECT_NEAR(value(diesel.get(), "FLASH"), 60, 1e-9);
+  EXPECT_NEAR(value(diesel.get(), "POUR"), -12, 1e-9);
+  EXPECT_EQ(figure(diesel.get(), "VISC40").unit, "cSt");
+
+  // Drivability index (ASTM D4814 published forms): T10 52 C, T50 95 C,
+  // T90 165 C with 10 % ethanol give 541.3 in the C form, 1150.4 in the F form.
+  const std::string di = "NAME,VOLUME,IBP[C],T10[C],T50[C],T90[C],FBP[C],ETOH[vol%]\nE10,1,35,52,95,165,200,10\n";
+  Model celsius = build(TARNBLEND_GASOLINE, di), fahrenheit = build(TARNBLEND_GASOLINE, di);
+  for (const char* t : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"}) tarnblend_model_set_unit(fahrenheit.get(), t, "F");
+  ASSERT_EQ(tarnblend_model_evaluate(celsius.get(), 0), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate(fahrenheit.get(), 0), TARNBLEND_OK);
+  EXPECT_NEAR(value(celsius.get(), "DI"), 541.3, 0.05);
+  EXPECT_NEAR(value(fahrenheit.get(), "DI"), 1150.4, 0.05);
+}
+
+// THREEA11 turns the nearly flat curves of butane and ethanol into falling
+// TBP curves: with no pure-component threshold the blend is refused with the
+// remedy; with the library's default (10 F) both keep their curves.
+TEST_F(BlendTest, Threea11SampleIsNotComputedWithTheRemedy) {
+  Model m = build(TARNBLEND_GASOLINE, kGasoline);
+  ASSERT_EQ(tarnblend_model_set_option(m.get(), "D86METHOD", 1), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_set_option(m.get(), "dpure", 0), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate(m.get(), 1), TARNBLEND_OK);
+  for (const char* key : {"T50", "E70", "DI", "EPA.VOC", "CARB.THC"}) {
+    const Figure f = figure(m.get(), key);
+    EXPECT_EQ(f.status, TARNBLEND_NOT_COMPUTED) << key;
+    EXPECT_EQ(f.value, TARN_MISSING);
+    EXPECT_NE(f.reason.find("THREEA11 gives a falling curve for narrow-boiling components such as 'Butane', 'Ethanol'"),
+              std::string::npos) << f.reason;
+    EXPECT_NE(f.reason.find("use HC94"), std::string::npos);
+  }
+  EXPECT_EQ(figure(m.get(), "RON").status, TARNBLEND_COMPUTED);
+  // libtarn's own threshold is the caller's and stays as it was.
+  EXPECT_EQ(gfx_getCorParms("GENERICD86", "DPure"), 0.0);
+
+  ASSERT_EQ(tarnblend_model_set_option(m.get(), "DPURE", 10), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate(m.get(), 0), TARNBLEND_OK);
+  double previous = -1e9;
+  for (const char* key : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"}) {
+    EXPECT_GT(value(m.get(), key), previous) << key;
+    previous = value(m.get(), key);
+  }
+  const char* note = "";
+  ASSERT_EQ(tarnblend_model_note(m.get(), 0, &note), TARNBLEND_OK);
+  EXPECT_NE(std::string(note).find("'Butane', 'Ethanol' boil within 10 F"), std::string::npos) << note;
+}
+
+// What a figure needs decides whether it is computed: a missing cell leaves
+// out only its figures, with the component named; a gasoline without
+// oxygenate columns has none and the emission models run; each product has
+// only its own figures.
+TEST_F(BlendTest, MissingInputsProductsAndOxygenates) {
+  Model m = build(TARNBLEND_GASOLINE,
+                  "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],SUL[ppm],SPG\n"
+                  "A,60,9,95,120,200,320,400,92,82,30,10,1,10,0.74\n"
+                  "B,40,,100,130,210,330,410,94,84,20,5,0.5,20,0.73\n"
+                  "C,0,,,,,,,,,,,,,\n");
+  ASSERT_EQ(tarnblend_model_evaluate(m.get(), 1), TARNBLEND_OK);
+  const struct {
+    const char* key;
+    int status;
+    const char* reason;
+  } expected[] = {
+      {"RVP", TARNBLEND_NOT_COMPUTED, "RVP is missing for 'B'"},
+      {"TVL20", TARNBLEND_NOT_COMPUTED, "no blended RVP (RVP is missing for 'B')"},
+      {"EPA.NOX", TARNBLEND_NOT_COMPUTED, "no blended RVP (RVP is missing for 'B')"},
+      {"T50", TARNBLEND_COMPUTED, ""},
+      {"OXY", TARNBLEND_COMPUTED, ""},
+      {"ETOH", TARNBLEND_COMPUTED, ""},
+      {"EHO", TARNBLEND_NOT_GIVEN, "the recipe has no EHO"},
+      {"CARB.CNX", TARNBLEND_NOT_COMPUTED, "no blended RVP (RVP is missing for 'B')"},
+  };
+  for (const auto& e : expected) {
+    const Figure f = figure(m.get(), e.key);
+    EXPECT_EQ(f.status, e.status) << e.key;
+    EXPECT_EQ(f.reason, e.reason) << e.key;
+  }
+  EXPECT_EQ(value(m.get(), "OXY"), 0.0);
+  // The component without volume lacks RON: no derivative with respect to it.
+  int k = 0, n = 3, count = 0;
+  tarnblend_model_property_count(m.get(), &count);
+  std::vector<double> jacobian(static_cast<std::size_t>(count * n));
+  ASSERT_EQ(tarnblend_model_jacobian(m.get(), jacobian.data(), count, n), TARNBLEND_OK);
+  tarnblend_model_property_find(m.get(), "RON", &k);
+  EXPECT_EQ(jacobian[static_cast<std::size_t>(k * n + 2)], TARN_MISSING);
+  EXPECT_NE(jacobian[static_cast<std::size_t>(k * n + 1)], TARN_MISSING);
+
+  // With RVP given the EPA model runs on an oxygen-free gasoline, and says so.
+  ASSERT_EQ(tarnblend_model_set_property(m.get(), 1, "RVP", 60, "kPa"), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate(m.get(), 0), TARNBLEND_OK);
+  EXPECT_EQ(figure(m.get(), "EPA.NOX").status, TARNBLEND_COMPUTED);
+  int notes = 0;
+  std::string all;
+  tarnblend_model_note_count(m.get(), &notes);
+  for (int n2 = 0; n2 < notes; ++n2) {
+    const char* note = "";
+    tarnblend_model_note(m.get(), n2, &note);
+    all += std::string(note) + "\n";
+  }
+  EXPECT_NE(all.find("The recipe has no oxygenate column"), std::string::npos) << all;
+  EXPECT_NE(all.find("T30/T70 estimated for 'A', 'B'"), std::string::npos) << all;
+
+  // No gasoline figures for a distillate and no distillate figures for a gasoline.
+  ASSERT_EQ(tarnblend_model_set_product(m.get(), TARNBLEND_DIESEL), TARNBLEND_OK);
+  for (const char* gasolineOnly : {"RON", "E200", "DI", "EPA.VOC", "RVP"}) {
+    EXPECT_EQ(tarnblend_model_property_find(m.get(), gasolineOnly, &k), TARNBLEND_ERROR_PROPERTY) << gasolineOnly;
+  }
+  EXPECT_EQ(tarnblend_model_property_find(m.get(), "CI4", &k), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_set_product(m.get(), TARNBLEND_GASOLINE), TARNBLEND_OK);
+  for (const char* distillateOnly : {"CI4", "CFPP", "T95", "FREEZE", "VISC40"}) {
+    EXPECT_EQ(tarnblend_model_property_find(m.get(), distillateOnly, &k), TARNBLEND_ERROR_PROPERTY) << distillateOnly;
+  }
+}
+
+// Bad input gets its status and a one-line message, and changes nothing.
+TEST_F(BlendTest, BadInputIsRefusedWithItsStatus) {
+  Model m = build(TARNBLEND_GASOLINE, "NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,30\nB,2,8,20\n");
+  tarnblend_model* model = m.get();
+  const double nan = std::nan("");
+  const struct {
+    int status;
+    int expected;
+    const char* message;
+  } cases[] = {
+      {tarnblend_model_set_volume(model, 0, -1), TARNBLEND_ERROR_VALUE, "volume of 'A' is negative"},
+      {tarnblend_model_set_volume(model, 0, nan), TARNBLEND_ERROR_VALUE, "volume of 'A' is not finite"},
+      {tarnblend_model_set_volume(model, 5, 1), TARNBLEND_ERROR_ARGUMENT, "component 5 is not in the model"},
+      {tarnblend_model_add_component(model, "A", nullptr), TARNBLEND_ERROR_DUPLICATE, "component 'A' appears twice"},
+      {tarnblend_model_add_component(model, "", nullptr), TARNBLEND_ERROR_VALUE, "a component has no name"},
+      {tarnblend_model_set_property(model, 0, "ARO", 130, "vol%"), TARNBLEND_ERROR_VALUE,
+       "ARO of 'A' (130 vol%) must lie between 0 vol% and 100 vol%"},
+      {tarnblend_model_set_property(model, 0, "ARO", 30, "wt%"), TARNBLEND_ERROR_UNIT, "which is not vol%"},
+      {tarnblend_model_set_property(model, 0, "T50", -500, "F"), TARNBLEND_ERROR_VALUE, "T50 of 'A' (-500 F)"},
+      {tarnblend_model_set_property(model, 0, "RVP", INFINITY, "psi"), TARNBLEND_ERROR_VALUE, "not finite"},
+      {tarnblend_model_set_property(model, 0, "OCTANE", 90, ""), TARNBLEND_ERROR_PROPERTY, "unknown property 'OCTANE'"},
+      {tarnblend_model_set_property(model, 0, "RVP", 9, "furlong"), TARNBLEND_ERROR_UNIT, "unknown unit 'furlong'"},
+      {tarnblend_model_set_property(model, 0, nullptr, 9, "psi"), TARNBLEND_ERROR_ARGUMENT, "property key is null"},
+      {tarnblend_model_set_unit(model, "RVP", "C"), TARNBLEND_ERROR_UNIT, "RVP takes psi, kPa, bar"},
+      {tarnblend_model_set_option(model, "D86METHOD", 6), TARNBLEND_ERROR_VALUE, "D86METHOD must be 0 to 5"},
+      {tarnblend_model_set_option(model, "SPEED", 1), TARNBLEND_ERROR_NOT_FOUND, "unknown option 'SPEED'"},
+      {tarnblend_model_set_mass(model, 0, 5), TARNBLEND_ERROR_VALUE, "DEN of 'A' is missing"},
+      {tarnblend_model_set_volumes(model, nullptr, 2), TARNBLEND_ERROR_ARGUMENT, "volumes is null"},
+      {tarnblend_model_create(7, nullptr), TARNBLEND_ERROR_ARGUMENT, "model pointer is null"},
+      {tarnblend_model_evaluate(nullptr, 0), TARNBLEND_ERROR_ARGUMENT, "model is null"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.status, c.expected) << c.message;
+  }
+  // The message of a failure stays until the next one.
+  EXPECT_EQ(tarnblend_model_set_property(model, 0, "ARO", 130, "vol%"), TARNBLEND_ERROR_VALUE);
+  EXPECT_STREQ(tarnblend_last_error(), "ARO of 'A' (130 vol%) must lie between 0 vol% and 100 vol%");
+  EXPECT_EQ(tarnblend_model_set_unit(model, "RVP", "C"), TARNBLEND_ERROR_UNIT);
+  EXPECT_NE(std::string(tarnblend_last_error()).find("RVP takes psi, kPa, bar"), std::string::npos);
+  double volume = 0;
+  tarnblend_model_volume(model, 0, &volume);
+  EXPECT_EQ(volume, 1.0);
+
+  // Volumes of 1e308 add up without overflowing; volumes adding up to
+  // nothing answer with a status, never a NaN.
+  std::vector<double> huge = {1e308, 1e308}, none = {0, 0};
+  std::vector<double> values(64), jacobian(128);
+  int count = 0;
+  tarnblend_model_property_count(model, &count);
+  ASSERT_EQ(tarnblend_model_evaluate_at(model, huge.data(), 2, values.data(), jacobian.data()), TARNBLEND_OK);
+  EXPECT_NEAR(value(model, "ARO"), 25.0, 1e-9);
+  EXPECT_NEAR(value(model, "RVP"), figure(model, "RVP").value, 0);
+  for (int k = 0; k < count * 2; ++k) EXPECT_FALSE(std::isnan(jacobian[static_cast<std::size_t>(k)]));
+  EXPECT_EQ(tarnblend_model_evaluate_at(model, none.data(), 2, values.data(), nullptr), TARNBLEND_ERROR_STATE);
+  EXPECT_STREQ(tarnblend_last_error(), "the components' volumes add up to nothing");
+  for (int k = 0; k < count; ++k) EXPECT_EQ(values[static_cast<std::size_t>(k)], TARN_MISSING);
+  EXPECT_EQ(figure(model, "ARO").reason, "the components' volumes add up to nothing");
+}
+
+// The unit vocabulary against published conversions, and the spellings labs use.
+TEST_F(BlendTest, UnitVocabularyConvertsAsPublished) {
+  const struct {
+    double value;
+    const char* from;
+    const char* to;
+    double expected;
+  } conversions[] = {
+      {100, "\xC2\xB0" "C", "degF", 212},  {-40, "C", "F", -40},           {1, "psi", "kPa", 6.894757},
+      {1, "bar", "kPa", 100},              {1, "% m/m", "mg/kg", 10000},   {15, "ppmw", "wt%", 0.0015},
+      {1.0, "SPG", "API", 10},             {0.85, "g/mL", "kg/m3", 850},   {850, "kg/m\xC2\xB3", "kg/L", 0.85},
+      {2.5, "mm2/s", "cSt", 2.5},          {273.15, "K", "C", 0},          {35, "% V/V", "vol%", 35},
+  };
+  for (const auto& c : conversions) {
+    double result = 0;
+    ASSERT_EQ(tarnblend_unit_convert(c.value, c.from, c.to, &result), TARNBLEND_OK) << c.from << tarnblend_last_error();
+    EXPECT_NEAR(result, c.expected, 1e-9 * (1 + std::fabs(c.expected))) << c.from << " -> " << c.to;
+  }
+  double result = 0;
+  EXPECT_EQ(tarnblend_unit_convert(1, "psi", "C", &result), TARNBLEND_ERROR_UNIT);
+  EXPECT_EQ(tarnblend_unit_convert(1, "furlong", "psi", &result), TARNBLEND_ERROR_UNIT);
+  EXPECT_NE(std::string(tarnblend_last_error()).find("psi, kPa, bar"), std::string::npos);
+  const char* canonical = "";
+  int dimension = -1, k = -1;
+  ASSERT_EQ(tarnblend_unit_parse(" DEGc ", &canonical, &dimension), TARNBLEND_OK);
+  EXPECT_STREQ(canonical, "C");
+  EXPECT_EQ(dimension, TARNBLEND_TEMPERATURE);
+  ASSERT_EQ(tarnblend_input_find("spg", &k, &canonical), TARNBLEND_OK);
+  EXPECT_STREQ(canonical, "SPG");
+  const char* key = "";
+  tarnblend_input_info(k, &key, nullptr, &dimension, nullptr);
+  EXPECT_STREQ(key, "DEN");
+  EXPECT_EQ(dimension, TARNBLEND_DENSITY);
+}
+
+}  // namespace
