@@ -208,6 +208,24 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_add_ratio(tarnblend_problem* probl
   });
 }
 
+TARNBLEND_API int TARN_CALL tarnblend_problem_set_units(tarnblend_problem* problem, const char* volumeUnit,
+                                                        const char* currency) {
+  return guarded([&] {
+    need(problem, "problem");
+    problem->volumeUnit = text(volumeUnit);
+    problem->currency = text(currency);
+  });
+}
+
+TARNBLEND_API int TARN_CALL tarnblend_problem_units(const tarnblend_problem* problem, const char** volumeUnit,
+                                                    const char** currency) {
+  return guarded([&] {
+    need(problem, "problem");
+    put(volumeUnit, problem->volumeUnit.c_str());
+    put(currency, problem->currency.c_str());
+  });
+}
+
 TARNBLEND_API int TARN_CALL tarnblend_problem_set_objective(tarnblend_problem* problem, int objective) {
   return guarded([&] {
     need(problem, "problem");

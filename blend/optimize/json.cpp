@@ -17,6 +17,10 @@ struct GradeDeleter {
   void operator()(tarnblend_grade* grade) const { tarnblend_grade_free(grade); }
 };
 
+struct RecipeDeleter {
+  void operator()(tarnblend_recipe* recipe) const { tarnblend_recipe_free(recipe); }
+};
+
 class Reader {
  public:
   Reader(std::string origin, std::string folder) : origin_(std::move(origin)), folder_(std::move(folder)) {}
@@ -114,9 +118,27 @@ int objectiveNamed(const std::string& name) {
 
 // The components' properties: the recipe's, with the file's own added or
 // changed. The file may add components the recipe does not have.
-ModelHandle componentsModel(const Reader& in, const Json& root, const tarnblend_model* recipe) {
+ModelHandle componentsModel(const Reader& in, const Json& root, const tarnblend_model* recipe,
+                            std::string& volumeUnit) {
   int kind = TARNBLEND_GASOLINE;
   ModelHandle model;
+  // The recipe file the problem names, read here unless the caller gave one.
+  std::unique_ptr<tarnblend_recipe, RecipeDeleter> file;
+  const std::string recipePath = in.text(root, "recipe", "");
+  if (!recipe && !recipePath.empty()) {
+    in.at("recipe", [&] {
+      tarnblend_recipe* raw = nullptr;
+      check(tarnblend_recipe_read(in.path(recipePath).c_str(), 0, nullptr, &raw));
+      file.reset(raw);
+      tarnblend_model* read = nullptr;
+      check(tarnblend_recipe_model(raw, &read));
+      recipe = read;
+      int basis = TARNBLEND_BASIS_VOLUME;
+      const char* unit = "";
+      check(tarnblend_recipe_info(raw, nullptr, &basis, &unit, nullptr));
+      if (basis == TARNBLEND_BASIS_VOLUME && unit) volumeUnit = unit;
+    });
+  }
   if (recipe) {
     const Problem copy(recipe);
     model = makeModel(copy.recipe, copy.recipe.product);
@@ -304,8 +326,12 @@ std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string
   }
   in.keys(root, "", {"recipe", "title", "volume_unit", "currency", "objective", "product", "units", "components",
                      "products"});
-  ModelHandle components = componentsModel(in, root, recipe);
+  std::string volumeUnit;
+  ModelHandle components = componentsModel(in, root, recipe, volumeUnit);
   auto problem = std::make_unique<Problem>(components.get());
+  const std::string unitLabel = in.text(root, "volume_unit", "");
+  problem->volumeUnit = unitLabel.empty() ? volumeUnit : unitLabel;
+  problem->currency = in.text(root, "currency", "");
   readComponents(in, root, *problem);
   const std::string objective = in.text(root, "objective", "");
   if (!objective.empty()) {

@@ -115,6 +115,7 @@ struct Problem {
   std::vector<Component> components;
   std::vector<Product> products;
   int objective = TARNBLEND_OBJECTIVE_AUTO;
+  std::string volumeUnit, currency;  // labels for reports ("bbl", "USD"); no conversion
   Results results;
 
   explicit Problem(const tarnblend_model* source);

@@ -242,7 +242,14 @@ void record(Problem& problem, const Formulation& f, const NlpOutcome& out, bool 
   Results& r = problem.results;
   const std::size_t products = problem.products.size(), components = problem.components.size();
   r.volumes.assign(products, std::vector<double>(components, 0.0));
-  for (std::size_t q = 0; q < products; ++q) r.volumes[q] = productVolumes(f, out.x.data(), static_cast<int>(q));
+  for (std::size_t q = 0; q < products; ++q) {
+    r.volumes[q] = productVolumes(f, out.x.data(), static_cast<int>(q));
+    // An interior-point solver leaves an unused component a hair above
+    // zero: below a ten-millionth of the problem's volume it is none.
+    for (double& v : r.volumes[q]) {
+      if (v < 1e-7 * f.volumeScale) v = 0.0;
+    }
+  }
   // Change of the objective per unit of a row's bound is -multiplier (IPOPT
   // minimises cost, or minus the margin).
   const double toObjective = f.objective == TARNBLEND_MAX_MARGIN ? 1.0 : -1.0;

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "errors.h"
 #include "numbers.h"
+#include "optimize.h"
 #include "recipe.h"
 #include "tarn/blend.h"
 #include "tarn/tarn.h"
@@ -114,6 +115,9 @@ int main(int argc, char** argv) {
       ->needs(csvIn);
   evalApp->add_flag("--json", evalFormat.json, "Write JSON (single evaluation)")->excludes(csvIn);
 
+  OptimizeOptions optimize;
+  auto* optimizeApp = addOptimizeCommand(app, optimize);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -126,7 +130,7 @@ int main(int argc, char** argv) {
     std::string message = e.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
       message = "unknown command '" + std::string(argv[1]) +
-                "' (commands: blend, sample, grades, list, describe, eval, params, codes)";
+                "' (commands: blend, optimize, sample, grades, list, describe, eval, params, codes)";
     }
     return fail(kExitBadInput, message + " (see 'tarn --help')");
   }
@@ -162,6 +166,7 @@ int main(int argc, char** argv) {
     if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), paramsFormat.format(), std::cout);
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
+    if (optimizeApp->parsed()) code = optimizeCommand(optimize, std::cout);
   } catch (const InputError& e) {
     code = fail(kExitBadInput, e.what());
   } catch (const CalculationError& e) {

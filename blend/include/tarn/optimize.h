@@ -76,18 +76,18 @@ typedef struct tarnblend_problem tarnblend_problem;
 TARNBLEND_API int TARN_CALL tarnblend_problem_create(const tarnblend_model* recipe, tarnblend_problem** problem);
 
 /* Reads a problem file (JSON, described in the README and examples/) into
- * *problem. recipe gives the components' properties; it may be null when
- * the file lists every component with its properties. Grade files the
- * problem names are found relative to the problem file. Its "recipe" entry
- * is for programs that read recipe files (the tarn tool); it is not read
- * here. TARNBLEND_ERROR_FILE with file:line:column for malformed JSON, with
- * the place in the file (products[1].limits[0].property) for an unknown
- * property, component, grade or key. */
+ * *problem. recipe gives the components' properties; when it is null they
+ * come from the recipe file the problem names ("recipe": "components.csv",
+ * read as tarnblend_recipe_read does) and from the components the problem
+ * lists with their "properties". Recipe and grade files are found relative
+ * to the problem file. TARNBLEND_ERROR_FILE with file:line:column for
+ * malformed JSON, with the place in the file (products[1].limits[0].property)
+ * for an unknown property, component, grade or key. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_read(const char* path, const tarnblend_model* recipe,
                                                    tarnblend_problem** problem);
 
 /* As tarnblend_problem_read, from JSON text; origin names it in messages
- * (may be null) and grade files are found relative to the working folder. */
+ * (may be null) and files are found relative to the working folder. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_parse(const char* json, const char* origin,
                                                     const tarnblend_model* recipe, tarnblend_problem** problem);
 
@@ -155,6 +155,14 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_set_share(tarnblend_problem* probl
  * volume(numerator) / volume(denominator) (TARN_MISSING when open). */
 TARNBLEND_API int TARN_CALL tarnblend_problem_add_ratio(tarnblend_problem* problem, int product, int numerator,
                                                         int denominator, double minimum, double maximum);
+
+/* Labels of the problem's volume unit and currency ("bbl", "USD"; "" when
+ * none), shown by reports; nothing is converted. A problem file gives them
+ * as "volume_unit" (else its recipe's volume unit) and "currency". */
+TARNBLEND_API int TARN_CALL tarnblend_problem_set_units(tarnblend_problem* problem, const char* volumeUnit,
+                                                        const char* currency);
+TARNBLEND_API int TARN_CALL tarnblend_problem_units(const tarnblend_problem* problem, const char** volumeUnit,
+                                                    const char** currency);
 
 /* The objective: TARNBLEND_OBJECTIVE_AUTO (the default), _MIN_COST,
  * _MAX_MARGIN or _LEAST_CHANGE. */
