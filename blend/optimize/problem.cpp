@@ -184,10 +184,11 @@ void Problem::addLimit(int index, const std::string& key, double minimum, double
 
 namespace {
 
-// A bound given as kMissing or NaN is open; anything else must be a finite
-// number no smaller than `least`.
+// A bound given as TARN_MISSING is open; anything else must be a finite
+// number no smaller than `least` (NaN and infinity are refused: a
+// spreadsheet's error value is not "no limit").
 double bound(double value, double open, double least, const std::string& what) {
-  if (missing(value)) return open;
+  if (value >= 1e29 && std::isfinite(value)) return open;
   if (!std::isfinite(value) || value < least) {
     throw ProblemError(TARNBLEND_ERROR_VALUE, what + (least == 0.0 ? " must be a finite number, not negative"
                                                                    : " must be a finite number"));
