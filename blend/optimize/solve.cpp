@@ -139,9 +139,24 @@ std::vector<double> proportionalStart(const Formulation& f, bool even = false) {
   return start;
 }
 
+// Property `k` of product q's model at these component volumes (missing
+// when it cannot be computed, or nothing is blended).
+double propertyAt(const Product& p, std::vector<double> volumes, int k) {
+  int count = 0;
+  tarnblend_model_property_count(p.model.get(), &count);
+  std::vector<double> values(static_cast<std::size_t>(count), kMissing);
+  const int status = tarnblend_model_evaluate_at(p.model.get(), volumes.data(), static_cast<int>(volumes.size()),
+                                                 values.data(), nullptr);
+  return status == TARNBLEND_OK ? values[static_cast<std::size_t>(k)] : kMissing;
+}
+
 // Keeps out of a product the components that lack an input of one of its
 // limited properties (the property would not be computed with them in), and
-// refuses a limited property that cannot be computed even without them.
+// refuses a limited property that cannot be computed even without them. A
+// component alone tells whether it carries the property; the blend of those
+// that do must compute it, and each of the others is given back when the
+// blend still computes it with that one in (a pure component can fall
+// outside a model's range where a blend does not).
 void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& allowed) {
   const std::size_t components = problem.components.size();
   for (std::size_t q = 0; q < problem.products.size(); ++q) {
@@ -149,47 +164,47 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
     for (bool again = !p.limits.empty(); again;) {
       again = false;
       Formulation f(problem, objective, allowed);
-      const std::vector<double> start = proportionalStart(f);
-      std::vector<double> values, jacobian;
-      evaluateProduct(f, start.data(), static_cast<int>(q), values, &jacobian);
-      const auto lacking = std::find_if(p.limits.begin(), p.limits.end(),
-                                        [&](const Limit& l) { return missing(values[l.property]); });
+      const std::vector<double> volumes = productVolumes(f, proportionalStart(f).data(), static_cast<int>(q));
+      const auto lacking = std::find_if(p.limits.begin(), p.limits.end(), [&](const Limit& l) {
+        return missing(propertyAt(p, volumes, l.property));
+      });
       if (lacking == p.limits.end()) break;
       const Limit& limit = *lacking;
-      // Components with any input missing are the suspects: without them,
-      // the derivative with respect to each one's volume says whether it
-      // lacks one of this property's inputs.
-      std::vector<double> trial = start;
-      std::vector<std::size_t> suspects;
+      const char* reason = "";
+      propertyAt(p, volumes, limit.property);
+      tarnblend_model_result(p.model.get(), limit.property, nullptr, nullptr, &reason, nullptr, nullptr);
+      const std::string why = reason && *reason ? std::string(": ") + reason : "";
+
+      std::vector<double> kept(components, 0.0);
+      std::vector<std::size_t> unable;
       for (std::size_t i = 0; i < components; ++i) {
-        const int v = f.variable[q][i];
-        if (v < 0) continue;
-        for (const RecipeCopy::Input& input : problem.recipe.inputs) {
-          if (!input.values.empty() && missing(input.values[i])) {
-            suspects.push_back(i);
-            trial[v] = 0.0;
-            break;
-          }
+        if (volumes[i] <= 0.0) continue;
+        std::vector<double> alone(components, 0.0);
+        alone[i] = volumes[i];
+        if (missing(propertyAt(p, alone, limit.property))) {
+          unable.push_back(i);
+        } else {
+          kept[i] = volumes[i];
         }
       }
-      std::vector<double> trialValues, trialJacobian;
-      if (!suspects.empty() && evaluateProduct(f, trial.data(), static_cast<int>(q), trialValues, &trialJacobian) &&
-          !missing(trialValues[limit.property])) {
-        for (std::size_t i : suspects) {
-          if (!missing(trialJacobian[static_cast<std::size_t>(limit.property) * components + i])) continue;
-          allowed[q][i] = false;
-          again = true;
-          problem.results.notes.push_back(problem.components[i].name + " is kept out of " + p.name +
-                                          ": it lacks an input of " + limit.key + ", which is limited");
+      if (unable.size() == static_cast<std::size_t>(std::count_if(volumes.begin(), volumes.end(),
+                                                                   [](double v) { return v > 0.0; })) ||
+          missing(propertyAt(p, kept, limit.property))) {
+        throw ProblemError(TARNBLEND_ERROR_STATE, p.name + ": " + limit.key + " is limited but cannot be computed" + why);
+      }
+      for (std::size_t i : unable) {
+        std::vector<double> with = kept;
+        with[i] = volumes[i];
+        if (!missing(propertyAt(p, with, limit.property))) {
+          kept = with;
+          continue;
         }
+        allowed[q][i] = false;
+        again = true;
+        problem.results.notes.push_back(problem.components[i].name + " is kept out of " + p.name +
+                                        ": it lacks an input of " + limit.key + ", which is limited");
       }
-      if (!again) {
-        evaluateProduct(f, start.data(), static_cast<int>(q), values, nullptr);
-        const char* reason = "";
-        tarnblend_model_result(p.model.get(), limit.property, nullptr, nullptr, &reason, nullptr, nullptr);
-        throw ProblemError(TARNBLEND_ERROR_STATE, p.name + ": " + limit.key + " is limited but cannot be computed" +
-                                                      (reason && *reason ? std::string(": ") + reason : ""));
-      }
+      if (!again) throw ProblemError(TARNBLEND_ERROR_STATE, p.name + ": " + limit.key + " is limited but cannot be computed" + why);
     }
   }
 }
