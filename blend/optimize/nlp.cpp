@@ -81,7 +81,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
       row.lower = product.demandMin;
       row.upper = std::isfinite(product.demandMax) ? product.demandMax : kNoBound;
       row.scale = volumeScale;
-      row.variables = all;
+      row.variables.insert(row.variables.end(), all.begin(), all.end());
       add(std::move(row));
     }
     for (const Share& share : product.shares) {
@@ -96,7 +96,7 @@ Formulation::Formulation(const Problem& p, int resolvedObjective, std::vector<st
         row.lower = kind == RowKind::ShareMin ? 0.0 : -kNoBound;
         row.upper = kind == RowKind::ShareMin ? kNoBound : 0.0;
         row.scale = volumeScale;
-        row.variables = all;
+        row.variables.insert(row.variables.end(), all.begin(), all.end());
         add(std::move(row));
       }
     }
