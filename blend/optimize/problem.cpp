@@ -1,6 +1,7 @@
 #include "problem.h"
 
 #include <cmath>
+#include <tuple>
 
 namespace tarn::optimize {
 
@@ -224,23 +225,22 @@ void Problem::setCost(int index, double cost) {
   changed();
 }
 
+// A volume range: TARN_MISSING bounds are 0 and unlimited.
+static std::pair<double, double> volumeRange(double minimum, double maximum, const std::string& what) {
+  const double low = bound(minimum, 0.0, 0.0, what), high = bound(maximum, kUnlimited, 0.0, what);
+  ordered(low, high, what);
+  return {low, high};
+}
+
 void Problem::setAvailability(int index, double minimum, double maximum) {
   Component& c = component(index);
-  const double low = bound(minimum, 0.0, 0.0, "the availability of " + c.name);
-  const double high = bound(maximum, kUnlimited, 0.0, "the availability of " + c.name);
-  ordered(low, high, "the availability of " + c.name);
-  c.minimum = low;
-  c.maximum = high;
+  std::tie(c.minimum, c.maximum) = volumeRange(minimum, maximum, "the availability of " + c.name);
   changed();
 }
 
 void Problem::setDemand(int index, double minimum, double maximum) {
   Product& p = product(index);
-  const double low = bound(minimum, 0.0, 0.0, "the demand of " + p.name);
-  const double high = bound(maximum, kUnlimited, 0.0, "the demand of " + p.name);
-  ordered(low, high, "the demand of " + p.name);
-  p.demandMin = low;
-  p.demandMax = high;
+  std::tie(p.demandMin, p.demandMax) = volumeRange(minimum, maximum, "the demand of " + p.name);
   changed();
 }
 

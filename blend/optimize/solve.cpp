@@ -404,6 +404,16 @@ std::string summaryOfOptimum(const Problem& problem) {
   return any ? text : "the recipe already meets every target";
 }
 
+// A recipe found: optimal, or the best feasible point a failed solve met.
+void answer(Problem& problem, const Formulation& f, const NlpOutcome& out) {
+  Results& r = problem.results;
+  record(problem, f, out, out.solved);
+  r.outcome = out.solved ? TARNBLEND_OPTIMAL : TARNBLEND_FEASIBLE;
+  r.objectiveValue = objectiveValue(problem, f.objective, r.volumes);
+  r.summary = summaryOfOptimum(problem);
+  if (!out.solved) r.summary += " (not proven optimal: " + r.solverStatus + ")";
+}
+
 std::string summaryOfRelaxations(const Problem& problem) {
   std::vector<std::string> alone[2], together[2];  // [limits, targets]
   for (const Relaxation& x : problem.results.relaxations) {
@@ -471,11 +481,7 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
     r.iterations += again.iterations;
     r.solverStatus = statusText(again.status);
     if (again.usable()) {
-      record(problem, f, again, again.solved);
-      r.outcome = again.solved ? TARNBLEND_OPTIMAL : TARNBLEND_FEASIBLE;
-      r.objectiveValue = objectiveValue(problem, objective, r.volumes);
-      r.summary = summaryOfOptimum(problem);
-      if (!again.solved) r.summary += " (not proven optimal: " + r.solverStatus + ")";
+      answer(problem, f, again);
     } else {
       r.outcome = TARNBLEND_NOT_SOLVED;
       r.summary = std::string("the solver stopped: ") + statusText(again.status);
@@ -549,11 +555,7 @@ void solve(Problem& problem) {
   }
   r.solverStatus = statusText(out.status);
   if (out.usable()) {
-    record(problem, f, out, out.solved);
-    r.outcome = out.solved ? TARNBLEND_OPTIMAL : TARNBLEND_FEASIBLE;
-    r.objectiveValue = objectiveValue(problem, objective, r.volumes);
-    r.summary = summaryOfOptimum(problem);
-    if (!out.solved) r.summary += " (not proven optimal: " + r.solverStatus + ")";
+    answer(problem, f, out);
     return;
   }
   if (unbounded(out.status) || out.status == kOutOfMemory) {

@@ -11,7 +11,7 @@ import numpy as np
 import pytest
 from scipy.optimize import brentq, fsolve, linprog, minimize
 
-from blendlib import AT_MAX, AT_MIN, FEASIBLE, FREE, INFEASIBLE, MISSING, OPTIMAL, Problem
+from blendlib import AT_MAX, AT_MIN, AT_TARGET, FEASIBLE, FREE, INFEASIBLE, MISSING, OPTIMAL, Problem
 
 KEYS = ["RVP", "IBP", "T10", "T30", "T50", "T70", "T90", "FBP", "RON", "MON", "ARO", "OLF", "BNZ", "SUL", "EHO",
         "ETOH", "SPG"]
@@ -288,14 +288,21 @@ BACK_SOLVING = {
 }
 
 
+def back_solving(targets, free, caps=None):
+    """The recipe's components at their volumes but the free ones (at most
+    their cap), one product holding the targets."""
+    caps = caps or {}
+    return {"units": UNITS, "products": [
+        {"name": "Blend", "targets": [{"property": key, "value": value} for key, value in targets.items()]}],
+        "components": [dict({"name": n, "volume": v, "properties": DATA[n]},
+                            **({"max": caps[n]} if n in caps else {} if n in free else {"fixed": v}))
+                       for n, v in RECIPE.items()]}
+
+
 @pytest.mark.parametrize("name", BACK_SOLVING)
 def test_back_solving_finds_the_volumes_a_root_finder_finds(name):
     targets, free = BACK_SOLVING[name]
-    spec = {"units": UNITS, "products": [
-        {"name": "Blend", "targets": [{"property": key, "value": value} for key, value in targets.items()]}],
-        "components": [dict({"name": n, "volume": v, "properties": DATA[n]}, **({} if n in free else {"fixed": v}))
-                       for n, v in RECIPE.items()]}
-    solved = Problem(spec)
+    solved = Problem(back_solving(targets, free))
     assert solved.solve() == OPTIMAL, solved.summary
     found = solved.volumes(0)[[NAMES.index(n) for n in free]]
     model = solved.model(0)
@@ -311,3 +318,17 @@ def test_back_solving_finds_the_volumes_a_root_finder_finds(name):
         reference = fsolve(residual, [RECIPE[n] for n in free], xtol=1e-12)
     assert found == pytest.approx(reference, rel=1e-6)
     assert all(n in solved.summary for n in free)
+
+
+def test_an_unreachable_target_moves_by_the_least_amount():
+    """Butane capped at 200 barrels cannot lift the blend to 12 psi: the
+    target moves down to the vapour pressure of the blend with all 200."""
+    solved = Problem(back_solving({"RVP": 12.0}, ["Butane"], {"Butane": 200}))
+    assert solved.solve() == INFEASIBLE
+    (relaxation,) = solved.relaxations()
+    assert relaxation["side"] == AT_TARGET and "move RVP target down by" in solved.summary
+    volumes = np.array([RECIPE[n] for n in NAMES])
+    volumes[NAMES.index("Butane")] = 200
+    model = solved.model(0)
+    reachable = model.evaluate(volumes)[0][model.index("RVP")]
+    assert 12.0 + relaxation["alone"] == pytest.approx(reachable, rel=1e-6)
