@@ -102,4 +102,11 @@ inline const char* kDiesel =
     "Hydrotreated LCO,1200,900,190,220,245,265,290,320,345,75,-10,-20,-12,3.1,9,28\n"
     "Hydrocracked diesel,2300,830,175,210,240,265,295,330,355,65,-12,-24,-16,3.0,3,58\n";
 
+// A jet fuel of three streams, degrees C and specific gravity.
+inline const char* kJet =
+    "NAME,VOLUME,SPG,IBP[C],T10[C],T50[C],T90[C],FBP[C],FLASH[C],FREEZE[C],VISC40[cSt],SUL[ppm],ARO[vol%]\n"
+    "Straight-run kerosene,500,0.80,150,168,200,240,265,45,-50,1.3,900,19\n"
+    "Hydrotreated kerosene,300,0.79,145,165,195,235,260,43,-55,1.2,10,17\n"
+    "Hydrocracked kerosene,200,0.81,155,172,205,245,270,50,-45,1.5,5,12\n";
+
 }  // namespace blendtest

@@ -105,6 +105,7 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
                                    {"T90", "F"}, {"FBP", "F"}, {"FLASH", "F"}, {"CLOUD", "F"}, {"POUR", "F"},
                                    {"CFPP", "F"}, {"DEN", "API"}},
        22 * 4},
+      {TARNBLEND_JET, kJet, {}, 14 * 3},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.table.substr(0, 60) + (c.units.empty() ? "" : " in other units"));
@@ -192,6 +193,17 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   EXPECT_NEAR(value(diesel.get(), "FLASH"), 60, 1e-9);
   EXPECT_NEAR(value(diesel.get(), "POUR"), -12, 1e-9);
   EXPECT_EQ(figure(diesel.get(), "VISC40").unit, "cSt");
+
+  // A recipe by mass: volume = mass / specific gravity (60/60 F, water
+  // 999.016 kg/m3), and the blend's density is total mass over total volume.
+  Model byMass = build(TARNBLEND_DIESEL, "NAME,VOLUME,DEN[g/mL],VISC40[cSt]\nLight,0,0.80,5\nHeavy,0,0.90,20\n");
+  ASSERT_EQ(tarnblend_model_set_mass(byMass.get(), 0, 0.80 * 60), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_set_mass(byMass.get(), 1, 0.90 * 40), TARNBLEND_OK);
+  double light = 0;
+  tarnblend_model_volume(byMass.get(), 0, &light);
+  EXPECT_NEAR(light, 0.80 * 60 / (800 / 999.016), 1e-9);
+  ASSERT_EQ(tarnblend_model_evaluate(byMass.get(), 0), TARNBLEND_OK);
+  EXPECT_NEAR(value(byMass.get(), "DEN"), 0.84, 1e-12);
 
   // Drivability index (ASTM D4814 published forms): T10 52 C, T50 95 C,
   // T90 165 C with 10 % ethanol give 541.3 in the C form, 1150.4 in the F form.
