@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "firewall.h"
+#include "text/labfile.h"
 
 namespace tarnblend {
 namespace {
@@ -27,6 +28,8 @@ std::string withUnit(double value, const Unit& unit) {
 }
 
 }  // namespace
+
+std::string quoted(const std::string& name) { return "'" + lab::printable(name, std::string::npos) + "'"; }
 
 std::string shortNumber(double value) {
   char buffer[32];

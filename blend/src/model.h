@@ -125,8 +125,9 @@ void evaluateModel(Model& model, bool derivatives);
 // How a property is computed, with libtarn's current constants (methods.cpp).
 std::string methodText(const Model& model, Property property);
 
-// Convenience for messages: 'Name'.
-inline std::string quoted(const std::string& name) { return "'" + name + "'"; }
+// A component's name in a message: 'Name', with tabs, line ends and other
+// control characters written as \xNN (names come from files and callers).
+std::string quoted(const std::string& name);
 
 // A number as short text (up to 6 significant digits) for messages.
 std::string shortNumber(double value);

@@ -115,7 +115,8 @@ TARN_API int TARN_CALL gfx_ETHYLSR_REV(char unit, const double* tbp, double* d86
  * is at least MinVol. With derivFlag set (and derivs given), derivs holds per
  * component 8 rows of 7: the fraction, then each of its seven points,
  * forward differences with step |x| DDelta (a fraction row whose step takes
- * the sum out of (0.999, 1.001) is 0). The rows keep the IBP and FBP limits
+ * the sum out of (0.999, 1.001) is 0, and so is a point row whose step lifts
+ * the point above its upper neighbour, a flat stretch). The rows keep the IBP and FBP limits
  * of the unperturbed curves: raising the FBP that holds the blend's FBP gives
  * 0 in that entry, not 1. Returns
  * 0; 1 for n < 1, a null array, an out-of-order curve (ChangeData off), a

@@ -132,7 +132,11 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
     status = derivativeRow(rows, i, h, block);
     workFractions[i] = fraction;
 
-    // Rows 1..7: the points; only this component is converted again.
+    // Rows 1..7: the points; only this component is converted again. A step
+    // that lifts a point above its upper neighbour (a flat or nearly flat
+    // stretch of the curve) puts the curve out of order: the forward method
+    // refuses it and leaves the component's TBP curve as it was, so the blend
+    // does not move and the row is 0, as for a fraction step out of its window.
     double* curve = curves + i * kCurvePoints;
     double* componentTbp = tbp + i * kCurvePoints;
     double savedTbp[kCurvePoints];
@@ -141,7 +145,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
       const double x = curve[p];
       h = differenceStep(x, step);
       curve[p] = x + h;
-      convertForwardOrKeep(*method, unit, curve, componentTbp);
+      method->forward(unit, curve, componentTbp);
       status = derivativeRow(rows, i, h, block + (p + 1) * kCurvePoints);
       curve[p] = x;
       std::copy(savedTbp, savedTbp + kCurvePoints, componentTbp);

@@ -53,7 +53,9 @@ Curve blend(const Curve& fractions, Curve curves, int method, char unit, int* st
 // inside the lowest IBP and highest FBP of the unperturbed curves whose
 // fraction is at least MinVol; each row a forward difference with step
 // |x| DDelta (DDelta where that is below 1e-7). A fraction step that takes
-// the sum out of its window leaves the unperturbed blend.
+// the sum out of its window leaves the unperturbed blend, and so does a
+// point step that the forward method refuses (the component keeps its
+// unperturbed TBP curve).
 Curve referenceDerivatives(const Curve& fractions, const Curve& curves, int method, char unit) {
   const int n = static_cast<int>(fractions.size());
   const auto forwardOrKeep = [&](const double* d86, double* tbp) {
@@ -94,7 +96,11 @@ Curve referenceDerivatives(const Curve& fractions, const Curve& curves, int meth
     for (int p = 0; p < 7; ++p) {
       Curve c = curves, t = tbp;
       c[7 * i + p] += stepFor(c[7 * i + p]);
-      forwardOrKeep(&c[7 * i], &t[7 * i]);
+      if (kForward[method] == nullptr) {
+        std::copy(&c[7 * i], &c[7 * i] + 7, &t[7 * i]);
+      } else {
+        kForward[method](unit, &c[7 * i], &t[7 * i]);
+      }
       row(fractions, t, stepFor(curves[7 * i + p]), &derivs[56 * i + 7 * (p + 1)]);
     }
   }
@@ -242,6 +248,34 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
     }
   }
   EXPECT_GE(compared, 20);
+}
+
+// Found by the distillation fuzz target: a component whose curve ends in a
+// flat stretch gave NaN rows with status 0 (HC94: T50, T70 and T90), and
+// ethanol entered as a flat curve rows of -1000 per degree. Each step lifted
+// a point above its equal neighbour, the forward method refused the curve,
+// and the blend search on the curve kept as it was collapsed to its lower
+// limit. A point step that leaves the curve out of order now leaves the
+// component's TBP curve, so the row is 0.
+TEST_F(D86BlendTest, FlatCurveStretchGaveNaNDerivativeRowsWithStatusZero) {
+  const struct {
+    Curve fractions, curves;
+    std::vector<int> zeroRows;  // point rows whose step breaks the order
+  } cases[] = {
+      {{0.5, 0.5}, {60, 80.1, 100.2, 170.1, 170.1, 170.1, 170.1, 60, 80.1, 100.2, 120.3, 140.4, 160.5, 180.7}, {4, 5, 6}},
+      {{0.9, 0.1}, {112, 162, 214, 246, 277, 322, 392, 173, 173, 173, 173, 173, 173, 173}, {9, 10, 11, 12, 13, 14}},
+  };
+  for (const auto& c : cases) {
+    for (int method : {0, 1, 2, 3, 5}) {
+      int status = -1;
+      std::vector<double> derivs;
+      blend(c.fractions, c.curves, method, 'F', &status, &derivs);
+      ASSERT_EQ(status, 0) << method;
+      EXPECT_TRUE(std::all_of(derivs.begin(), derivs.end(), [](double d) { return std::isfinite(d); })) << method;
+      for (int row : c.zeroRows) EXPECT_EQ(Curve(&derivs[7 * row], &derivs[7 * row + 7]), Curve(7, 0.0)) << row;
+      EXPECT_EQ(derivs, referenceDerivatives(c.fractions, c.curves, method, 'F')) << method;
+    }
+  }
 }
 
 TEST_F(D86BlendTest, RepairsAndRejections) {
