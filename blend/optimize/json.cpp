@@ -7,6 +7,7 @@
 #include <set>
 
 #include "problem.h"
+#include "text/labfile.h"
 
 namespace tarn::optimize {
 namespace {
@@ -25,8 +26,13 @@ class Reader {
  public:
   Reader(std::string origin, std::string folder) : origin_(std::move(origin)), folder_(std::move(folder)) {}
 
+  // Names, keys and the messages of the files a problem names come from the
+  // user: control characters in them are shown as \xNN, so the message
+  // stays one line.
   [[noreturn]] void fail(const std::string& where, const std::string& message) const {
-    throw ProblemError(TARNBLEND_ERROR_FILE, origin_ + ": " + (where.empty() ? "" : where + ": ") + message);
+    throw ProblemError(TARNBLEND_ERROR_FILE, tarnblend::lab::printable(
+                                                 origin_ + ": " + (where.empty() ? "" : where + ": ") + message,
+                                                 std::string::npos));
   }
 
   // Refuses keys the entry does not know (a misspelt "demnad" would
@@ -107,6 +113,38 @@ std::string position(const std::string& text, std::size_t byte) {
   }
   return std::to_string(line) + ":" + std::to_string(column > 1 ? column - 1 : 1);
 }
+
+// Reads the text again to find where the parser stopped and why: a number
+// too large for a double is reported without its place.
+struct ParseStop : nlohmann::json_sax<Json> {
+  std::size_t byte = 0;
+  std::string reason;
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t) override { return true; }
+  bool number_unsigned(number_unsigned_t) override { return true; }
+  bool number_float(number_float_t, const string_t&) override { return true; }
+  bool string(string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
+  bool start_object(std::size_t) override { return true; }
+  bool key(string_t&) override { return true; }
+  bool end_object() override { return true; }
+  bool start_array(std::size_t) override { return true; }
+  bool end_array() override { return true; }
+  bool parse_error(std::size_t at, const std::string&, const nlohmann::detail::exception& e) override {
+    byte = at;
+    reason = e.what();
+    // "[json.exception.parse_error.101] parse error at line 1, column 9: syntax error ..." -> "syntax error ..."
+    const auto colon = reason.find(": ", reason.find("parse error"));
+    const auto bracket = reason.find("] ");
+    if (colon != std::string::npos) {
+      reason = reason.substr(colon + 2);
+    } else if (bracket != std::string::npos) {
+      reason = reason.substr(bracket + 2);
+    }
+    return false;
+  }
+};
 
 int objectiveNamed(const std::string& name) {
   if (name == "min cost" || name == "cost") return TARNBLEND_MIN_COST;
@@ -317,12 +355,12 @@ std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string
   Json root;
   try {
     root = Json::parse(text);
-  } catch (const Json::parse_error& e) {
-    std::string reason = e.what();
-    const auto colon = reason.find(": ", reason.find("parse error"));
-    if (colon != std::string::npos) reason = reason.substr(colon + 2);
+  } catch (const Json::exception&) {
+    ParseStop stop;
+    Json::sax_parse(text, &stop);
     throw ProblemError(TARNBLEND_ERROR_FILE,
-                       origin + ":" + position(text, e.byte) + ": malformed JSON: " + reason);
+                       tarnblend::lab::printable(origin + ":" + position(text, stop.byte) + ": malformed JSON: " +
+                                                     stop.reason, std::string::npos));
   }
   in.keys(root, "", {"recipe", "title", "volume_unit", "currency", "objective", "starts", "product", "units",
                      "components", "products"});

@@ -351,6 +351,22 @@ inline void changeSomeSetting(ByteReader& in) {
 
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
+// A refusal of the blend library's readers: one line that starts with
+// `prefix` (the file it names), UTF-8 without control characters (C0, DEL,
+// C1), so that no byte of the file reaches a terminal raw.
+inline void checkMessage(const std::string& message, const std::string& prefix) {
+  TARN_FUZZ_CHECK(message.rfind(prefix, 0) == 0, "'%s' does not name %s", message.c_str(), prefix.c_str());
+  for (std::size_t i = 0, length = 1; i < message.size(); i += length) {
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(message[i + k]); };
+    const unsigned char c = byte(0);
+    length = c < 0x80 ? 1 : c >= 0xC2 && c < 0xE0 ? 2 : c >= 0xE0 && c < 0xF0 ? 3 : c >= 0xF0 && c < 0xF5 ? 4 : 0;
+    bool valid = length > 0 && i + length <= message.size();
+    for (std::size_t k = 1; valid && k < length; ++k) valid = (byte(k) & 0xC0) == 0x80;
+    const bool control = c < 0x20 || c == 0x7F || (c == 0xC2 && valid && byte(1) < 0xA0);
+    TARN_FUZZ_CHECK(valid && !control, "byte 0x%02X at %zu of '%s'", c, i, message.c_str());
+  }
+}
+
 }  // namespace tarn::fuzz
 
 // Every target replays a history at start-up when asked; one with more to

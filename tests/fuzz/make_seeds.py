@@ -115,3 +115,25 @@ for name, parts in router.items():
     write("router", name, *parts)
 for k in range(4):
     write("router", "lifecycle%d" % k, 5, k)
+
+# problem: an options byte (the caller's recipe: 0 none, 1 gasoline, 2 diesel),
+# the problem file, and after a NUL a grade file it may name (fuzz.grade).
+examples = os.path.join("..", "..", "examples")
+for name, recipe in (("gasoline-pool", 1), ("diesel", 0)):
+    with open(os.path.join(examples, name + ".json"), "rb") as f:
+        text = f.read()
+    write("problem", name, recipe, text)
+    write("problem", name + "_given_recipe", 2 - recipe if recipe == 0 else 0, text)
+grade = b'{"name": "Fuzz", "product": "diesel", "limits": [{"property": "CN", "min": 51, "source": "EN 590"},' \
+        b' {"property": "T95", "max": 360, "unit": "C"}, {"property": "DEN", "min": 820, "max": 845}]}'
+write("problem", "grade_file", 2, b'{"components": [{"name": "Kerosene", "cost": 640, "max": 2500},'
+      b' {"name": "Heavy gas oil", "cost": 548, "fixed": 1000}], "products": [{"name": "D", "grade": "fuzz.grade",'
+      b' "demand": {"min": 2000}, "targets": [{"property": "CN", "value": 52}], "ratios": [{"numerator":'
+      b' "Kerosene", "denominator": "Heavy gas oil", "max": 2}]}]}', 0, grade)
+write("problem", "grade_csv", 0, b'{"recipe": "diesel-components.csv", "objective": "cost", "starts": 1,'
+      b' "products": [{"name": "D", "grade": "fuzz.grade", "shares": [{"component": "Kerosene", "max": 30}]}]}',
+      0, b"property,min,max,unit,source\nCFPP,,-5,C,EN 590\nFLASH,55,,C,\n")
+write("problem", "own_properties", 0, b'{"product": "gasoline", "units": {"T50": "C"}, "components": [{"name":'
+      b' "A", "cost": 1, "properties": {"RVP": 9, "T50": 95, "RON": 92}}, {"name": "B", "cost": 2, "volume": 5,'
+      b' "properties": {"RVP": 5, "T50": 110, "RON": 98}}], "products": [{"name": "P", "limits":'
+      b' [{"property": "RON", "min": 95}, {"property": "RVP", "max": 60, "unit": "kPa"}], "price": 3}]}')

@@ -13,19 +13,6 @@
 #include "fuzz_support.h"
 #include "tarn/blend.h"
 
-namespace {
-
-void checkMessage(const std::string& message) {
-  TARN_FUZZ_CHECK(message.rfind("fuzz.csv:", 0) == 0, "message '%s' does not name the file", message.c_str());
-  for (std::size_t i = 0; i < message.size(); ++i) {
-    const auto c = static_cast<unsigned char>(message[i]);
-    const bool c1 = c == 0xC2 && i + 1 < message.size() && static_cast<unsigned char>(message[i + 1]) < 0xA0;
-    TARN_FUZZ_CHECK(c >= 0x20 && c != 0x7F && !c1, "control byte 0x%02X at %zu of the message", c, i);
-  }
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const bool started = gfx_tarnInitializeAllocate(nullptr) == TARN_STATUS_OK;
   TARN_FUZZ_CHECK(started, "the library did not start");
@@ -37,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (status != TARNBLEND_OK) {
     TARN_FUZZ_CHECK(status == TARNBLEND_ERROR_FILE, "status %d", status);
     TARN_FUZZ_CHECK(recipe == nullptr, "a refused recipe was handed out");
-    checkMessage(tarnblend_last_error());
+    tarn::fuzz::checkMessage(tarnblend_last_error(), "fuzz.csv:");
     return 0;
   }
   tarnblend_model* model = nullptr;

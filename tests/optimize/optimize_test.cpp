@@ -215,6 +215,13 @@ TEST_F(Optimizer, ProblemFileFaultsArePlaced) {
       {R"({"components": [{"name": "A"}], "products": [{"name": "X"}]})",
        "components[0]: component 'A' is not in the recipe and has no \"properties\""},
       {"{" + components + R"("products": []})", "products: the problem has no product"},
+      // Found by the problem fuzz target: a number beyond a double came out
+      // as an internal error without its place, and a file's control
+      // characters and bytes that are not UTF-8 reached the message raw.
+      {R"({"products": [{"name": "X", "price": 1e999}]})", "problem.json:1:42: malformed JSON: number overflow"},
+      {"{" + components + R"("products": [{"name": "X", "shares": [{"component": "B\t", "max": 5}]}]})",
+       "no component named 'B\\x09'"},
+      {"{\"a\": \"\xff\"}", "ill-formed UTF-8 byte; last read: '\"\\xFF'"},
   };
   const std::string path = ::testing::TempDir() + "problem.json";
   for (const Case& c : cases) {
