@@ -1,11 +1,8 @@
 #!/usr/bin/env bash
-# Lists every export of the library that no fuzz target enters, and fails
-# when there is one:
+# Fails listing every export of the library (nm -D) no fuzz target enters:
 #   exports_entered.sh <shared library> <work dir> <seed dir> <target>...
-# Each target replays its seeds and the corpus its last run grew
-# (<work dir>/<name>/corpus) once, with libFuzzer's -print_coverage; a
-# function counts as entered when any of its edges ran. The exports are the
-# defined dynamic symbols of the library (nm -D).
+# Each target replays its seeds and grown corpus (<work dir>/<name>/corpus)
+# with -print_coverage; a function with any edge run counts as entered.
 set -uo pipefail
 library=$1 work=$2 seeds=$3
 shift 3

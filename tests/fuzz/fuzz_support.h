@@ -1,7 +1,8 @@
-// Shared pieces of the fuzz targets: a front-to-back reader of the fuzz
-// input, values a planning optimiser may hand over, caller buffers fenced by
-// guard bytes, a byte snapshot of the parameter block, and the session that
-// carries the library's state from input to input.
+// Shared pieces of the fuzz targets: a reader of the fuzz input, values an
+// optimiser may hand over, caller buffers fenced by guard bytes, a snapshot
+// of the parameter block, the session that carries the library's state from
+// input to input, and one driver for the direct calls that return a value
+// and write derivatives.
 #pragma once
 
 #include <fcntl.h>
@@ -10,14 +11,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <initializer_list>
-#include <iterator>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,19 +23,21 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// An invariant of the C interface; a violation aborts, which libFuzzer
-// reports as a crash and saves the input.
-#define TARN_FUZZ_CHECK(condition, ...)                                                      \
-  do {                                                                                       \
-    if (!(condition)) {                                                                      \
-      std::fprintf(stderr, "%s:%d: invariant failed: %s\n  ", __FILE__, __LINE__, #condition); \
-      std::fprintf(stderr, __VA_ARGS__);                                                     \
-      std::fprintf(stderr, "\n");                                                            \
-      std::abort();                                                                          \
-    }                                                                                        \
+// A violated invariant aborts: libFuzzer reports a crash and keeps the input.
+#define TARN_FUZZ_CHECK(condition, ...)                                                                    \
+  do {                                                                                                     \
+    if (condition) break;                                                                                  \
+    std::fprintf(stderr, "%s:%d: invariant failed: %s\n  ", __FILE__, __LINE__, #condition);              \
+    std::fprintf(stderr, __VA_ARGS__);                                                                     \
+    std::fprintf(stderr, "\n");                                                                           \
+    std::abort();                                                                                          \
   } while (0)
 
 namespace tarn::fuzz {
+
+struct Range {
+  double low, high;
+};
 
 // Reads the fuzz input from the front; an exhausted input reads as zeros,
 // so every input is a valid script.
@@ -49,28 +46,22 @@ class ByteReader {
   ByteReader(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
   bool empty() const { return pos_ >= size_; }
   std::uint8_t u8() { return pos_ < size_ ? data_[pos_++] : 0; }
-
   template <class T>
   T raw() {
     unsigned char bytes[sizeof(T)] = {};
     for (auto& b : bytes) b = u8();
     T value;
-    std::memcpy(&value, bytes, sizeof(T));
-    return value;
+    return *static_cast<T*>(std::memcpy(&value, bytes, sizeof(T)));
   }
-
-  // An index biased towards the neighbourhood of 0..count (both sides), with
-  // an occasional arbitrary int.
+  // An index near 0..count (both sides), now and then any int.
   int index(int count) {
     const std::uint8_t selector = u8();
     return selector < 224 ? static_cast<int>(selector % (count + 8)) - 4 : raw<std::int32_t>();
   }
-
-  // A value of the kind an optimiser wandering outside physical ranges
-  // passes: within [low, high], at its ends, the missing value and its
-  // neighbours, NaN, infinities, signed zeros, huge and tiny magnitudes, or
-  // any bit pattern. Any but the first two kinds make the reader unusual()
-  // until the next takeUsual().
+  // What an optimiser wandering outside physical ranges passes: a value in
+  // [low, high] or at its ends, or (making the reader unusual until the next
+  // takeUsual) the missing value and its neighbours, NaN, infinities, signed
+  // zeros, huge and tiny magnitudes, any bit pattern.
   double value(double low, double high) {
     using L = std::numeric_limits<double>;
     static const double kSpecial[] = {
@@ -84,15 +75,14 @@ class ByteReader {
     unusual_ = true;
     return selector < 200 ? kSpecial[selector - 128] : raw<double>();
   }
-  // Fills n values within [low, high] (or unusual ones).
+  double value(Range r) { return value(r.low, r.high); }
   void values(double* out, int n, double low, double high) {
     for (int i = 0; i < n; ++i) out[i] = value(low, high);
   }
   // True when every value since the last call came from its range.
   bool takeUsual() { return !std::exchange(unusual_, false); }
-  // Reads a byte that decides whether the values of the next operation all
-  // come from their ranges (three times in four), so that the checks on
-  // usual values meet large calls too.
+  // Three operations in four take all their values from their ranges, so
+  // that the checks on usual values meet large calls too.
   void chooseUsualOnly() {
     usualOnly_ = u8() % 4 != 0;
     unusual_ = false;
@@ -100,15 +90,12 @@ class ByteReader {
 
  private:
   const std::uint8_t* data_;
-  std::size_t size_;
-  std::size_t pos_ = 0;
+  std::size_t size_, pos_ = 0;
   bool unusual_ = false, usualOnly_ = false;
 };
 
-// A caller array of `count` elements with guard elements on both sides. The
-// whole allocation starts filled with a marker pattern (as a double, a large
-// negative number); the guards must keep it, and parts of the array a call
-// must not touch can be checked too.
+// A caller array with guard elements on both sides, all of it filled with a
+// marker byte first (as a double, a large negative number).
 template <class T>
 class Fenced {
  public:
@@ -121,53 +108,50 @@ class Fenced {
   std::size_t size() const { return count_; }
   T& operator[](std::size_t i) { return data()[i]; }
   const T& operator[](std::size_t i) const { return data()[i]; }
-  // The array as it is now, and whether it still holds exactly that.
   std::vector<T> copy() const { return {data(), data() + count_}; }
   bool same(const std::vector<T>& before) const {
     return count_ == 0 || std::memcmp(data(), before.data(), count_ * sizeof(T)) == 0;
   }
-  bool guardsIntact() const { return untouched(0, kGuard) && untouched(kGuard + count_, storage_.size()); }
-  // True when elements [from, to) of the array still hold the marker.
-  bool arrayUntouched(std::size_t from, std::size_t to) const { return untouched(kGuard + from, kGuard + to); }
+  bool guardsIntact() const { return marked(0, kGuard) && marked(kGuard + count_, storage_.size()); }
+  // Elements [from, to) still hold the marker.
+  bool arrayUntouched(std::size_t from, std::size_t to) const { return marked(kGuard + from, kGuard + to); }
+  bool untouched() const { return arrayUntouched(0, count_); }
   bool isMarker(std::size_t i) const { return arrayUntouched(i, i + 1); }
 
  private:
   static constexpr unsigned char kMarker = 0xA7;
-  bool untouched(std::size_t from, std::size_t to) const {
+  bool marked(std::size_t from, std::size_t to) const {
     const auto* bytes = reinterpret_cast<const unsigned char*>(storage_.data());
     return std::all_of(bytes + from * sizeof(T), bytes + to * sizeof(T), [](unsigned char b) { return b == kMarker; });
   }
   std::size_t count_;
   std::vector<T> storage_;
 };
+using Array = Fenced<double>;
 
-// A text (UTF-8 allowed) terminated within its fenced buffer, nothing beyond.
-inline bool terminatedWithin(const Fenced<char>& buffer) {
-  return buffer.guardsIntact() && strnlen(buffer.data(), buffer.size()) < buffer.size();
-}
+template <class... Arrays>
+bool guardsIntact(const Arrays&... arrays) { return (arrays.guardsIntact() && ...); }
 
-// A text written into a fenced buffer of the documented size: terminated
-// within it, printable ASCII, and nothing beyond.
-inline bool textWithin(Fenced<char>& buffer) {
+// A text ending inside its buffer, nothing beyond; printable ASCII unless
+// `ascii` is false (UTF-8 allowed).
+inline bool textWithin(const Fenced<char>& buffer, bool ascii = true) {
   const std::size_t length = strnlen(buffer.data(), buffer.size());
   return buffer.guardsIntact() && length < buffer.size() &&
-         std::all_of(buffer.data(), buffer.data() + length, [](char c) { return c >= 0x20 && c <= 0x7e; });
+         (!ascii || std::all_of(buffer.data(), buffer.data() + length, [](char c) { return c >= 0x20 && c <= 0x7e; }));
 }
 
 // The parameter block as bytes, to prove a call left it alone (or touched
-// only one field).
+// only [skip, skip + skipSize)): the offset of the first byte that differs,
+// -1 when none does.
 class ParameterSnapshot {
  public:
   ParameterSnapshot() { std::memcpy(bytes_, &params(), sizeof bytes_); }
   bool unchanged() const { return std::memcmp(bytes_, &params(), sizeof bytes_) == 0; }
-  // Offset of the first byte that differs outside [skip, skip + skipSize);
-  // -1 when none does.
   long firstDifference(const void* skip = nullptr, std::size_t skipSize = 0) const {
     const auto* now = reinterpret_cast<const unsigned char*>(&params());
     const auto* from = static_cast<const unsigned char*>(skip);
     for (std::size_t i = 0; i < sizeof bytes_; ++i) {
-      const bool skipped = from != nullptr && now + i >= from && now + i < from + skipSize;
-      if (!skipped && bytes_[i] != now[i]) return static_cast<long>(i);
+      if (bytes_[i] != now[i] && !(from != nullptr && now + i >= from && now + i < from + skipSize)) return long(i);
     }
     return -1;
   }
@@ -176,48 +160,40 @@ class ParameterSnapshot {
   unsigned char bytes_[sizeof(ParameterBlock)];
 };
 
-template <class... Arrays>
-bool guardsIntact(const Arrays&... arrays) {
-  return (arrays.guardsIntact() && ...);
-}
-
 inline bool isOneOf(int status, std::initializer_list<int> allowed) {
   return std::find(allowed.begin(), allowed.end(), status) != allowed.end();
 }
-
 // The count a query writes, or `otherwise` when it fails.
 inline int countOf(int (*query)(int, int*), int index, int otherwise) {
   int count = 0;
   return query(index, &count) == TARN_STATUS_OK ? count : otherwise;
 }
-
-// A result of a correlation whose inputs were all usual: a number, or the
-// missing value 1e30 where the correlation cannot compute one.
+// What a correlation gives for usual inputs: a number, or 1e30 where it
+// cannot compute one.
 inline bool numberOrMissing(double x) { return std::isfinite(x) || x == 1e30; }
+template <class Predicate>
+bool all(const Array& a, Predicate p) { return std::all_of(a.data(), a.data() + a.size(), p); }
+inline bool isFinite(double x) { return std::isfinite(x); }
+inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-// The state of the library carries over from input to input; every
-// kResetPeriod inputs, and before the first, it is reset (parameter block,
-// coefficients, diagnostic stream). The inputs since the last reset are
-// kept in a file mapped into memory, TARN_FUZZ_HISTORY, which survives a
+// The library's state carries over from input to input; before the first
+// and every kResetPeriod inputs it is reset. The inputs since the last reset
+// are kept in a memory-mapped file, TARN_FUZZ_HISTORY, which survives a
 // crash; TARN_FUZZ_REPLAY=<such a file> runs them again in order at start-up,
-// so the input that crashed meets the same state.
+// so that the crashing input meets the same state.
 class Session {
  public:
   static constexpr int kResetPeriod = 32;
-
-  static Session& get() {
-    static Session session;
-    return session;
-  }
-  // Called first for every input; true when the library was just reset.
+  static Session& get() { static Session session; return session; }
+  // First for every input; true when the library was just reset.
   bool begin(const std::uint8_t* data, std::size_t size) {
     const bool reset = inputs_++ % kResetPeriod == 0;
     if (reset) {
       TARNReset();
       TARN_FUZZ_CHECK(gfx_tarnInitializeAllocate(nullptr) == 0, "start-up failed");
       gfx_tarnSetDiagnosticStream(nullptr);
-      if (!haveDefaults_) std::memcpy(&defaults_, &tarn::params(), sizeof defaults_);
-      haveDefaults_ = defaultConstants_ = true;
+      if (inputs_ == 1) std::memcpy(&defaults_, &tarn::params(), sizeof defaults_);
+      defaultConstants_ = true;
       used_ = sizeof(std::uint32_t);
     }
     record(data, size, reset);
@@ -225,13 +201,10 @@ class Session {
   }
   // The parameter block as start-up leaves it.
   const tarn::ParameterBlock& defaults() const { return defaults_; }
-  // Whether the correlations' constants are still the defaults: the checks
-  // that results are numbers hold for those (a constant of 0 or 1e300 set
-  // by keyword may make any correlation's result undefined).
+  // Whether the constants are the defaults: only then must results be
+  // numbers (a constant of 0 or 1e300 set by keyword may undo any formula).
   bool constantsAtDefaults() const { return defaultConstants_; }
-  void constantsChanged() { defaultConstants_ = false; }
-  void constantsRestored() { defaultConstants_ = true; }
-  // Replays a history file when TARN_FUZZ_REPLAY names one.
+  void constantsChanged(bool changed = true) { defaultConstants_ = !changed; }
   static void replayIfAsked() {
     const char* path = std::getenv("TARN_FUZZ_REPLAY");
     if (path == nullptr) return;
@@ -259,12 +232,12 @@ class Session {
     close(file);
     history_ = map == MAP_FAILED ? nullptr : static_cast<unsigned char*>(map);
   }
-  // Appends an input: a count of inputs, then each as its length and bytes.
+  // The history: a count of inputs, then each as its length and bytes (one
+  // too long to keep ends the replay short).
   void record(const std::uint8_t* data, std::size_t size, bool restart) {
-    if (history_ == nullptr) return;
     std::uint32_t count = 0, length = static_cast<std::uint32_t>(size);
+    if (history_ == nullptr || used_ + sizeof length + size > kHistoryBytes) return;
     if (!restart) std::memcpy(&count, history_, sizeof count);
-    if (used_ + sizeof length + size > kHistoryBytes) return;  // too long to keep: replay stops short
     std::memcpy(history_ + used_, &length, sizeof length);
     std::memcpy(history_ + used_ + sizeof length, data, size);
     used_ += sizeof length + size;
@@ -273,20 +246,27 @@ class Session {
   }
   unsigned long inputs_ = 0;
   tarn::ParameterBlock defaults_;
-  bool haveDefaults_ = false, defaultConstants_ = true;
+  bool defaultConstants_ = true;
   unsigned char* history_ = nullptr;
   std::size_t used_ = sizeof(std::uint32_t);
 };
 
-// Sets one parameter by keyword, picked through the library's own list of
-// its keywords (either group keyword; any text for the one that takes any),
-// to a value from the input.
+// The checks on usual inputs apply: every value from its range, and the
+// constants at their defaults.
+inline bool usualInputs(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
+
+// A setting any target may change between its calls: the ChangeData switch,
+// or one parameter picked from the library's own list of keywords (either
+// group keyword; any text for the one that takes any), to any value.
 inline void changeSetting(ByteReader& in) {
+  if (in.u8() % 2 == 0) {
+    gfx_setCorParms("TARN", "ChangeData", in.u8() % 2 ? 1.0 : -1.0);
+    return;
+  }
   int count = 0;
   gfx_getCorParmsCount(&count);
   char group[TARN_KEYWORD_SIZE], alias[TARN_KEYWORD_SIZE], parameter[TARN_KEYWORD_SIZE];
-  const int k = in.u8() % count;
-  TARN_FUZZ_CHECK(gfx_getCorParmsKeywords(k, group, alias, parameter) == 0, "keyword %d of %d", k, count);
+  TARN_FUZZ_CHECK(gfx_getCorParmsKeywords(in.u8() % count, group, alias, parameter) == 0, "keyword list");
   const std::uint8_t choice = in.u8();
   const double value = choice % 2 == 0 ? in.value(-5.0, 30.0) : in.value(0.0, 500.0);
   const int status = gfx_setCorParms(choice % 4 == 1 && alias[0] != '\0' ? alias : group,
@@ -295,42 +275,19 @@ inline void changeSetting(ByteReader& in) {
   Session::get().constantsChanged();
 }
 
-// Whether the checks on usual inputs apply to the operation just read: every
-// value from its range, and the constants at their defaults.
-inline bool usualInputs(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
-
-template <class T>
-bool allNumbers(const Fenced<T>& a) {
-  return std::all_of(a.data(), a.data() + a.size(), numberOrMissing);
-}
-template <class T>
-bool allFinite(const Fenced<T>& a) {
-  return std::all_of(a.data(), a.data() + a.size(), [](double x) { return std::isfinite(x); });
-}
-
 // A temperature unit byte: mostly 'F' or 'C', sometimes any byte (read as F).
 inline char unitByte(ByteReader& in) {
   const std::uint8_t b = in.u8();
   return b < 112 ? 'F' : b < 224 ? 'C' : static_cast<char>(in.u8());
 }
 
-// The arrays of a failing call, for its report.
-template <class... Arrays>
-std::string describe(const Arrays&... arrays) {
-  std::string text;
-  const auto add = [&text](const auto& a) {
-    for (std::size_t i = 0; i < a.size(); ++i) text += std::to_string(a[i]) + (i + 1 < a.size() ? " " : " | ");
-  };
-  (add(arrays), ...);
-  return text;
-}
-
-// One input of a target made of operations: the session begins, then up to
-// `most` operations, each choosing whether its values all come from their
-// ranges and handing its selector byte to `operation`.
-template <class Operation>
-int runOperations(const std::uint8_t* data, std::size_t size, int most, Operation operation) {
-  Session::get().begin(data, size);
+// One input of operations: the session begins (onReset runs after a reset),
+// then up to `most` operations, each choosing whether its values are usual
+// and handing its selector byte to `operation`.
+template <class Operation, class OnReset = void (*)()>
+int runOperations(const std::uint8_t* data, std::size_t size, int most, Operation operation,
+                  OnReset onReset = [] {}) {
+  if (Session::get().begin(data, size)) onReset();
   ByteReader in(data, size);
   for (int count = 0; !in.empty() && count < most; ++count) {
     in.chooseUsualOnly();
@@ -339,21 +296,44 @@ int runOperations(const std::uint8_t* data, std::size_t size, int most, Operatio
   return 0;
 }
 
-// A setting of the kind every target may change between its calls: the
-// ChangeData switch, or any keyword.
-inline void changeSomeSetting(ByteReader& in) {
-  if (in.u8() % 2 == 0) {
-    changeSetting(in);
-  } else {
-    gfx_setCorParms("TARN", "ChangeData", in.u8() % 2 ? 1.0 : -1.0);
-  }
+// A direct call returning a value that may write derivatives: how many
+// entries it writes, whether it writes them whenever given an array (not
+// only with the flag), the call of inputs x, unit, flag and derivative array
+// (null or not), and each input's usual range.
+struct DirectCall {
+  const char* name;
+  int derivatives;
+  bool writesWheneverGiven;
+  double (*call)(const double* x, char unit, int flag, double* d);
+  std::vector<Range> ranges;
+};
+#define TARN_DIRECT(name, derivatives, always, call, ...)                                                         \
+  DirectCall{name, derivatives, always,                                                                           \
+             [](const double* x, char u, int f, double* d) { return (void)x, (void)u, (void)f, (void)d, call; }, \
+             {__VA_ARGS__}}
+
+// Calls c with inputs read (or `given`, usual when `usualGiven`) into x and
+// the unit byte read (or `unitGiven`): nothing written past its derivative
+// entries, none without the flag unless it writes whenever given, a number
+// or 1e30 from usual inputs. Returns the value and whether it was usual.
+inline std::pair<double, bool> runDirect(ByteReader& in, const DirectCall& c, double* x, const double* given = nullptr,
+                                         int unitGiven = -1, bool usualGiven = true) {
+  for (std::size_t j = 0; j < c.ranges.size(); ++j) x[j] = given ? given[j] : in.value(c.ranges[j]);
+  const std::uint8_t shape = in.u8();
+  const int flag = shape % 3 == 0 ? 0 : 1;
+  const char unit = unitGiven >= 0 ? static_cast<char>(unitGiven) : unitByte(in);
+  const bool usual = usualInputs(in) && usualGiven;
+  Array d(8);
+  const double value = c.call(x, unit, flag, shape % 8 == 7 ? nullptr : d.data());
+  TARN_FUZZ_CHECK(d.guardsIntact() && d.arrayUntouched(c.derivatives, 8), "%s wrote past its derivatives", c.name);
+  TARN_FUZZ_CHECK(flag != 0 || c.writesWheneverGiven || d.untouched(), "%s: derivatives without the flag", c.name);
+  TARN_FUZZ_CHECK(!usual || numberOrMissing(value), "%s: %.17g from usual inputs", c.name, value);
+  return {value, usual};
 }
 
-inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
-// A refusal of the blend library's readers: one line that starts with
-// `prefix` (the file it names), UTF-8 without control characters (C0, DEL,
-// C1), so that no byte of the file reaches a terminal raw.
+// A refusal of the blend library's readers: one line starting with `prefix`
+// (the file it names), UTF-8 without control characters (C0, DEL, C1), so
+// that no byte of the file reaches a terminal raw.
 inline void checkMessage(const std::string& message, const std::string& prefix) {
   TARN_FUZZ_CHECK(message.rfind(prefix, 0) == 0, "'%s' does not name %s", message.c_str(), prefix.c_str());
   for (std::size_t i = 0, length = 1; i < message.size(); i += length) {

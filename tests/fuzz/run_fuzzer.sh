@@ -1,13 +1,10 @@
 #!/usr/bin/env bash
 # Runs one fuzz target for a bounded time from its seed corpus:
 #   run_fuzzer.sh <target> <seconds> <work dir> <seed dir> [dictionary]
-# New inputs go to <work dir>/corpus (never into the checked-in seeds), a
-# failing input to <work dir>/crash-*, and the inputs since the library was
-# last reset to <work dir>/history (replay them with TARN_FUZZ_REPLAY=<that
-# file> <target> -runs=0). The log is kept in <work dir>/log; on success the
-# number of executions is printed, on failure the log's tail. One input may
-# take at most 10 seconds. TARN_FUZZ_SECONDS in the environment overrides
-# <seconds> (a long local run without configuring again).
+# New inputs go to <work dir>/corpus, a failing one to <work dir>/crash-*, the
+# inputs since the last reset to <work dir>/history (TARN_FUZZ_REPLAY), the
+# log to <work dir>/log; prints the executions, or the log's tail on failure.
+# At most 10 s an input; TARN_FUZZ_SECONDS in the environment overrides.
 set -uo pipefail
 target=$1 seconds=${TARN_FUZZ_SECONDS:-$2} work=$3 seeds=$4 dictionary=${5:-}
 mkdir -p "$work/corpus"
