@@ -1,14 +1,21 @@
-// The router and the user-library bridge with a real plug-in loaded through
-// gfx_bmlInitializeAllocate: the combined numbering, forwarding of every
-// kind of call, evaluation of each plug-in type and the ordering of inputs.
-// (A misbehaving plug-in and failed loads: plugin_faults_test.cpp.)
+// The router and the bridge with a real plug-in loaded: forwarding, each
+// plug-in type, the ordering of inputs; then the faults found with plug-ins
+// and plug-in files, each a regression test named after it.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <link.h>
 
+#include <climits>
 #include <cmath>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
-#include "plugin/plugin_support.h"
+#include "plugin/test_plugin.h"
+#include "router/shared_object_check.h"
 #include "support/derivatives.h"
 #include "tarn/bml.h"
 #include "tarn/tarn.h"
@@ -16,189 +23,337 @@
 
 namespace {
 
-using namespace tarn::testing;
+// Combined numbers of the plug-in's correlations (its own number + 57).
+enum : int { kSquare = 57, kWeighted, kPick, kExp, kCurve, kCombinedCount };
 
-TEST_F(PluginTest, CombinedNumberingSplitsAtTheBuiltInCountAndEndsAfterThePlugin) {
+// The plug-in module, kept open (outliving the router's unloading) so that
+// a behaviour set before the router loads it is the one it finds.
+void* module(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+void behave(const char* path, const TestPluginBehaviour* how) {
+  reinterpret_cast<TestPluginBehave>(dlsym(module(path), "testplugin_Behave"))(how);
+}
+void behave(const char* path, int startStatus, int correlations = 0) {
+  TestPluginBehaviour how{};
+  how.startStatus = startStatus;
+  how.countsGiven = correlations > 0;
+  how.correlations = correlations;
+  how.properties = how.inputs = how.outputs = 1;
+  behave(path, &how);
+}
+struct Calls {
+  int starts, stops, coefficientResets, handledIndex, handledCode;
+};
+Calls calls(const char* path = TARN_TEST_PLUGIN) {
+  Calls c{};
+  reinterpret_cast<int (*)(int*)>(dlsym(module(path), "testplugin_Calls"))(&c.starts);
+  return c;
+}
+
+std::string correlationId(int index, int expectedStatus = 0) {
+  char id[64] = "untouched";
+  EXPECT_EQ(gfx_bmlGetCorrelationId(index, id), expectedStatus) << index;
+  return id;
+}
+int combinedCount() {
   int count = 0;
-  EXPECT_EQ(gfx_bmlGetCorrelationCount(&count), 0);
-  EXPECT_EQ(count, kCombinedCount);
-  EXPECT_EQ(gfx_bmlGetPropCount(&count), 0);
-  EXPECT_EQ(count, 4);
-  // Ids come back upper-cased, descriptions as the plug-in wrote them.
+  gfx_bmlGetCorrelationCount(&count);
+  return count;
+}
+
+class PluginTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    behave(TARN_TEST_PLUGIN, nullptr);
+    behave(TARN_TEST_PLUGIN_SECOND, nullptr);
+    ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN), 0);
+  }
+  void TearDown() override { behave(TARN_TEST_PLUGIN, nullptr); }
+};
+
+// The proper test plug-in is bound and answers as before.
+void expectProperPluginBound(const std::string& context) {
+  SCOPED_TRACE(context);
+  EXPECT_EQ(combinedCount(), kCombinedCount);
   EXPECT_EQ(correlationId(kSquare), "USR_SQUARE");
-  EXPECT_EQ(correlationId(kCurve), "USR_CURVE");
-  EXPECT_EQ(correlationId(kCombinedCount, TARN_BML_STATUS_INDEX_PAST_END), "untouched");
-  char text[64] = "";
-  EXPECT_EQ(gfx_bmlGetCorrelationDesc(kExp, text), 0);
-  EXPECT_STREQ(text, "User usr_exp");
-
-  int type = 0;
-  EXPECT_EQ(gfx_bmlGetCorrelationType(kPick, &type), 0);
-  EXPECT_EQ(type, UBML_TYPE_COMPLEX);
-  EXPECT_EQ(gfx_bmlGetCorrelationOutPropCount(kCurve, &count), 0);
-  EXPECT_EQ(count, 4);
-  EXPECT_EQ(gfx_bmlGetCorrelationInpPropId(kCurve, 3, text), 0);
-  EXPECT_STREQ(text, "in3");
-  // The plug-in takes the position after the buffer; the router keeps the
-  // catalogue's order, and passes the plug-in's own code on.
-  EXPECT_EQ(gfx_bmlGetCorrelationOutPropId(kCurve, 2, text), 0);
-  EXPECT_STREQ(text, "out2");
-  EXPECT_EQ(gfx_bmlGetCorrelationOutPropId(kCurve, 4, text), 5);
-
-  int kind = -1, pair = -1;
-  EXPECT_EQ(gfx_bmlGetCorrelationOutPropType(kExp, 0, &kind), TARN_BML_USER_KIND);
-  EXPECT_EQ(kind, -1);
-  EXPECT_EQ(gfx_bmlGetIndexPair(kExp, &pair), 0);
-  EXPECT_EQ(pair, kSquare);  // made combined
-  EXPECT_EQ(gfx_bmlGetIndexPair(kCurve, &pair), 12);
-  EXPECT_EQ(pair, kSquare);
-
-  EXPECT_EQ(gfx_bmlGetPropId(2, text), 0);
-  EXPECT_STREQ(text, "usrvisc");
-  EXPECT_EQ(gfx_bmlGetPropDesc(3, text), 0);
-  EXPECT_STREQ(text, "User density");
+  double x[1] = {150.0}, y[1] = {0.0};
+  EXPECT_EQ(gfx_bmlGenCalc(kExp, 0, 0, 0.0, x, y, nullptr), 0);
+  EXPECT_DOUBLE_EQ(y[0], std::exp(1.5));
 }
 
-TEST_F(PluginTest, CoefficientsStartAndStopReachThePlugin) {
-  char name[16] = "";
-  double value = 0.0, x[3] = {1.0, 2.0, 3.0}, y = 0.0;
-  int count = 0;
-  EXPECT_EQ(gfx_bmlGetCoef(kWeighted, 1, name, &value), 0);
-  EXPECT_STREQ(name, "B");
-  EXPECT_EQ(value, 3.0);
-  EXPECT_EQ(gfx_bmlGetCoefCount(kWeighted, &count), 0);
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(gfx_bmlSetCoefValue(kWeighted, 0, 5.0), 0);
-  EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 0, 0, 0.0, x, &y, nullptr), 0);
-  EXPECT_EQ(y, 1.0 + 5.0 * 2.0 + 3.0 * 3.0);
-
-  const PluginCalls before = pluginCalls();
-  EXPECT_EQ(gfx_bmlInitializeCoefs(), 0);
-  EXPECT_EQ(gfx_bmlGetCoef(kWeighted, 0, name, &value), 0);
+// What the router forwards beyond the queries (which answer as the bridge
+// does: the router fuzz target's invariant).
+TEST_F(PluginTest, EveryKindOfCallReachesThePlugin) {
+  using V = std::vector<double>;
+  char text[TARN_MESSAGE_SIZE];
+  double x[3] = {1, 2, 3}, y = 0, d[3] = {}, value = 0;
+  // The plug-in takes an output position after the buffer; its properties
+  // follow the library's two.
+  EXPECT_EQ(gfx_bmlGetCorrelationOutPropId(kCurve, 2, text) + gfx_bmlGetPropId(2, text + 8), 0);
+  EXPECT_EQ(std::string(text) + (text + 8), "out2usrvisc");
+  // Coefficients: set, used, reset by the plug-in's own reset.
+  EXPECT_EQ(gfx_bmlSetCoefValue(kWeighted, 0, 5.0) + gfx_bmlGenCalc(kWeighted, 0, 0, 0.0, x, &y, nullptr), 0);
+  EXPECT_EQ(y, 1 + 5 * 2 + 3 * 3);
+  EXPECT_EQ(gfx_bmlInitializeCoefs() + gfx_bmlGetCoef(kWeighted, 0, text, &value), 0);
   EXPECT_EQ(value, 2.0);
+  // Property values: property 1 through either entry (the complex entry's
+  // number is ignored); type -3 only through the complex entry, with the
+  // number given; the direct calls reach the plug-in, and for a built-in
+  // index do nothing.
+  EXPECT_EQ(gfx_bmlGenCalcComplex(kWeighted, 1, 0, 2, x, &y, d), 0);
+  EXPECT_EQ(V({y, d[1], d[2]}), V({14, 2, 3}));
+  EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 1, 0, 0.0, x, &y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
+  EXPECT_EQ(gfx_bmlGenCalc(kPick, 0, 0, 0.0, x, &y, nullptr), TARN_STATUS_NOT_CALCULABLE);
+  EXPECT_EQ(gfx_bmlGenCalcComplex(kPick, 1, 0, 2, x, &y, d), 0);
+  EXPECT_EQ(V({y, d[0], d[2]}), V({30, 0, 10}));
+  EXPECT_EQ(gfx_bmlGenCalcComplex(kPick, 0, 0, 5, x, &y, d), 9);
+  EXPECT_EQ(gfx_bmlCalcPropValue(kPick, 1, 3, x, &y) + gfx_bmlCalcPropDeriv(kPick, 0, 3, x, d), 0);
+  EXPECT_EQ(V({y, d[0]}), V({20, 10}));
+  y = 42;
+  EXPECT_EQ(gfx_bmlCalcPropValue(9, 1, 3, x, &y) + gfx_bmlCalcPropDeriv(9, 1, 3, x, d), 0);
+  EXPECT_EQ(y, 42);
+  EXPECT_EQ(gfx_bmlCalcIndexFromProp(kSquare, 5.0, &y) + gfx_bmlCalcPropFromIndex(kSquare, 2.5, &value), 0);
+  EXPECT_EQ(V({y, value}), V({2.5, 5}));
+  double curve[4] = {150, -1, 2, 3}, out[4];
+  EXPECT_EQ(gfx_bmlGenCalcComplex(kCurve, 0, 0, 0, curve, out, nullptr), 7);  // the plug-in's own code
+  // Messages: the plug-in's own, and its handler gets its own codes with the
+  // combined number; the router's messages do not consult it.
+  EXPECT_EQ(gfx_ubmlGetErrorMsg(7, text), 0);
+  EXPECT_STREQ(text, "usr: negative property");
+  EXPECT_EQ(gfx_bmlErrorHandler(kCurve, 7, 0, nullptr) + gfx_bmlErrorHandler(kExp, -4, 0, nullptr), 0);
+  EXPECT_EQ(V({1.0 * calls().handledIndex, 1.0 * calls().handledCode}), V({kCurve, 7}));
+  EXPECT_EQ(gfx_bmlGetErrorMsg(7, text), 7 + 499);
+  // Freeing stops the plug-in and keeps it in the numbering.
+  const Calls before = calls();
   EXPECT_EQ(gfx_bmlFree(), 0);
-  const PluginCalls after = pluginCalls();
-  EXPECT_EQ(after.coefficientResets, before.coefficientResets + 1);
-  EXPECT_EQ(after.stops, before.stops + 1);
-  EXPECT_EQ(gfx_bmlGetCorrelationCount(&count), 0);
-  EXPECT_EQ(count, kCombinedCount);  // freeing does not take the plug-in out
+  EXPECT_EQ(calls().stops, before.stops + 1);
+  EXPECT_EQ(combinedCount(), kCombinedCount);
 }
 
+// A single-value correlation computes, then answers "not calculable"
+// through the plain entry; a failure passes through at once, writing nothing.
 TEST_F(PluginTest, SingleValueConversionReportsNotCalculableAfterComputing) {
-  const double x = 4.0, step = ((std::fabs(x) + 1.0) * 0.001 + x) - x;
   for (const bool complex : {false, true}) {
     SCOPED_TRACE(complex ? "complex" : "plain");
     const auto calc = [complex](int flag, int direction, double* in, double* out, double* d) {
       return complex ? gfx_bmlGenCalcComplex(kSquare, flag, direction, 0, in, out, d)
                      : gfx_bmlGenCalc(kSquare, flag, direction, 0.0, in, out, d);
     };
-    double in[1] = {x}, out[1] = {0.0}, d[1] = {0.0};
-    EXPECT_EQ(calc(1, 1, in, out, d), complex ? 0 : TARN_STATUS_NOT_CALCULABLE);
+    const int computed = complex ? 0 : TARN_STATUS_NOT_CALCULABLE;
+    double in[1] = {4.0}, out[1] = {0.0}, d[1] = {0.0};
+    EXPECT_EQ(calc(1, 1, in, out, d), computed);
     EXPECT_DOUBLE_EQ(out[0], 1.6);
-    EXPECT_NEAR(d[0], ((x + step) * (x + step) / 10.0 - x * x / 10.0) / step, 1e-9);
-    EXPECT_TRUE(tarn::testing::derivativeNear(d[0], 2.0 * x / 10.0, 1e-3));
-    // Direction 0 converts back; a plug-in failure passes through at once.
+    EXPECT_TRUE(tarn::testing::derivativeNear(d[0], 2.0 * 4.0 / 10.0, 1e-3));  // a forward difference
     in[0] = 1.6;
-    EXPECT_EQ(calc(0, 0, in, out, nullptr), complex ? 0 : TARN_STATUS_NOT_CALCULABLE);
+    EXPECT_EQ(calc(0, 0, in, out, nullptr), computed);
     EXPECT_DOUBLE_EQ(out[0], 4.0);
     in[0] = -1.0;
     out[0] = d[0] = 42.0;
     EXPECT_EQ(calc(1, 1, in, out, d), 7);
-    EXPECT_EQ(out[0], 42.0);
-    EXPECT_EQ(d[0], 42.0);
+    EXPECT_EQ(out[0] + d[0], 84.0);
     in[0] = 4.0;
     EXPECT_EQ(calc(1, 1, in, out, nullptr), complex ? TARN_STATUS_NO_DERIVATIVE_ARRAY : TARN_STATUS_NOT_CALCULABLE);
   }
-  double value = 0.0;
-  EXPECT_EQ(gfx_bmlCalcIndexFromProp(kSquare, 5.0, &value), 0);
-  EXPECT_EQ(value, 2.5);
-  EXPECT_EQ(gfx_bmlCalcPropFromIndex(kSquare, 2.5, &value), 0);
-  EXPECT_EQ(value, 5.0);
-}
-
-TEST_F(PluginTest, PropertyValuesUsePropertyOneOrTheCallersNumber) {
-  double x[3] = {1.0, 2.0, 3.0}, y = 0.0, d[3] = {0.0, 0.0, 0.0};
-  EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 1, 0, 0.0, x, &y, d), 0);
-  EXPECT_EQ(y, 14.0);
-  EXPECT_EQ(d[1], 2.0);
-  EXPECT_EQ(d[2], 3.0);
-  EXPECT_EQ(gfx_bmlGenCalcComplex(kWeighted, 1, 0, 2, x, &y, d), 0);  // property ignored
-  EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 1, 0, 0.0, x, &y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
-
-  // Type -3 only through the complex entry, with the property number given.
-  EXPECT_EQ(gfx_bmlGenCalc(kPick, 0, 0, 0.0, x, &y, nullptr), TARN_STATUS_NOT_CALCULABLE);
-  EXPECT_EQ(gfx_bmlGenCalcComplex(kPick, 1, 0, 2, x, &y, d), 0);
-  EXPECT_EQ(y, 30.0);
-  EXPECT_EQ(d[0], 0.0);
-  EXPECT_EQ(d[2], 10.0);
-  EXPECT_EQ(gfx_bmlGenCalcComplex(kPick, 0, 0, 5, x, &y, d), 9);
-  EXPECT_EQ(gfx_bmlGenCalcComplex(kPick, 1, 0, 0, x, &y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
-
-  // The direct calls reach the plug-in; for a built-in index they do nothing.
-  EXPECT_EQ(gfx_bmlCalcPropValue(kPick, 1, 3, x, &y), 0);
-  EXPECT_EQ(y, 20.0);
-  EXPECT_EQ(gfx_bmlCalcPropDeriv(kPick, 0, 3, x, d), 0);
-  EXPECT_EQ(d[0], 10.0);
-  y = 42.0;
-  EXPECT_EQ(gfx_bmlCalcPropValue(9, 1, 3, x, &y), 0);
-  EXPECT_EQ(gfx_bmlCalcPropDeriv(9, 1, 3, x, d), 0);
-  EXPECT_EQ(y, 42.0);
-}
-
-TEST_F(PluginTest, CatalogueShapedCorrelationsReportTheirSlopeAndTheirFailures) {
-  double x[4] = {150.0, 1.0, 2.0, 3.0}, y[4] = {}, d[16] = {};
+  // A catalogue-shaped correlation's slope against a central difference.
+  double x[1] = {150.0}, y[1] = {}, d[1] = {};
   ASSERT_EQ(gfx_bmlGenCalc(kExp, 1, 0, 0.0, x, y, d), 0);
-  const auto exp = [](double v) {
-    double in[1] = {v}, out[1] = {0.0};
-    gfx_bmlGenCalcComplex(kExp, 0, 0, 0, in, out, nullptr);
-    return out[0];
-  };
+  const auto exp = [](double v) { return gfx_bmlGenCalcComplex(kExp, 0, 0, 0, &v, &v, nullptr), v; };  // in place
   EXPECT_TRUE(tarn::testing::derivativeNear(d[0], tarn::testing::centralDifference(exp, 150.0)));
   EXPECT_EQ(gfx_bmlGenCalc(kExp, 1, 0, 0.0, x, y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
-  x[2] = -1.0;
-  EXPECT_EQ(gfx_bmlGenCalcComplex(kCurve, 0, 0, 0, x, y, nullptr), 7);
 }
 
+// The plain entry puts a plug-in's inputs in order, changing the fewest; the
+// complex entry and built-in correlations leave them alone.
 TEST_F(PluginTest, OrderingTakesTheDirectionThatChangesFewerInputs) {
-  struct Case {
+  const struct {
     int index;
     double spacing;
     std::vector<double> given, expected;
-  };
-  const Case cases[] = {
-      {kWeighted, 0.5, {100, 90, 120}, {100, 100.5, 120}},         // one change either way: upward
-      {kCurve, 1.0, {300, 100, 110, 120}, {99, 100, 110, 120}},    // three up against one down
+  } cases[] = {
+      {kWeighted, 0.5, {100, 90, 120}, {100, 100.5, 120}},       // one change either way: upward
+      {kCurve, 1.0, {300, 100, 110, 120}, {99, 100, 110, 120}},  // three up against one down
       {kCurve, 1.0, {100, 100, 100, 130}, {100, 101, 102, 130}},
       {kWeighted, 0.0, {100, 90, 120}, {100, 90, 120}},
       {kWeighted, -1.0, {100, 90, 120}, {100, 90, 120}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::vector<double> x = c.given, y(4, 0.0);
     EXPECT_EQ(gfx_bmlGenCalc(c.index, 0, 0, c.spacing, x.data(), y.data(), nullptr), 0);
     EXPECT_EQ(x, c.expected) << "spacing " << c.spacing;
     EXPECT_EQ(y[0], c.index == kCurve ? x[0] : x[0] + 2 * x[1] + 3 * x[2]);
   }
-  // The complex entry and built-in correlations leave the inputs alone.
-  double x[4] = {300, 100, 110, 120}, y[4] = {};
+  double x[4] = {300, 100, 110, 120}, y[4] = {}, octanes[2] = {95.0, 85.0};
   EXPECT_EQ(gfx_bmlGenCalcComplex(kCurve, 0, 0, 0, x, y, nullptr), 0);
+  EXPECT_EQ(gfx_bmlGenCalc(38, 0, 0, 1.0, octanes, y, nullptr), 0);
   EXPECT_EQ(x[0], 300.0);
-  double octanes[2] = {95.0, 85.0}, don[1] = {0.0};
-  EXPECT_EQ(gfx_bmlGenCalc(38, 0, 0, 1.0, octanes, don, nullptr), 0);
   EXPECT_EQ(octanes[0], 95.0);
-  EXPECT_EQ(don[0], 90.0);
+  EXPECT_EQ(y[0], 90.0);
 }
 
-TEST_F(PluginTest, MessagesAndErrorHandlingGoToTheOwnerOfTheCode) {
-  char message[TARN_MESSAGE_SIZE] = "";
-  EXPECT_EQ(gfx_ubmlGetErrorMsg(7, message), 0);
-  EXPECT_STREQ(message, "usr: negative property");
-  EXPECT_EQ(gfx_bmlErrorHandler(kCurve, 7, 0, nullptr), 0);
-  EXPECT_EQ(pluginCalls().handledIndex, kCurve);  // the combined number, unchanged
-  EXPECT_EQ(pluginCalls().handledCode, 7);
-  EXPECT_EQ(gfx_bmlErrorHandler(kExp, -4, 0, nullptr), 0);  // the built-in handler's code
-  EXPECT_EQ(pluginCalls().handledIndex, kCurve);
-  // The router's own messages do not consult the plug-in.
-  EXPECT_EQ(gfx_bmlGetErrorMsg(7, message), 7 + 499);
+// First in its program, before any plug-in is bound (ctest runs each test in
+// a program of its own; in one run of all tests a bound plug-in skips it).
+// The failing plug-in has two correlations, as in the report of the fault.
+TEST(PluginLoadingTest, FailedLoadWithNothingBoundLeavesNothingBound) {
+  int count = 0;
+  if (gfx_ubmlGetCorrelationCount(&count) != UBML_STATUS_NOT_BOUND) GTEST_SKIP() << "a plug-in is bound";
+  behave(TARN_TEST_PLUGIN_SECOND, 3, 2);
+  EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), TARN_BML_STATUS_UBML_INIT_FAILED);
+  behave(TARN_TEST_PLUGIN_SECOND, nullptr);
+  EXPECT_EQ(combinedCount(), TARN_BML_FIRST_USER_CORRELATION);
+  EXPECT_EQ(correlationId(kSquare, TARN_BML_STATUS_INDEX_PAST_END), "untouched");
+  EXPECT_EQ(gfx_ubmlGetCorrelationCount(&count), UBML_STATUS_NOT_BOUND);
+}
+
+TEST_F(PluginTest, FailedStartOfASecondPluginLeavesTheFirstBound) {
+  behave(TARN_TEST_PLUGIN_SECOND, 3, 2);
+  const Calls first = calls(), second = calls(TARN_TEST_PLUGIN_SECOND);
+  EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), TARN_BML_STATUS_UBML_INIT_FAILED);
+  EXPECT_EQ(calls(TARN_TEST_PLUGIN_SECOND).starts, second.starts + 1);
+  EXPECT_EQ(calls().stops, first.stops);  // never stopped: it stays in use
+  expectProperPluginBound("after a second plug-in failed to start");
+  // Every other failed load keeps it too: no file, not a library, a
+  // function missing (truncated and malformed files below).
+  for (const auto& [path, status] : std::vector<std::pair<std::string, int>>{
+           {::testing::TempDir() + "/no-such-plugin.so", TARN_BML_STATUS_NO_USER_LIBRARY},
+           {__FILE__, TARN_BML_STATUS_UBML_INIT_FAILED},
+           {TARN_TEST_PLUGIN_INCOMPLETE, TARN_BML_STATUS_UBML_INIT_FAILED}}) {
+    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), status) << path;
+    expectProperPluginBound(path);
+  }
+}
+
+TEST_F(PluginTest, ReloadingReplacesTheBoundPluginAndStopsTheOldOne) {
+  const Calls first = calls();
+  ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), 0);
+  EXPECT_EQ(correlationId(kSquare), "ALT_SQUARE");
+  EXPECT_EQ(calls().stops, first.stops + 1);
+  // The same file again is the same module, started afresh and not stopped;
+  // when that start fails it stays bound as it was.
+  const Calls second = calls(TARN_TEST_PLUGIN_SECOND);
+  ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), 0);
+  behave(TARN_TEST_PLUGIN_SECOND, 3);
+  EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), TARN_BML_STATUS_UBML_INIT_FAILED);
+  behave(TARN_TEST_PLUGIN_SECOND, nullptr);
+  EXPECT_EQ(calls(TARN_TEST_PLUGIN_SECOND).starts, second.starts + 2);
+  EXPECT_EQ(calls(TARN_TEST_PLUGIN_SECOND).stops, second.stops);
+  EXPECT_EQ(correlationId(kCurve), "ALT_CURVE");
+  ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN), 0);
+  EXPECT_EQ(calls(TARN_TEST_PLUGIN_SECOND).stops, second.stops + 1);
+  expectProperPluginBound("back to the first plug-in");
+}
+
+// Counts and pairs at and beyond what the combined numbering can hold: the
+// plug-in gives proper ones but for the one varied; an unusable one is
+// refused and the router's count falls back to its own.
+TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
+  constexpr int kNothing = INT_MIN, kRefused = TARN_BML_STATUS_UBML_INIT_FAILED;
+  const struct {
+    int query, given, status, written;  // query: correlations, properties, inputs, outputs, coefficients, pair
+  } cases[] = {
+      {0, INT_MAX - 5, kRefused, 57}, {0, INT_MAX - 57, 0, INT_MAX},  // the reported overflow; the last that fits
+      {0, -3, kRefused, 57},          {1, INT_MAX - 2, 0, INT_MAX},         {1, INT_MAX - 1, kRefused, 2},
+      {1, -1, kRefused, 2},           {2, -1, kRefused, kNothing},          {2, 46340, 0, 46340},  // n x m still an int
+      {2, 46341, kRefused, kNothing}, {3, INT_MIN, kRefused, kNothing},     {3, 46341, kRefused, kNothing},
+      {4, -2, kRefused, kNothing},    {4, INT_MAX, 0, INT_MAX},             {5, INT_MAX, kRefused, kNothing},
+      {5, 5, kRefused, kNothing},     {5, 4, 0, kCurve},                    {5, -2, 0, -2},  // no pair: as given
+  };
+  int (*const queries[])(int*) = {
+      gfx_bmlGetCorrelationCount,
+      gfx_bmlGetPropCount,
+      [](int* n) { return gfx_bmlGetCorrelationInpPropCount(kCurve, n); },
+      [](int* n) { return gfx_bmlGetCorrelationOutPropCount(kCurve, n); },
+      [](int* n) { return gfx_bmlGetCoefCount(kCurve, n); },
+      [](int* n) { return gfx_bmlGetIndexPair(kCurve, n); },
+  };
+  using B = TestPluginBehaviour;
+  int B::*const fields[] = {&B::correlations, &B::properties, &B::inputs, &B::outputs, &B::coefficients, &B::pair};
+  for (const auto& c : cases) {
+    TestPluginBehaviour how{0, 0, 0, 1, 5, 2, 4, 4, 2, 0, TESTPLUGIN_TEXT_PROPER};  // usr_curve's own counts
+    how.*fields[c.query] = c.given;
+    behave(TARN_TEST_PLUGIN, &how);
+    int written = kNothing;
+    EXPECT_EQ(queries[c.query](&written), c.status) << c.query << " given " << c.given;
+    EXPECT_EQ(written, c.written) << c.query << " given " << c.given;
+  }
+  // An index near INT_MAX is past the end without a usable count, the
+  // plug-in's when the numbering reaches that far; the largest input count
+  // is ordered in full, a refused one not at all.
+  char text[TARN_DESC_SIZE];
+  behave(TARN_TEST_PLUGIN, 0, INT_MAX - 5);
+  EXPECT_EQ(gfx_bmlGetCorrelationDesc(INT_MAX - 1, text), TARN_BML_STATUS_INDEX_PAST_END);
+  behave(TARN_TEST_PLUGIN, 0, INT_MAX - 57);
+  EXPECT_EQ(gfx_bmlGetCorrelationDesc(INT_MAX - 1, text), 5);
+  for (const int inputs : {46340, -1}) {
+    TestPluginBehaviour how{0, 0, 0, 1, 5, 0, inputs, 0, 0, 0, TESTPLUGIN_TEXT_PROPER};
+    behave(TARN_TEST_PLUGIN, &how);
+    std::vector<double> x(46340, 1.0);
+    double y = 0.0;
+    EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 0, 0, 0.5, x.data(), &y, nullptr), 5);  // refused by the plug-in
+    EXPECT_EQ(x.back(), inputs > 0 ? 1.0 + 0.5 * 46339 : 1.0);
+  }
+}
+
+std::vector<char> pluginBytes() {
+  std::ifstream in(TARN_TEST_PLUGIN, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+std::string writeFile(const std::vector<char>& bytes) {
+  const std::string path = ::testing::TempDir() + "/plugin-copy.so";
+  std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return path;
+}
+
+TEST_F(PluginTest, TruncatedPluginFileIsRefusedInsteadOfKillingTheHost) {
+  const std::vector<char> whole = pluginBytes();
+  ASSERT_GT(whole.size(), 9000u);
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{1000},
+                                 std::size_t{4500}, std::size_t{8000}, whole.size() / 2, whole.size() - 1}) {
+    const std::string path = writeFile({whole.begin(), whole.begin() + static_cast<long>(size)});
+    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << size;
+  }
+  expectProperPluginBound("after the truncated files");
+}
+
+// Header fields edited so that the loader would read outside the file or
+// misread it; the untouched file passes.
+TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
+  using Header = ElfW(Ehdr);
+  using Segment = ElfW(Phdr);
+  using Section = ElfW(Shdr);
+  const std::vector<char> whole = pluginBytes();
+  Header h;
+  std::memcpy(&h, whole.data(), sizeof h);
+  const std::uint64_t size = whole.size();
+  const auto put = [](std::vector<char>& bytes, std::size_t offset, auto value) {
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+  };
+  const struct {
+    const char* what;
+    std::function<void(std::vector<char>&)> edit;
+  } cases[] = {
+      {"not ELF", [&](auto& b) { b[1] = 'X'; }},
+      {"the other word size", [&](auto& b) { b[EI_CLASS] = sizeof(void*) == 8 ? ELFCLASS32 : ELFCLASS64; }},
+      {"the other byte order", [&](auto& b) { b[EI_DATA] ^= 3; }},
+      {"an object file", [&](auto& b) { put(b, offsetof(Header, e_type), ElfW(Half){ET_REL}); }},
+      {"program headers past the end", [&](auto& b) { put(b, offsetof(Header, e_phoff), ElfW(Off){size - 8}); }},
+      {"odd program header size", [&](auto& b) { put(b, offsetof(Header, e_phentsize), ElfW(Half){12}); }},
+      {"a segment past the end",
+       [&](auto& b) { put(b, h.e_phoff + sizeof(Segment) + offsetof(Segment, p_filesz), ElfW(Xword){size}); }},
+      {"a segment offset that wraps",
+       [&](auto& b) { put(b, h.e_phoff + offsetof(Segment, p_offset), ~ElfW(Off){0}); }},
+      {"section headers past the end", [&](auto& b) { put(b, offsetof(Header, e_shoff), ElfW(Off){size - 100}); }},
+      {"a section past the end", [&](auto& b) {
+         put(b, h.e_shoff + (h.e_shnum - 1) * sizeof(Section) + offsetof(Section, sh_offset), ElfW(Off){size});
+       }},
+  };
+  EXPECT_TRUE(tarn::router::isCompleteSharedObject(TARN_TEST_PLUGIN));
+  for (const auto& c : cases) {
+    std::vector<char> bytes = whole;
+    c.edit(bytes);
+    const std::string path = writeFile(bytes);
+    EXPECT_FALSE(tarn::router::isCompleteSharedObject(path.c_str())) << c.what;
+    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << c.what;
+  }
+  expectProperPluginBound("after the malformed files");
 }
 
 }  // namespace

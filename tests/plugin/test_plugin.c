@@ -1,11 +1,8 @@
 /* A user correlation library for the tests: one correlation of each type the
- * bridge evaluates its own way, with lower-case ids, an index pair, two
- * coefficients and two properties. It misbehaves on request (test_plugin.h):
- * a failing start, failing or garbage calculations, counts and pairs of any
- * value, over-long or unterminated texts. Built as a real shared object:
- * proper, under a second name (TEST_PLUGIN_PREFIX, a separate module with
- * ids of its own), and with UBML_TEST_OMIT_SYMBOL (one interface function
- * missing, so binding fails). */
+ * bridge evaluates its own way, lower-case ids, an index pair, two
+ * coefficients, two properties; misbehaving on request (test_plugin.h).
+ * Built proper, under a second name (TEST_PLUGIN_PREFIX: ids of its own) and
+ * with UBML_TEST_OMIT_SYMBOL (a function missing, so binding fails). */
 #define TARN_BUILDING_UBML_PLUGIN
 #include "tarn/ubml.h"
 
@@ -19,7 +16,6 @@
 #  define TEST_PLUGIN_PREFIX "usr"
 #endif
 
-/* Plug-in status codes. */
 enum { BAD_INDEX = 5, NEGATIVE_PROPERTY = 7, BAD_PROPERTY_NUMBER = 9, NO_PAIR = 12 };
 
 /* 0 index = property^2/10 and back; 1 x0 + A x1 + B x2 (property 1);
@@ -46,7 +42,7 @@ UBML_API void testplugin_Behave(const TestPluginBehaviour* how) {
   behaviour = how ? *how : proper;
 }
 
-/* What the plug-in has been asked, for the tests to look at. */
+/* What the plug-in has been asked. */
 UBML_API int testplugin_Calls(int* counts) {
   const int all[5] = {starts, stops, coefficientResets, handledIndex, handledCode};
   memcpy(counts, all, sizeof all);
@@ -88,8 +84,7 @@ static int refused(void) {
 }
 
 UBML_API int ubml_InitializeCoefs(void) {
-  weights[0] = 2.0;
-  weights[1] = 3.0;
+  weights[0] = 2.0, weights[1] = 3.0;
   return ++coefficientResets, 0;
 }
 
@@ -106,10 +101,8 @@ UBML_API int ubml_GetErrorMsg(int code, char* message) {
 }
 
 UBML_API int ubml_ErrorHandler(int index, int code, int inputCount, double* inputs) {
-  (void)inputCount;
-  (void)inputs;
-  handledIndex = index;
-  handledCode = code;
+  (void)inputCount, (void)inputs;
+  handledIndex = index, handledCode = code;
   return 0;
 }
 
@@ -184,16 +177,16 @@ static double garbage(int i) {
   return kGarbage[i % 4];
 }
 
-UBML_API int ubml_CalcIndexFromProp(int index, double property, double* indexValue) {
+/* Correlation 0 both ways. */
+static int square(int index, double x, double* y, double result, int garbageKind) {
   if (refused() || index != 0) return refused() ? refused() : BAD_INDEX;
-  if (behaviour.garbageResults) return *indexValue = garbage(0), 0;
-  return property < 0.0 ? NEGATIVE_PROPERTY : (*indexValue = property * property / 10.0, 0);
+  return behaviour.garbageResults ? (*y = garbage(garbageKind), 0) : x < 0.0 ? NEGATIVE_PROPERTY : (*y = result, 0);
 }
-
+UBML_API int ubml_CalcIndexFromProp(int index, double property, double* indexValue) {
+  return square(index, property, indexValue, property * property / 10.0, 0);
+}
 UBML_API int ubml_CalcPropFromIndex(int index, double indexValue, double* property) {
-  if (refused() || index != 0) return refused() ? refused() : BAD_INDEX;
-  if (behaviour.garbageResults) return *property = garbage(1), 0;
-  return indexValue < 0.0 ? NEGATIVE_PROPERTY : (*property = sqrt(10.0 * indexValue), 0);
+  return square(index, indexValue, property, sqrt(10.0 * indexValue), 1);
 }
 
 /* Correlation 1 (property 1) or 2 (properties 0..2): the value, or with
