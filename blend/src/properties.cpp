@@ -1,5 +1,7 @@
 #include "properties.h"
 
+#include <initializer_list>
+
 #include "tarn/blend.h"
 
 namespace tarnblend {
@@ -77,8 +79,53 @@ constexpr PropertyInfo kProperties[kPropertyCount] = {
     {P::EPA_EXT, "EPA.EXT", "EPA exhaust toxics", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},
 };
 
+// Figures one step of an evaluation computes together.
+constexpr std::initializer_list<P> kTogether[] = {
+    {P::IBP, P::T10, P::T30, P::T50, P::T70, P::T90, P::FBP},
+    {P::RON, P::MON, P::AKI},
+    {P::OXY, P::EHO, P::MTO, P::ETO, P::TMO, P::ETOH},
+    {P::CARB_CNX, P::CARB_THC, P::CARB_POT},
+    {P::EPA_VOC, P::EPA_TOX, P::EPA_NOX, P::EPA_EXB, P::EPA_EXT},
+};
+
+// The blended figures a figure is computed from (one of a group stands for
+// the group).
+struct ComputedFrom {
+  P property;
+  std::initializer_list<P> inputs;
+};
+constexpr ComputedFrom kComputedFrom[] = {
+    {P::E70, {P::T50}},  {P::E100, {P::T50}}, {P::E150, {P::T50}}, {P::T95, {P::T50}},
+    {P::E180, {P::T50}}, {P::E250, {P::T50}}, {P::E340, {P::T50}}, {P::E350, {P::T50}},
+    {P::E200, {P::T50}}, {P::E300, {P::T50}}, {P::TVL20, {P::RVP, P::T50}},
+    {P::VLI, {P::RVP, P::E70}}, {P::DI, {P::T50, P::ETOH}}, {P::CI4, {P::DEN, P::T50}},
+    {P::CI2, {P::DEN, P::T50}},
+    {P::CARB_CNX, {P::RVP, P::T50, P::ARO, P::OLF, P::OXY, P::SUL, P::BNZ}},
+    {P::EPA_VOC, {P::OXY, P::SUL, P::RVP, P::E200, P::E300, P::ARO, P::OLF, P::BNZ}},
+};
+
 }  // namespace
 
 const PropertyInfo& propertyInfo(Property property) { return kProperties[static_cast<int>(property)]; }
+
+void closeOverInputs(bool (&wanted)[kPropertyCount]) {
+  for (bool grew = true; grew;) {
+    grew = false;
+    auto mark = [&](P p) {
+      if (!wanted[static_cast<int>(p)]) wanted[static_cast<int>(p)] = grew = true;
+    };
+    for (const auto& group : kTogether) {
+      bool any = false;
+      for (P p : group) any = any || wanted[static_cast<int>(p)];
+      if (any) {
+        for (P p : group) mark(p);
+      }
+    }
+    for (const ComputedFrom& c : kComputedFrom) {
+      if (!wanted[static_cast<int>(c.property)]) continue;
+      for (P p : c.inputs) mark(p);
+    }
+  }
+}
 
 }  // namespace tarnblend

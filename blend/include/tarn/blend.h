@@ -279,6 +279,16 @@ TARNBLEND_API int TARN_CALL tarnblend_model_evaluate(tarnblend_model* model, int
 TARNBLEND_API int TARN_CALL tarnblend_model_evaluate_at(tarnblend_model* model, const double* volumes, int n,
                                                         double* values, double* jacobian);
 
+/* Limits evaluation to the count blended properties listed (indexes as
+ * tarnblend_model_property_find gives them) and those they are computed
+ * from, as an optimiser that limits a few properties needs: every other
+ * property comes out not computed, with the reason "not evaluated: the model
+ * was asked for other properties only", and its derivatives missing. A count
+ * of 0 asks for every property again, the default; changing the product
+ * kind does too. TARNBLEND_ERROR_ARGUMENT for an index out of range, a
+ * negative count, or a null list with a positive count (nothing changes). */
+TARNBLEND_API int TARN_CALL tarnblend_model_set_needed(tarnblend_model* model, const int* properties, int count);
+
 /* Number of blended properties of the model's product kind (fixed for a
  * product kind, whatever the recipe gives). */
 TARNBLEND_API int TARN_CALL tarnblend_model_property_count(const tarnblend_model* model, int* count);
