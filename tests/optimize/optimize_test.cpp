@@ -5,10 +5,12 @@
 // test_optimize.py.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "blend/blend_support.h"
 #include "tarn/optimize.h"
@@ -168,6 +170,47 @@ TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
   // A change makes the results out of date.
   ASSERT_EQ(tarnblend_problem_set_cost(q, 0, 31), TARNBLEND_OK);
   refused(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_ERROR_STATE, "not solved");
+}
+
+// After a solve the product's model holds every blended property, limited or
+// not, at the recipe the solve reports: a model built afresh from the recipe
+// gives the same figures there. (The optimiser evaluates only the limited
+// properties while it solves, and an infeasible problem tries each
+// relaxation alone, at other recipes, before it answers.)
+TEST_F(Optimizer, TheProductModelIsLeftWholeAtTheReportedRecipe) {
+  const struct {
+    double rvpMax, akiMin;
+    int outcome;
+  } cases[] = {{9.0, 87.0, TARNBLEND_OPTIMAL}, {4.0, 92.0, TARNBLEND_INFEASIBLE}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.rvpMax);
+    Problem p = gasoline();
+    tarnblend_problem* q = p.get();
+    ASSERT_EQ(tarnblend_problem_add_limit(q, 0, "RVP", TARN_MISSING, c.rvpMax, "psi"), TARNBLEND_OK);
+    ASSERT_EQ(tarnblend_problem_add_limit(q, 0, "AKI", c.akiMin, TARN_MISSING, nullptr), TARNBLEND_OK);
+    int outcome = -1;
+    ASSERT_EQ(tarnblend_problem_solve(q, &outcome), TARNBLEND_OK) << tarnblend_last_error();
+    ASSERT_EQ(outcome, c.outcome);
+    double volumes[6];
+    ASSERT_EQ(tarnblend_problem_volumes(q, 0, volumes, 6), TARNBLEND_OK);
+    tarnblend_model* solved = nullptr;
+    ASSERT_EQ(tarnblend_problem_model(q, 0, &solved), TARNBLEND_OK);
+    const blendtest::Model fresh = blendtest::build(TARNBLEND_GASOLINE, kGasoline);
+    int count = 0;
+    tarnblend_model_property_count(fresh.get(), &count);
+    std::vector<double> expected(static_cast<std::size_t>(count)), found(expected);
+    std::vector<int> statuses(static_cast<std::size_t>(count));
+    ASSERT_EQ(tarnblend_model_evaluate_at(fresh.get(), volumes, 6, expected.data(), nullptr), TARNBLEND_OK);
+    ASSERT_EQ(tarnblend_model_values(solved, found.data(), statuses.data(), count), TARNBLEND_OK);
+    for (int k = 0; k < count; ++k) {
+      const char* key = "";
+      tarnblend_model_property_info(fresh.get(), k, &key, nullptr, nullptr, nullptr, nullptr, nullptr);
+      EXPECT_NEAR(found[static_cast<std::size_t>(k)], expected[static_cast<std::size_t>(k)],
+                  1e-9 * (1.0 + std::fabs(expected[static_cast<std::size_t>(k)])))
+          << key;
+    }
+    EXPECT_EQ(blendtest::figure(solved, "EPA.NOX").status, TARNBLEND_COMPUTED);
+  }
 }
 
 TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensityMaximum) {
