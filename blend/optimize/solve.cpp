@@ -215,29 +215,26 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
   }
 }
 
-// Whether every limited property blends linearly by volume between two
-// points: each component's blending value (q + V dq/dv_i, its own value for
-// a linear blend) the same at both. Such a problem is a linear programme,
-// whose optimum does not depend on the start.
-bool blendsLinearly(const Formulation& f, const std::vector<double>& a, const std::vector<double>& b) {
-  const std::size_t components = f.problem.components.size();
-  for (std::size_t q = 0; q < f.problem.products.size(); ++q) {
-    std::vector<double> values[2], jacobians[2], volumes[2];
-    double total[2] = {0.0, 0.0};
-    for (int s = 0; s < 2; ++s) {
-      const std::vector<double>& x = s == 0 ? a : b;
-      if (!evaluateProduct(f, x.data(), static_cast<int>(q), values[s], &jacobians[s])) return false;
-      for (double v : productVolumes(f, x.data(), static_cast<int>(q))) total[s] += v;
-    }
-    for (const Limit& limit : f.problem.products[q].limits) {
-      const std::size_t k = static_cast<std::size_t>(limit.property);
-      for (std::size_t i = 0; i < components; ++i) {
-        if (f.variable[q][i] < 0) continue;
-        const double first = values[0][k] + total[0] * jacobians[0][k * components + i];
-        const double second = values[1][k] + total[1] * jacobians[1][k * components + i];
-        if (std::fabs(first - second) > 1e-7 * std::max(1.0, std::fabs(first))) return false;
-      }
-    }
+// Whether an optimum x is the best recipe of all, not only of those near it:
+// every limit that binds, or comes near to (within a thousandth of the
+// property's spread), is on a property whose limits are linear constraints
+// on the volumes. Without the other limits the problem is a linear
+// programme; x solves it (their multipliers are nil), and it holds every
+// recipe of the problem, so no recipe does better than x.
+bool certainlyBest(const Problem& problem, const Formulation& f, const NlpOutcome& out) {
+  constexpr double kNearlyBinding = 1e-3;
+  const std::size_t first = f.rows.size() - f.specifications.size();
+  for (std::size_t s = 0; s < f.specifications.size(); ++s) {
+    const Specification& spec = f.specifications[s];
+    const Product& p = problem.products[static_cast<std::size_t>(spec.product)];
+    int flags = 0;
+    tarnblend_model_property_info(p.model.get(), p.limits[static_cast<std::size_t>(spec.limit)].property, nullptr,
+                                  nullptr, nullptr, nullptr, nullptr, &flags);
+    if (flags & TARNBLEND_FLAG_LINEAR_LIMITS) continue;
+    double volume = 0.0;
+    for (double v : productVolumes(f, out.x.data(), spec.product)) volume += v;
+    // The row is V (q - bound): its slack in the property's unit is row / V.
+    if (!(std::fabs(out.rowValues[first + s]) > kNearlyBinding * spec.scale * volume)) return false;
   }
   return true;
 }
@@ -576,13 +573,13 @@ void solve(Problem& problem) {
   f.addSpecifications(start, Mode::Normal);
   NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
-  // Limits that do not blend linearly (octane interactions, points of the
-  // distillation curve) can leave more than one local optimum: a second
-  // start from an even split of each product, and the better answer is kept.
-  // (A failed first start goes to the elastic problem, which either finds
-  // what to relax or a feasible point to start again from.)
-  if (problem.starts > 1 && out.solved && objective != TARNBLEND_LEAST_CHANGE &&
-      !blendsLinearly(f, start, out.x)) {
+  // Limits that are not linear in the volumes (octane interactions, points
+  // of the distillation curve) can leave more than one local optimum: unless
+  // only linear ones bind, a second start from an even split of each
+  // product, and the better answer is kept. (A failed first start goes to
+  // the elastic problem, which either finds what to relax or a feasible
+  // point to start again from.)
+  if (problem.starts > 1 && out.solved && objective != TARNBLEND_LEAST_CHANGE && !certainlyBest(problem, f, out)) {
     NlpOutcome other = solveNlp(f, proportionalStart(f, true));
     r.iterations += other.iterations;
     if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);

@@ -13,7 +13,7 @@ using D = Dimension;
 using I = Input;
 
 constexpr unsigned G = kGasoline, Dsl = kDiesel, J = kJet, DJ = kDistillate;
-constexpr int E = TARNBLEND_FLAG_ESTIMATE;
+constexpr int E = TARNBLEND_FLAG_ESTIMATE, L = TARNBLEND_FLAG_LINEAR_LIMITS;
 constexpr double kLowT = -459.67, kHighT = 2000.0;  // degrees F
 constexpr const char* kVolatility = "Volatility";
 constexpr const char* kDistillation = "Distillation (D86)";
@@ -25,7 +25,7 @@ constexpr const char* kFlashViscosity = "Flash point and viscosity";
 constexpr const char* kEmissions = "Emission models";
 
 constexpr PropertyInfo kProperties[kPropertyCount] = {
-    {P::RVP, "RVP", "Reid vapour pressure", G, kVolatility, 2, 0, U::Input, I::RVP, D::Pressure, 0.0, 1e4},
+    {P::RVP, "RVP", "Reid vapour pressure", G, kVolatility, 2, L, U::Input, I::RVP, D::Pressure, 0.0, 1e4},
     {P::E70, "E70", "evaporated at 70 C (158 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
     {P::E100, "E100", "evaporated at 100 C (212 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
     {P::E150, "E150", "evaporated at 150 C (302 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
@@ -51,23 +51,23 @@ constexpr PropertyInfo kProperties[kPropertyCount] = {
     {P::AKI, "AKI", "antiknock index (RON + MON)/2", G, kOctane, 1, 0, U::Fixed, I::RON, D::None, 0.0, 150.0},
     {P::CI4, "CI4", "cetane index, four-variable (D4737 A)", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
     {P::CI2, "CI2", "cetane index, two-variable (D976)", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
-    {P::CN, "CN", "cetane number", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
-    {P::ARO, "ARO", "aromatics", G | J, kComposition, 2, 0, U::Input, I::ARO, D::VolumePercent, 0, 100},
-    {P::OLF, "OLF", "olefins", G, kComposition, 2, 0, U::Input, I::OLF, D::VolumePercent, 0, 100},
-    {P::BNZ, "BNZ", "benzene", G, kComposition, 2, 0, U::Input, I::BNZ, D::VolumePercent, 0, 100},
-    {P::SUL, "SUL", "sulfur", G | DJ, kComposition, 1, 0, U::Input, I::SUL, D::MassFraction, 0, 100},
-    {P::OXY, "OXY", "oxygen", G, kComposition, 2, 0, U::Input, I::OXY, D::MassFraction, 0, 100},
-    {P::EHO, "EHO", "oxygen from ethanol", G, kComposition, 2, 0, U::Input, I::EHO, D::MassFraction, 0, 100},
-    {P::MTO, "MTO", "oxygen from MTBE", G, kComposition, 2, 0, U::Input, I::MTO, D::MassFraction, 0, 100},
-    {P::ETO, "ETO", "oxygen from ETBE", G, kComposition, 2, 0, U::Input, I::ETO, D::MassFraction, 0, 100},
-    {P::TMO, "TMO", "oxygen from TAME", G, kComposition, 2, 0, U::Input, I::TMO, D::MassFraction, 0, 100},
-    {P::ETOH, "ETOH", "ethanol", G, kComposition, 2, 0, U::Input, I::ETOH, D::VolumePercent, 0, 100},
-    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 1, 0, U::Input, I::DEN, D::Density, 300, 1500},
-    {P::FLASH, "FLASH", "flash point", DJ, kFlashViscosity, 1, 0, U::Input, I::FLASH, D::Temperature, kLowT, kHighT},
-    {P::VISC40, "VISC40", "kinematic viscosity at 40 C", DJ, kFlashViscosity, 3, 0, U::Input, I::VISC40, D::Viscosity, 1e-9, 1e6},
-    {P::CLOUD, "CLOUD", "cloud point", Dsl, kColdFlow, 1, 0, U::Input, I::CLOUD, D::Temperature, kLowT, kHighT},
-    {P::POUR, "POUR", "pour point", Dsl, kColdFlow, 1, 0, U::Input, I::POUR, D::Temperature, kLowT, kHighT},
-    {P::CFPP, "CFPP", "cold filter plugging point (estimate)", Dsl, kColdFlow, 1, E, U::Input, I::CFPP, D::Temperature, kLowT, kHighT},
+    {P::CN, "CN", "cetane number", Dsl, kIgnition, 1, L, U::Fixed, I::CN, D::None, 0.0, 150.0},
+    {P::ARO, "ARO", "aromatics", G | J, kComposition, 2, L, U::Input, I::ARO, D::VolumePercent, 0, 100},
+    {P::OLF, "OLF", "olefins", G, kComposition, 2, L, U::Input, I::OLF, D::VolumePercent, 0, 100},
+    {P::BNZ, "BNZ", "benzene", G, kComposition, 2, L, U::Input, I::BNZ, D::VolumePercent, 0, 100},
+    {P::SUL, "SUL", "sulfur", G | DJ, kComposition, 1, L, U::Input, I::SUL, D::MassFraction, 0, 100},
+    {P::OXY, "OXY", "oxygen", G, kComposition, 2, L, U::Input, I::OXY, D::MassFraction, 0, 100},
+    {P::EHO, "EHO", "oxygen from ethanol", G, kComposition, 2, L, U::Input, I::EHO, D::MassFraction, 0, 100},
+    {P::MTO, "MTO", "oxygen from MTBE", G, kComposition, 2, L, U::Input, I::MTO, D::MassFraction, 0, 100},
+    {P::ETO, "ETO", "oxygen from ETBE", G, kComposition, 2, L, U::Input, I::ETO, D::MassFraction, 0, 100},
+    {P::TMO, "TMO", "oxygen from TAME", G, kComposition, 2, L, U::Input, I::TMO, D::MassFraction, 0, 100},
+    {P::ETOH, "ETOH", "ethanol", G, kComposition, 2, L, U::Input, I::ETOH, D::VolumePercent, 0, 100},
+    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 1, L, U::Input, I::DEN, D::Density, 300, 1500},
+    {P::FLASH, "FLASH", "flash point", DJ, kFlashViscosity, 1, L, U::Input, I::FLASH, D::Temperature, kLowT, kHighT},
+    {P::VISC40, "VISC40", "kinematic viscosity at 40 C", DJ, kFlashViscosity, 3, L, U::Input, I::VISC40, D::Viscosity, 1e-9, 1e6},
+    {P::CLOUD, "CLOUD", "cloud point", Dsl, kColdFlow, 1, L, U::Input, I::CLOUD, D::Temperature, kLowT, kHighT},
+    {P::POUR, "POUR", "pour point", Dsl, kColdFlow, 1, L, U::Input, I::POUR, D::Temperature, kLowT, kHighT},
+    {P::CFPP, "CFPP", "cold filter plugging point (estimate)", Dsl, kColdFlow, 1, E | L, U::Input, I::CFPP, D::Temperature, kLowT, kHighT},
     {P::FREEZE, "FREEZE", "freezing point", J, kColdFlow, 1, 0, U::Input, I::FREEZE, D::Temperature, kLowT, kHighT},
     {P::CARB_CNX, "CARB.CNX", "CARB exhaust NOx", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},
     {P::CARB_THC, "CARB.THC", "CARB exhaust hydrocarbons", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},

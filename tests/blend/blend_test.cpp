@@ -149,6 +149,74 @@ TEST_F(BlendTest, EmissionSlopesBeyondTheValidRangeAreThoseOfTheFigures) {
   }
 }
 
+// A property flagged as having linear limits keeps its value when two
+// recipes of equal value are mixed (the recipes meeting a limit exactly lie
+// on a plane through the origin); Healy's octane, E100 and T90 do not.
+TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsThatValueExactlyWhenLimitsAreLinear) {
+  struct Case {
+    int product;
+    const char* table;
+    std::vector<const char*> nonlinear;  // not flagged: mixing moves them
+  };
+  const Case cases[] = {{TARNBLEND_GASOLINE, kGasoline, {"AKI", "T90", "E100"}},
+                        {TARNBLEND_DIESEL, kDiesel, {"T90", "CI4"}}};
+  for (const Case& c : cases) {
+    Model m = build(c.product, c.table);
+    int n = 0, count = 0;
+    tarnblend_model_component_count(m.get(), &n);
+    tarnblend_model_property_count(m.get(), &count);
+    std::vector<double> a(static_cast<std::size_t>(n)), values(static_cast<std::size_t>(count));
+    for (int i = 0; i < n; ++i) tarnblend_model_volume(m.get(), i, &a[static_cast<std::size_t>(i)]);
+    auto at = [&](const std::vector<double>& v, int k) {
+      EXPECT_EQ(tarnblend_model_evaluate_at(m.get(), v.data(), n, values.data(), nullptr), TARNBLEND_OK);
+      return values[static_cast<std::size_t>(k)];
+    };
+    int checked = 0;
+    for (int k = 0; k < count; ++k) {
+      const char* key = "";
+      int flags = 0;
+      tarnblend_model_property_info(m.get(), k, &key, nullptr, nullptr, nullptr, nullptr, &flags);
+      const bool linear = (flags & TARNBLEND_FLAG_LINEAR_LIMITS) != 0;
+      const bool control = std::find_if(c.nonlinear.begin(), c.nonlinear.end(),
+                                        [&](const char* x) { return std::strcmp(x, key) == 0; }) != c.nonlinear.end();
+      const double target = at(a, k);
+      if ((!linear && !control) || target == TARN_MISSING) continue;
+      // A second recipe, the first reversed, brought to the same value by
+      // adding the component alone furthest on the other side (bisection).
+      std::vector<double> b(a.rbegin(), a.rend());
+      const bool above = at(b, k) > target;
+      int pick = -1;
+      double furthest = 0.0;
+      for (int j = 0; j < n; ++j) {
+        std::vector<double> alone(static_cast<std::size_t>(n), 0.0);
+        alone[static_cast<std::size_t>(j)] = 1.0;
+        const double own = at(alone, k);
+        const double beyond = above ? target - own : own - target;
+        if (own != TARN_MISSING && beyond > furthest) furthest = beyond, pick = j;
+      }
+      ASSERT_GE(pick, 0) << key;
+      double low = 0.0, high = 1e3;
+      for (std::vector<double> t = b; (at(t, k) > target) == above && high < 1e9; high *= 4) t[static_cast<std::size_t>(pick)] = b[static_cast<std::size_t>(pick)] + high * 4;
+      for (int step = 0; step < 200 && high - low > 1e-12 * high; ++step) {
+        std::vector<double> t = b;
+        t[static_cast<std::size_t>(pick)] += (low + high) / 2;
+        ((at(t, k) > target) == above ? low : high) = (low + high) / 2;
+      }
+      b[static_cast<std::size_t>(pick)] += (low + high) / 2;
+      std::vector<double> mix(static_cast<std::size_t>(n));
+      for (std::size_t i = 0; i < mix.size(); ++i) mix[i] = a[i] + b[i];
+      const double mixed = at(mix, k), tolerance = 1e-8 * (1.0 + std::fabs(target));
+      if (linear) {
+        EXPECT_NEAR(mixed, target, tolerance) << key;
+      } else {
+        EXPECT_GT(std::fabs(mixed - target), 100 * tolerance) << key << " is not linear, yet mixing kept it";
+      }
+      ++checked;
+    }
+    EXPECT_GE(checked, 9);
+  }
+}
+
 // A model asked for a few properties computes those and what they are
 // computed from, exactly as a whole evaluation does, and says of the others
 // that they were not asked for.

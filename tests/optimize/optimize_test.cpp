@@ -213,6 +213,47 @@ TEST_F(Optimizer, TheProductModelIsLeftWholeAtTheReportedRecipe) {
   }
 }
 
+// The second start is spared when only limits linear in the volumes bind
+// (linear and index blending: the optimum is then the best of all); a
+// binding octane limit (Healy's interactions) or distillation point still
+// gets it. The answer is the same either way.
+TEST_F(Optimizer, ASecondStartIsTakenUnlessOnlyLinearLimitsBind) {
+  struct Limit {
+    const char* key;
+    double minimum, maximum;
+  };
+  const struct {
+    std::vector<Limit> limits;
+    bool second;
+  } cases[] = {
+      // RVP by its blending index, sulfur by mass, aromatics by volume; the
+      // T50 window does not bind.
+      {{{"RVP", TARN_MISSING, 8.0}, {"SUL", TARN_MISSING, 10.0}, {"ARO", TARN_MISSING, 30.0},
+        {"T50", 150.0, 250.0}},
+       false},
+      {{{"RVP", TARN_MISSING, 9.0}, {"AKI", 91.0, TARN_MISSING}}, true},
+      {{{"RVP", TARN_MISSING, 9.0}, {"T90", TARN_MISSING, 310.0}}, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.limits.back().key);
+    int iterations[2] = {0, 0};
+    double objective[2] = {0, 0};
+    for (int starts : {1, 2}) {
+      Problem p = gasoline();
+      tarnblend_problem* q = p.get();
+      for (const Limit& l : c.limits) ASSERT_EQ(tarnblend_problem_add_limit(q, 0, l.key, l.minimum, l.maximum, nullptr), TARNBLEND_OK);
+      ASSERT_EQ(tarnblend_problem_set_starts(q, starts), TARNBLEND_OK);
+      int outcome = -1;
+      ASSERT_EQ(tarnblend_problem_solve(q, &outcome), TARNBLEND_OK) << tarnblend_last_error();
+      ASSERT_EQ(outcome, TARNBLEND_OPTIMAL);
+      ASSERT_EQ(tarnblend_problem_solution(q, nullptr, nullptr, nullptr, &iterations[starts - 1], &objective[starts - 1]),
+                TARNBLEND_OK);
+    }
+    EXPECT_EQ(iterations[1] > iterations[0], c.second) << iterations[0] << " and " << iterations[1];
+    EXPECT_NEAR(objective[1], objective[0], 1e-6 * objective[0]);
+  }
+}
+
 TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensityMaximum) {
   const blendtest::Model model = blendtest::build(TARNBLEND_DIESEL, kDiesel);
   tarnblend_problem* raw = nullptr;

@@ -82,6 +82,10 @@
 
 /* Flags of a blended property (bits). */
 #define TARNBLEND_FLAG_ESTIMATE 1 /* an estimate, not a blending correlation (T95, CFPP) */
+#define TARNBLEND_FLAG_LINEAR_LIMITS 2 /* rises or falls with one volume- or mass-weighted mean of the
+                                          components' values (linear or index blending: RVP, sulfur,
+                                          cloud point ...), so a limit on it is a linear constraint on
+                                          the volumes */
 
 /* ---- Verdicts of a grade check ------------------------------------------ */
 #define TARNBLEND_PASS 0
