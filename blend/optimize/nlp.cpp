@@ -524,7 +524,7 @@ NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   options.SetNumericValue("tol", 1e-9);
   // Points of the distillation curve move with the volumes through
   // piecewise-linear interpolations and their derivatives are differences
-  // computed inside libtarn: the optimality error of a problem limiting them
+  // of the curve blend: the optimality error of a problem limiting them
   // stalls near 1e-5 instead of reaching the tolerance. Five iterations in
   // a row within 1e-4, on a point within 0.01 of a unit volume of every
   // constraint row (rows are volume times property), are an answer.
