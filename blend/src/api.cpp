@@ -11,11 +11,6 @@
 #include "model.h"
 #include "tarn/distill.h"
 
-struct tarnblend_model {
-  explicit tarnblend_model(int product) : model(product) {}
-  tarnblend::Model model;
-};
-
 struct tarnblend_grade {
   tarnblend::Grade grade;
 };
@@ -70,6 +65,20 @@ Property propertyAt(const Model& model, int k) {
                                               std::to_string(model.properties().size()) + ")");
   }
   return model.properties()[static_cast<std::size_t>(k)];
+}
+
+// Decimals worth showing in the unit the property is reported in: the
+// table's count is for the default unit, and each factor of ten between the
+// two units moves it by one (psi 2 -> kPa 1, kg/m3 1 -> SPG 4, ppm 1 -> wt% 5).
+int shownDecimals(const Model& m, Property p) {
+  const PropertyInfo& info = propertyInfo(p);
+  const Unit& shown = m.propertyUnit(p);
+  if (shown.apiGravity) return 1;
+  const Unit* reference = info.unitSource == UnitSource::Input ? unitNamed(inputInfo(info.input).defaultUnit)
+                                                              : &baseUnit(info.dimension);
+  if (reference == nullptr || reference->apiGravity) return info.decimals;
+  const int shift = static_cast<int>(std::lround(std::log10(shown.scale / reference->scale)));
+  return std::max(0, info.decimals + shift);
 }
 
 void requireLength(int given, int wanted, const char* what) {
@@ -414,7 +423,7 @@ TARNBLEND_API int TARN_CALL tarnblend_model_property_info(const tarnblend_model*
       *unit = info.unitSource == UnitSource::CurveLabel ? m.recipeUnit(Input::T50).name : m.propertyUnit(p).name;
     }
     put(section, info.section);
-    put(decimals, info.decimals);
+    put(decimals, shownDecimals(m, p));
     put(flags, info.flags);
   });
 }

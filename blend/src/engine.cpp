@@ -395,8 +395,13 @@ void Engine::blendCurve() {
   }
   for (int k = 0; k < 7; ++k) set(kPoints[k], out[k]);
   if (!pure.empty()) {
-    note(nameList(pure) + (pure.size() == 1 ? " boils" : " boil") + " within " + shortNumber(pureSpan) +
-         " F from IBP to FBP: taken as pure compounds, their D86 curves pass the TBP conversion unchanged (DPure)");
+    // The threshold is in degrees F; a report in another unit says it in its own first.
+    const Unit& shown = m_.propertyUnit(Property::T50);
+    const std::string span = shown.name == std::string("F")
+                                 ? shortNumber(pureSpan) + " F"
+                                 : shortNumber(pureSpan / shown.scale) + " " + shown.name + " (" + shortNumber(pureSpan) + " F)";
+    note(nameList(pure) + (pure.size() == 1 ? " boils" : " boil") + " within " + span +
+         " from IBP to FBP: taken as pure compounds, their D86 curves pass the TBP conversion unchanged (DPure)");
   }
   if (!estimated.empty()) note("T30/T70 estimated for " + nameList(estimated) + " (log-linear curve model)");
   if (!derivatives_) return;

@@ -164,16 +164,29 @@ void TARN_CALL answerEpaQuestion(char* buffer, int length, const int* question) 
   if (length > 0 && *question >= 0 && *question < 6) buffer[0] = epaAnswers[*question];
 }
 
-// A note naming the model inputs that lie outside the ranges the model reports.
-void rangeNote(Engine& e, const char* model, const char* const* names, const double* values, int count,
+// A model input for the range note: its name, the blended property it is,
+// and the unit the model takes it in.
+struct RangeInput {
+  const char* name;
+  P property;
+  const char* modelUnit;
+};
+
+// A note naming the model inputs that lie outside the ranges the model
+// reports, each value and range in the unit the report gives the property in.
+void rangeNote(Engine& e, const char* model, const RangeInput* inputs, const double* values, int count,
                tarn_LimitsAnswer answer) {
   double lower[16], upper[16];
   if (gfx_getCorLimits(model, answer, lower, upper, count) != 0) return;
   std::string outside;
   for (int i = 0; i < count; ++i) {
     if (values[i] < lower[i] || values[i] > upper[i]) {
-      outside += std::string(outside.empty() ? "" : ", ") + names[i] + " " + shortNumber(values[i]) + " (range " +
-                 shortNumber(lower[i]) + " to " + shortNumber(upper[i]) + ")";
+      const Unit& from = *unitNamed(inputs[i].modelUnit);
+      const Unit& shown = e.model().propertyUnit(inputs[i].property);
+      auto text = [&](double v) { return shortNumber(fromBase(shown, toBase(from, v))); };
+      const std::string unit = shown.name[0] ? std::string(" ") + shown.name : "";
+      outside += std::string(outside.empty() ? "" : ", ") + inputs[i].name + " " + text(values[i]) + unit +
+                 " (range " + text(lower[i]) + " to " + text(upper[i]) + unit + ")";
     }
   }
   if (!outside.empty()) e.note(std::string(model) + " model inputs outside its valid range: " + outside);
@@ -211,13 +224,16 @@ void carbModel(Engine& e) {
   const double kept[8] = {in[0], in[1], in[2], in[3], in[4], in[5], in[6], in[7]};
   const Operand operands[8] = {{P::RVP}, {P::T50, t}, {P::T90, t}, {P::ARO},
                                {P::OLF}, {P::OXY}, {P::SUL, kPpmPerWeightPercent}, {P::BNZ}};
-  double out[3], d[24] = {0};
+  double out[3] = {0}, d[24] = {0};  // libtarn reads the output array before writing it
   if (!emissionModel(e, "CARB", in, 8, outputs, 3, out, d)) return;
   for (int k = 0; k < 3; ++k) {
     e.set(outputs[k], out[k]);
     e.chain(outputs[k], d + k, 3, operands, 8);
   }
-  const char* names[8] = {"RVP", "T50", "T90", "ARO", "OLF", "OXY", "SUL", "BNZ"};
+  const char* degrees = celsius ? "C" : "F";
+  const RangeInput names[8] = {{"RVP", P::RVP, "psi"}, {"T50", P::T50, degrees}, {"T90", P::T90, degrees},
+                               {"ARO", P::ARO, "vol%"}, {"OLF", P::OLF, "vol%"}, {"OXY", P::OXY, "wt%"},
+                               {"SUL", P::SUL, "ppm"},  {"BNZ", P::BNZ, "vol%"}};
   rangeNote(e, "CARB", names, kept, 8, nullptr);
 }
 
@@ -238,7 +254,7 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
   const Operand operands[11] = {oxygen.epaOperands[0], oxygen.epaOperands[1], oxygen.epaOperands[2],
                                 oxygen.epaOperands[3], {P::SUL, kPpmPerWeightPercent}, {P::RVP}, {P::E200},
                                 {P::E300}, {P::ARO}, {P::OLF}, {P::BNZ}};
-  double out[5], d[55] = {0};
+  double out[5] = {0}, d[55] = {0};  // libtarn reads the output array before writing it
   if (!emissionModel(e, "EPA", in, 11, outputs, 5, out, d)) return;
   for (int k = 0; k < 5; ++k) {
     e.set(outputs[k], out[k]);
@@ -247,7 +263,10 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
   epaAnswers[3] = catalogueCoefficient("EPA", "SEASON") == 2.0 ? 'W' : 'S';
   epaAnswers[4] = catalogueCoefficient("EPA", "FUELTYPE") == 1.0 ? 'R' : 'C';
   epaAnswers[5] = catalogueCoefficient("EPA", "EQUATION") == 2.0 ? 'S' : 'C';
-  const char* names[11] = {"MTO", "ETO", "EHO", "TMO", "SUL", "RVP", "E200", "E300", "ARO", "OLF", "BNZ"};
+  const RangeInput names[11] = {{"MTO", P::MTO, "wt%"}, {"ETO", P::ETO, "wt%"},   {"EHO", P::EHO, "wt%"},
+                                {"TMO", P::TMO, "wt%"}, {"SUL", P::SUL, "ppm"},   {"RVP", P::RVP, "psi"},
+                                {"E200", P::E200, "vol%"}, {"E300", P::E300, "vol%"}, {"ARO", P::ARO, "vol%"},
+                                {"OLF", P::OLF, "vol%"}, {"BNZ", P::BNZ, "vol%"}};
   rangeNote(e, "EPA", names, kept, 11, answerEpaQuestion);
 }
 

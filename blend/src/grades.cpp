@@ -2,12 +2,9 @@
 
 #include <cctype>
 #include <cmath>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "firewall.h"
-#include "text/csv.h"
 
 namespace tarnblend {
 namespace {
@@ -185,12 +182,6 @@ std::string squeeze(const std::string& text) {
   return out;
 }
 
-std::string lower(const std::string& text) {
-  std::string out;
-  for (char c : text) out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return out;
-}
-
 std::string upper(const std::string& text) {
   std::string out;
   for (char c : text) out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -229,125 +220,6 @@ std::string propertyKeyList() {
   std::string out;
   for (int p = 0; p < kPropertyCount; ++p) out += std::string(out.empty() ? "" : ", ") + propertyInfo(p).key;
   return out;
-}
-
-// ---- User grade files ----
-
-Grade readJson(const std::string& text, const std::string& path) {
-  nlohmann::json document;
-  try {
-    document = nlohmann::json::parse(text);
-  } catch (const nlohmann::json::parse_error& e) {
-    // The parser counts bytes: turn the offset into a line and a column.
-    const std::size_t at = std::min<std::size_t>(e.byte == 0 ? 0 : e.byte - 1, text.size());
-    int line = 1, column = 1;
-    for (std::size_t i = 0; i < at; ++i) {
-      if (text[i] == '\n') {
-        ++line;
-        column = 1;
-      } else {
-        ++column;
-      }
-    }
-    throw Error(TARNBLEND_ERROR_FILE, path + ":" + std::to_string(line) + ":" + std::to_string(column) +
-                                          ": not valid JSON");
-  }
-  if (!document.is_object() || !document.contains("limits") || !document["limits"].is_array()) {
-    throw Error(TARNBLEND_ERROR_FILE, path + ": a grade file in JSON is an object with a \"limits\" array");
-  }
-  Grade grade;
-  grade.name = document.value("name", path);
-  if (document.contains("product")) {
-    int product = 0;
-    const std::string text2 = document["product"].is_string() ? document["product"].get<std::string>() : "";
-    if (tarnblend_product_parse(text2.c_str(), &product) != TARNBLEND_OK) {
-      throw Error(TARNBLEND_ERROR_FILE, path + ": \"product\" must be gasoline, diesel or jet");
-    }
-    grade.product = product;
-  }
-  int k = 0;
-  for (const nlohmann::json& limit : document["limits"]) {
-    const std::string where = path + ": limits[" + std::to_string(k++) + "]: ";
-    auto number = [&](const char* name) {
-      if (!limit.contains(name) || limit[name].is_null()) return kMissing;
-      if (!limit[name].is_number()) throw Error(TARNBLEND_ERROR_FILE, where + "\"" + name + "\" is not a number");
-      return limit[name].get<double>();
-    };
-    auto text3 = [&](const char* name) {
-      if (!limit.contains(name) || limit[name].is_null()) return std::string();
-      if (!limit[name].is_string()) throw Error(TARNBLEND_ERROR_FILE, where + "\"" + name + "\" is not a text");
-      return limit[name].get<std::string>();
-    };
-    if (!limit.is_object()) throw Error(TARNBLEND_ERROR_FILE, where + "a limit is an object");
-    try {
-      grade.addLimit(text3("property"), number("min"), number("max"), text3("unit"), text3("source"));
-    } catch (const Error& e) {
-      throw Error(TARNBLEND_ERROR_FILE, where + e.what());
-    }
-  }
-  return grade;
-}
-
-Grade readCsv(const std::string& text, const std::string& path) {
-  std::istringstream in(text);
-  csv::Reader reader(in, path);
-  // A header with ';' and no ',' is a semicolon file with decimal commas.
-  const std::size_t firstLine = text.find('\n');
-  const std::string head = text.substr(0, firstLine);
-  const bool semicolons = head.find(';') != std::string::npos && head.find(',') == std::string::npos;
-  if (semicolons) reader.setSeparator(';');
-  const auto header = reader.next();
-  if (!header) throw Error(TARNBLEND_ERROR_FILE, path + ": the grade file is empty");
-  int columns[5] = {-1, -1, -1, -1, -1};  // property, min, max, unit, source
-  const char* names[5] = {"PROPERTY", "MIN", "MAX", "UNIT", "SOURCE"};
-  for (std::size_t c = 0; c < header->fields.size(); ++c) {
-    const std::string name = upper(csv::trim(header->fields[c]));
-    bool known = false;
-    for (int k = 0; k < 5; ++k) {
-      if (name == names[k]) {
-        columns[k] = static_cast<int>(c);
-        known = true;
-      }
-    }
-    if (!known) {
-      throw Error(TARNBLEND_ERROR_FILE, path + ":" + std::to_string(header->line) + ":" + std::to_string(c + 1) +
-                                            ": unknown column '" + csv::trim(header->fields[c]) +
-                                            "' (columns: property, min, max, unit, source)");
-    }
-  }
-  for (int k = 0; k < 4; ++k) {
-    if (columns[k] < 0) {
-      throw Error(TARNBLEND_ERROR_FILE, path + ":" + std::to_string(header->line) + ": no column '" +
-                                            lower(names[k]) + "' (columns: property, min, max, unit, source)");
-    }
-  }
-  Grade grade;
-  grade.name = path.substr(path.find_last_of('/') + 1);
-  while (const auto record = reader.next()) {
-    auto cell = [&](int k) {
-      return columns[k] >= 0 && static_cast<std::size_t>(columns[k]) < record->fields.size()
-                 ? csv::trim(record->fields[static_cast<std::size_t>(columns[k])])
-                 : std::string();
-    };
-    auto where = [&](int k) {
-      return path + ":" + std::to_string(record->line) + ":" + std::to_string(columns[k] + 1) + ": ";
-    };
-    auto bound = [&](int k) {
-      const std::string text4 = cell(k);
-      if (text4.empty()) return kMissing;
-      const auto value = csv::parseNumber(text4, semicolons);
-      if (!value) throw Error(TARNBLEND_ERROR_FILE, where(k) + (k == 1 ? "min" : "max") + " is not a number: '" + text4 + "'");
-      return *value;
-    };
-    const double minimum = bound(1), maximum = bound(2);
-    try {
-      grade.addLimit(cell(0), minimum, maximum, cell(3), cell(4));
-    } catch (const Error& e) {
-      const int column = e.status() == TARNBLEND_ERROR_UNIT ? 3 : e.status() == TARNBLEND_ERROR_PROPERTY ? 0 : 1;
-      throw Error(TARNBLEND_ERROR_FILE, where(column) + e.what());
-    }
-  }
-  return grade;
 }
 
 }  // namespace
@@ -408,23 +280,6 @@ Grade openBuiltinGrade(const std::string& name, const std::string& gradeClass) {
     grade.addLimit(limit.key, limit.minimum, limit.maximum, limit.unit, limit.source);
   }
   return grade;
-}
-
-Grade readGradeFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Error(TARNBLEND_ERROR_FILE, "cannot open grade file '" + path + "'");
-  std::stringstream buffer;
-  buffer << file.rdbuf();
-  std::string text = buffer.str();
-  if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);
-  if (text.find('\0') != std::string::npos) throw Error(TARNBLEND_ERROR_FILE, path + ": a binary file, not a grade");
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
-  try {
-    if (first != std::string::npos && (text[first] == '{' || text[first] == '[')) return readJson(text, path);
-    return readCsv(text, path);
-  } catch (const csv::SyntaxError& e) {
-    throw Error(TARNBLEND_ERROR_FILE, e.what());
-  }
 }
 
 }  // namespace tarnblend

@@ -132,3 +132,9 @@ inline std::string quoted(const std::string& name) { return "'" + name + "'"; }
 std::string shortNumber(double value);
 
 }  // namespace tarnblend
+
+// The handle behind tarnblend_model (api.cpp; the recipe readers create models too).
+struct tarnblend_model {
+  explicit tarnblend_model(int product) : model(product) {}
+  tarnblend::Model model;
+};

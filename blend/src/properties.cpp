@@ -60,7 +60,7 @@ constexpr PropertyInfo kProperties[kPropertyCount] = {
     {P::ETO, "ETO", "oxygen from ETBE", G, kComposition, 2, 0, U::Input, I::ETO, D::MassFraction, 0, 100},
     {P::TMO, "TMO", "oxygen from TAME", G, kComposition, 2, 0, U::Input, I::TMO, D::MassFraction, 0, 100},
     {P::ETOH, "ETOH", "ethanol", G, kComposition, 2, 0, U::Input, I::ETOH, D::VolumePercent, 0, 100},
-    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 4, 0, U::Input, I::DEN, D::Density, 300, 1500},
+    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 1, 0, U::Input, I::DEN, D::Density, 300, 1500},
     {P::FLASH, "FLASH", "flash point", DJ, kFlashViscosity, 1, 0, U::Input, I::FLASH, D::Temperature, kLowT, kHighT},
     {P::VISC40, "VISC40", "kinematic viscosity at 40 C", DJ, kFlashViscosity, 3, 0, U::Input, I::VISC40, D::Viscosity, 1e-9, 1e6},
     {P::CLOUD, "CLOUD", "cloud point", Dsl, kColdFlow, 1, 0, U::Input, I::CLOUD, D::Temperature, kLowT, kHighT},

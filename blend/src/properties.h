@@ -39,7 +39,7 @@ struct PropertyInfo {
   const char* description;
   unsigned products;
   const char* section;
-  int decimals;
+  int decimals;  // worth showing in the default unit of its input (else the base unit); see shownDecimals
   int flags;  // TARNBLEND_FLAG_*
   UnitSource unitSource;
   Input input;  // for UnitSource::Input

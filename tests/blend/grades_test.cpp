@@ -185,13 +185,16 @@ TEST_F(GradeTest, UserGradeFilesAndTheirFaults) {
     const char* suffix;
     const char* message;
   } faults[] = {
-      {"property,min,max,unit\nRVP,,9,furlong\n", ".csv", ":2:4: RVP takes psi, kPa, bar, not 'furlong'"},
+      {"property,min,max,unit\nRVP,,9,furlong\n", ".csv", ":2:8: RVP takes psi, kPa, bar, not 'furlong'"},
       {"property,min,max,unit\nOCTANE,90,,\n", ".csv", ":2:1: unknown property 'OCTANE'"},
-      {"property,min,max,unit\nRON,ninety,,\n", ".csv", ":2:2: min is not a number: 'ninety'"},
-      {"property,min,max,unit\nRON,,,\n", ".csv", ":2:2: RON: a limit needs a minimum or a maximum"},
+      {"property,min,max,unit\nRON,ninety,,\n", ".csv", ":2:5: min is not a number: 'ninety'"},
+      {"property,min,max,unit\nRON,,,\n", ".csv", ":2:5: RON: a limit needs a minimum or a maximum"},
       {"property,min,max\nRON,95,\n", ".csv", ":1: no column 'unit'"},
-      {"{\"limits\": [\n  {\"property\": \"RON\", \"min\": 95,}\n]}", ".json", ":2:33: not valid JSON"},
-      {"{\"limits\": [{\"property\": \"RON\", \"min\": \"95\"}]}", ".json", "limits[0]: \"min\" is not a number"},
+      {"{\"limits\": [\n  {\"property\": \"RON\", \"min\": 95,}\n]}", ".json", ":2:33: malformed JSON: syntax error while parsing object key"},
+      {"{\"limits\": [{\"property\": \"RON\", \"min\": \"95\"}]}", ".json", ":1:40: \"min\" is not a number: '95'"},
+      // Read with the recipe files' rules: text checked, never echoed.
+      {"property,min,max,unit\nRON,95,,\x01\x02\n", ".csv", ":2:9: binary data or a control character (byte 01)"},
+      {"property,min,max,unit\nFLASH,55,,\xB0" "C\n", ".csv", ":2:11: the file is not UTF-8 text (byte B0 here)"},
   };
   for (const auto& f : faults) {
     const std::string path = temporaryFile(f.content, f.suffix);

@@ -182,10 +182,8 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   EXPECT_TRUE(rvp > 7.0 && rvp < 10.0) << rvp;
   EXPECT_NEAR(etoh, 10.0, 0.5);
 
-  // The text report states its basis and units; the plot draws six
-  // components and the blend, each named in the legend.
-  TempFile plot("", ".svg");
-  const Outcome text = run({"blend", "--plot", plot.path()});
+  // The text report states its basis and units.
+  const Outcome text = run({"blend"});
   ASSERT_EQ(text.code, 0) << text.err;
   EXPECT_NE(text.out.find("Basis: volume"), std::string::npos);
   const auto row = [&](const std::string& id) {
@@ -196,14 +194,69 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
                                  {"EPA.NOX", " % change "}}) {
     EXPECT_NE(row(id).find(unit), std::string::npos) << id << "\n" << text.out;
   }
+}
+
+std::size_t count(const std::string& text, const std::string& part) {
+  std::size_t n = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+// The sample fails ASTM D4814 class A on its vapour pressure (exit 3) and
+// passes once its butane is taken out; the plot draws the grade's limits and
+// windows, every component with its share, and the components without
+// T30/T70 through their estimated points.
+TEST_F(CliTest, GradeCheckAfterAChangeAndPlot) {
+  const Outcome failing = run({"blend", "--json", "--grade", "astm-d4814", "--class", "A"});
+  EXPECT_EQ(failing.code, 3);
+  EXPECT_EQ(Json::parse(failing.out)["grade"]["limits"][0]["verdict"], "FAIL");
+  std::string lighter = run({"sample"}).out;
+  lighter.replace(lighter.find("Butane,300,"), 11, "Butane,0,");
+  TempFile recipe(lighter);
+  const Outcome passing = run({"blend", recipe.path(), "--json", "--grade", "ASTM-D4814", "--class", "A"});
+  EXPECT_EQ(passing.code, 0) << passing.err;
+  EXPECT_EQ(Json::parse(passing.out)["grade"]["limits"][0]["verdict"], "PASS");
+
+  // Without T30 and T70 every component is drawn through its two estimated
+  // points (hollow markers, dashed segments); the EN 228 windows at 70, 100
+  // and 150 C, the end point at 210 C = 410 F.
+  std::string noMiddle;
+  std::stringstream lines(run({"sample"}).out);
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<std::string> cells = split(line);
+    if (line[0] != '#') cells.erase(cells.begin() + 7), cells.erase(cells.begin() + 5);  // T70, T30
+    for (std::size_t i = 0; i < cells.size(); ++i) noMiddle += (i ? "," : "") + cells[i];
+    noMiddle += "\n";
+  }
+  TempFile estimated(noMiddle), plot("", ".svg");
+  ASSERT_EQ(run({"blend", estimated.path(), "--grade", "EN228", "--class", "A", "--plot", plot.path()}).code, 3);
   const std::string svg = slurp(plot.path());
-  EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
-  std::size_t lines = 0;
-  for (auto at = svg.find("<polyline"); at != std::string::npos; at = svg.find("<polyline", at + 1)) ++lines;
-  EXPECT_EQ(lines, 7u);
-  for (const char* label : {">Blend<", ">Reformate<", "Volume percent evaporated", "Temperature (", "</svg>"}) {
+  EXPECT_EQ(count(svg, "<circle"), 7u * 7u);
+  EXPECT_EQ(count(svg, "r=\"3.0\" fill=\"white\""), 6u * 2u);
+  EXPECT_EQ(count(svg, "stroke-dasharray"), 6u * 4u + 6u);  // four segments and a legend line each
+  for (const char* label : {">Reformate 27.0 % (T30/T70 estimated)<", ">Blend<", ">E70 22\xE2\x80\x93" "50 %<",
+                            ">E150 \xE2\x89\xA5 75 %<", ">FBP \xE2\x89\xA4 410<", ">EN228 A limits<",
+                            "Temperature (\xC2\xB0" "F)", "</svg>"}) {
     EXPECT_NE(svg.find(label), std::string::npos) << label;
   }
+}
+
+// THREEA11 turns the sample's narrow-boiling ethanol curve into a falling
+// one: every figure of the curve and every figure that needs it is not
+// computed, with the remedy, and nothing garbage is printed; the others are.
+TEST_F(CliTest, FallingCurveIsNotComputedWithItsRemedy) {
+  const Outcome r = run({"blend", "--method", "THREEA11", "--json", "--set", "GENERICD86.DPure=0"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Json report = Json::parse(r.out);
+  for (const char* key : {"T50", "T90", "E200", "E300", "DI", "TVL20", "EPA.VOC", "CARB.CNX"}) {
+    EXPECT_TRUE(report["blend"][key]["value"].is_null()) << key;
+  }
+  const std::string reason = report["blend"]["T90"]["reason"];
+  EXPECT_NE(reason.find("THREEA11 gives a falling curve for narrow-boiling components such as"), std::string::npos)
+      << reason;
+  EXPECT_NE(reason.find("use HC94"), std::string::npos) << reason;
+  EXPECT_EQ(r.out.find("e+29"), std::string::npos);
+  EXPECT_EQ(report["blend"]["RVP"]["value"], figure(Json::parse(run({"blend", "--json"}).out), "RVP"));
 }
 
 // The same blend written in degrees C and kPa, or by mass, reports the same
@@ -318,11 +371,23 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
   EXPECT_EQ(celsius["temperature_unit"], "C");
   EXPECT_NEAR(celsius["outputs"]["TVL"].get<double>(), (out[0] - 32.0) / 1.8, 1e-3);
-  // An undefined result: the outputs are shown missing, the status named, exit 1.
-  const Outcome undefined = run({"eval", "RVP", "NA"});
-  EXPECT_EQ(undefined.code, 1);
-  EXPECT_NE(undefined.out.find("missing"), std::string::npos);
-  EXPECT_NE(undefined.err.find("RVP returned status 1"), std::string::npos) << undefined.err;
+  // A missing input or an undefined result is never a figure: the outputs
+  // are not computed, with the reason, and the run exits 1 (the library's
+  // TVL of a missing T10 is 2e29 with status 0; RVP of a missing index, status 1).
+  for (const auto& [args, reason] : {std::pair{std::vector<std::string>{"TVL", "9", "NA", "210"}, "input T10 is missing"},
+                                     {{"RVP", "NA"}, "input RVPNDX is missing"},
+                                     {{"POURPOINT1", "-5"}, "status 1: the correlation's result is undefined"}}) {
+    std::vector<std::string> command = {"eval"};
+    command.insert(command.end(), args.begin(), args.end());
+    command.push_back("--json");
+    const Outcome undefined = run(command);
+    EXPECT_EQ(undefined.code, 1) << args[0];
+    const Json j = Json::parse(undefined.out);
+    EXPECT_EQ(j["status"], 1);
+    EXPECT_NE(j["reason"].get<std::string>().find(reason), std::string::npos) << j["reason"];
+    EXPECT_TRUE(j["outputs"].begin()->is_null()) << undefined.out;
+    EXPECT_NE(undefined.err.find(args[0] + " not computed: " + reason), std::string::npos) << undefined.err;
+  }
 
   // Per row: columns found by name in any order, others copied through,
   // derivative columns labelled.
@@ -334,63 +399,66 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   std::string header, first;
   std::getline(lines, header);
   std::getline(lines, first);
-  EXPECT_EQ(header, "case,T50,t10,RVP,TVL,status,d(TVL)/d(RVP),d(TVL)/d(T10),d(TVL)/d(T50)");
+  EXPECT_EQ(header, "case,T50,t10,RVP,TVL,status,reason,d(TVL)/d(RVP),d(TVL)/d(T10),d(TVL)/d(T50)");
   const auto cells = split(first);
-  ASSERT_EQ(cells.size(), 9u);
+  ASSERT_EQ(cells.size(), 10u);
   EXPECT_EQ(std::stod(cells[4]), out[0]);
   EXPECT_EQ(cells[5], "0");
-  EXPECT_EQ(std::stod(cells[7]), d[1]);
-  // A row the library cannot evaluate keeps its status, and the run says so;
-  // an output named like an input column gets its own name.
-  TempFile undefinedRows("RVPNDX\n2\nNA\n"), clash("RVPNDX,RVP\n9,old\n");
-  const Outcome partly = run({"eval", "RVP", "--csv", undefinedRows.path()});
+  EXPECT_EQ(std::stod(cells[8]), d[1]);
+  // A row with an empty cell gets empty outputs and derivatives, status 1 and
+  // the reason, and the run says so; an output named like an input column
+  // gets its own name.
+  TempFile undefinedRows("RVP,T10,T50\n9,120,210\n9,,210\n"), clash("RVPNDX,RVP\n9,old\n");
+  const Outcome partly = run({"eval", "TVL", "--csv", undefinedRows.path(), "--derivs"});
   EXPECT_EQ(partly.code, 0);
-  EXPECT_EQ(partly.out.substr(partly.out.rfind(",,") + 2), "1\n");
-  EXPECT_NE(partly.err.find("1 of 2 rows did not evaluate"), std::string::npos) << partly.err;
-  EXPECT_EQ(run({"eval", "RVP", "--csv", clash.path()}).out.substr(0, 34), "RVPNDX,RVP,RVP.out,status\n9,old,5.");
+  EXPECT_EQ(partly.out.substr(partly.out.rfind("\n9,,")), "\n9,,210,,1,input T10 is missing,,,\n");
+  EXPECT_NE(partly.err.find("1 of 2 rows were not computed"), std::string::npos) << partly.err;
+  EXPECT_EQ(run({"eval", "RVP", "--csv", clash.path()}).out.substr(0, 41), "RVPNDX,RVP,RVP.out,status,reason\n9,old,5.");
 }
 
 TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
   const std::string header = "NAME,VOLUME[bbl],RVP[psi],T10[F],T50[F],T90[F]\n";
-  // Arguments ("{}" names a file holding the recipe), recipe, message.
+  std::string unlabelled;  // the sample in degrees F with its units taken out of the headers
+  for (const char c : run({"sample"}).out) unlabelled += c;
+  for (std::size_t at; (at = unlabelled.find("[F]")) != std::string::npos;) unlabelled.erase(at, 3);
+  // Arguments ("{}" names a file holding the text), file text, message. The
+  // recipe reader's own faults are tested with the blend library; these are
+  // the ones that reach the tool, each answered on one line, exit 2.
   const std::vector<std::tuple<std::vector<std::string>, std::string, std::string>> cases = {
       {{"describe", "57"}, "", "unknown correlation '57'"},
       {{"frobnicate"}, "", "unknown command 'frobnicate'"},
-      {{"blend", "/nonexistent/recipe.csv"}, "", "cannot open recipe '/nonexistent/recipe.csv'"},
+      {{"blend", "/nonexistent/recipe.csv"}, "", "/nonexistent/recipe.csv:1:1: cannot open the file"},
       {{"blend", "--method", "FAST"}, "", "unknown distillation method 'FAST'"},
       {{"blend", "--units", "K"}, "", "--units"},
+      {{"blend", "--product", "lemonade"}, "", "lemonade"},
+      {{"blend", "--grade", "NOPE"}, "", "NOPE"},
       {{"blend", "--set", "NOSUCH.P1=1"}, "", "unknown parameter 'NOSUCH.P1'"},
       {{"blend", "--set", "TARN.changedata=1"}, "", "unknown parameter 'TARN.changedata'"},
       {{"blend", "--set", "TARN.ChangeData=on"}, "", "is not a number: 'on'"},
       {{"blend", "--set", "ChangeData=1"}, "", "not of the form CORRELATION.PARAMETER=VALUE"},
       {{"blend", "--coef", "TVL.XX=1"}, "", "TVL has no coefficient 'XX'"},
       {{"blend", "--coef", "NOPE.P1=1"}, "", "unknown correlation 'NOPE'"},
-      {{"blend", "{}"}, header + "A,1,9,130,210,x330\n", ":2: T90 of 'A' is not a number: 'x330'"},
-      {{"blend", "{}"}, header + "A,1,9,130,210\n", ":2: expected 6 cells, found 5"},
-      {{"blend", "{}"}, header + "A,,9,130,210,330\n", "VOLUME of 'A' is missing"},
-      {{"blend", "{}"}, header + "A,-1,9,130,210,330\n", "VOLUME of 'A' is negative"},
-      {{"blend", "{}"}, header + "A,1,9,130,210,330\nA,1,9,130,210,330\n", "component 'A' appears twice"},
-      {{"blend", "{}"}, header + "A,1,9,230,210,330\n", "T50 of 'A' lies below T10"},
-      {{"blend", "{}"}, header + "A,0,9,130,210,330\n", "add up to nothing"},
-      {{"blend", "{}"}, "NAME,VOLUME,RVP,T50[F]\nA,1,9,200\n", "column RVP has no unit: write RVP[psi] or RVP[kPa]"},
-      {{"blend", "{}"}, "NAME,VOLUME,T50\nA,1,200\n", "column T50 has no unit: write T50[F] or T50[C], or give --units"},
-      {{"blend", "{}", "--units", "C"}, "NAME,VOLUME,T50[F]\nA,1,200\n", "T50 is in F but --units says C"},
-      {{"blend", "{}"}, "NAME,VOLUME,T10[F],T50[C]\nA,1,100,90\n", "mixed temperature units: T10 in F, T50 in C"},
-      {{"blend", "{}"}, "NAME,VOLUME,MASS[t]\nA,1,1\n", "both VOLUME and MASS"},
-      {{"blend", "{}"}, "NAME,MASS[t],RVP[psi]\nA,1,9\n", "a recipe by MASS needs an SPG column"},
-      {{"blend", "{}"}, "NAME,VOLUME,ARO[wt%]\nA,1,30\n", "column ARO is in 'wt%', which is not vol%"},
-      {{"blend", "{}"}, "NAME,VOLUME,ARO[vol%]\nA,1,130\n", ":2: ARO of 'A' (130 vol%) must lie between 0 vol%"},
-      {{"blend", "{}"}, "NAME,VOLUME,OCTANE\nA,1,90\n", "unknown column 'OCTANE'"},
-      {{"blend", "{}"}, "NAME,VOLUME,EHO[wt%]\nE,1,34.7\n", "has no ETOH[vol%] column"},
-      {{"blend", "{}"}, "NAME,VOLUME,OXY[wt%],EHO[wt%],ETOH[vol%]\nE,1,3,3,10\n", "gives OXY and oxygen by oxygenate"},
-      {{"blend", "{}"}, "VOLUME,RVP[psi]\n1,9\n", "no NAME column"},
-      {{"blend", "{}"}, "NAME,VOLUME\n\"A,1\n", "quoted field is not closed"},
+      // Switches take only the values they have a meaning for.
+      {{"blend", "--coef", "TVL.CORF=7"}, "", "TVL.CORF takes 0 (degrees C) or 1 (degrees F), not 7"},
+      {{"blend", "--coef", "EPA.SEASON=9"}, "", "EPA.SEASON takes 1 (summer) or 2 (winter), not 9"},
+      {{"eval", "ND86TOPERCENTOFF", "--coef", "ND86TOPERCENTOFF.NPOFF=2.5"}, "", "NPOFF is a whole-number setting"},
+      // Recipe faults, named by file, line and column.
+      {{"blend", "{}"}, "NAME,VOLUME[furlong]\nA,1\n", ":1:6: unknown unit 'furlong' of column VOLUME (volume units: bbl"},
+      {{"blend", "{}"}, header + "A,1,9,130,210,x330\n", ":2:15: T90 of 'A' is not a number: 'x330'"},
+      {{"blend", "{}"}, "\x7F" "ELF\x02\x01\x01\x1B[2J\x9B", ":1:1: binary data or a control character (byte 7F)"},
+      {{"blend", "{}"}, header + "Naphtha \xE9t\xE9,1,9,130,210,330\n", ":2:9: the file is not UTF-8 text (byte E9 here)"},
+      {{"blend", "{}", "--json"}, "{\"components\": [{\"name\": \"\xC3\x28\", \"VOLUME\": 1}]}", ":1:27: the file is not UTF-8"},
+      // Degrees F read as C: above the end point of a gasoline, or above
+      // what a D86 distillation reads.
+      {{"blend", "{}", "--units", "C"}, unlabelled, ":6:32: T50 of 'Reformate' would be 246 C, above the 225 C"},
+      {{"blend", "{}", "--units", "C", "--product", "diesel"}, unlabelled, "FBP of 'FCC naphtha' is 408 C, above the 400 C"},
+      {{"blend", "{}", "--units", "C"}, "NAME,VOLUME,T50[F]\nA,1,200\n", "T50 is in F but the unit of unlabelled temperatures is C"},
       {{"eval", "NOPE", "1"}, "", "unknown correlation 'NOPE'"},
       {{"eval", "TVL", "1", "2"}, "", "TVL takes 3 inputs (RVP, T10, T50), got 2"},
       {{"eval", "TVL", "9", "x", "1"}, "", "input 2 (T10) is not a number: 'x'"},
-      {{"eval", "TVL", "--csv", "/nonexistent/in.csv"}, "", "cannot open '/nonexistent/in.csv'"},
+      {{"eval", "TVL", "--csv", "/nonexistent/in.csv"}, "", "/nonexistent/in.csv:1:1: cannot open the file"},
       {{"eval", "TVL", "--csv", "{}"}, "RVP,T10\n9,120\n", "no column T50 (TVL takes RVP, T10, T50)"},
-      {{"eval", "TVL", "--csv", "{}"}, "RVP,T10,T50\n9,120,210\n9,1x0,210\n", ":3: T10 is not a number: '1x0'"},
+      {{"eval", "TVL", "--csv", "{}"}, "RVP,T10,T50\n9,120,210\n9,1x0,210\n", ":3:3: T10 is not a number: '1x0'"},
   };
   for (const auto& [given, recipe, message] : cases) {
     TempFile file(recipe);
@@ -403,6 +471,14 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
     EXPECT_EQ(r.err.rfind("tarn: error: ", 0), 0u);
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
     EXPECT_EQ(r.out, "");
+    // No byte of the file reaches the terminal raw: the message is UTF-8
+    // text without control characters.
+    for (std::size_t i = 0; i < r.err.size(); ++i) {
+      const auto c = static_cast<unsigned char>(r.err[i]);
+      EXPECT_TRUE((c >= 0x20 && c != 0x7F && c != 0xC2) || c == '\n' || (c == 0xC2 && i + 1 < r.err.size() &&
+                  static_cast<unsigned char>(r.err[i + 1]) >= 0xA0)) << i;
+      EXPECT_FALSE(c >= 0x80 && c < 0xC0 && (i == 0 || static_cast<unsigned char>(r.err[i - 1]) < 0x80)) << i;
+    }
   }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
+#include <cmath>
 
 #include "errors.h"
 #include "numbers.h"
@@ -115,6 +116,29 @@ int findCorrelation(const std::string& idOrIndex) {
   throw InputError("unknown correlation '" + idOrIndex + "' (see 'tarn list')");
 }
 
+std::string kindName(int kind) {
+  switch (kind) {
+    case 1: return "front-end distillation point";
+    case 2: return "distillation point";
+    case 3: return "vapour pressure";
+    case 4: return "pour point";
+    case 5: return "viscosity";
+    case 7: return "cetane";
+    case 8: return "cetane improver response";
+    case 9: return "temperature for a vapour/liquid ratio";
+    case 10: return "cloud point or CFPP";
+    case 11: return "octane";
+    case 12: return "flash point";
+    case 15: return "oxygen";
+    case 16: return "sulfur";
+    case 17: return "composition (vol%)";
+    case 18: return "drivability index";
+    case 19: return "percent evaporated";
+    case 20: return "emission result or index";
+    default: return "property family " + std::to_string(kind);
+  }
+}
+
 std::string typeName(int type) {
   switch (type) {
     case TARN_TYPE_GENERAL: return "general";
@@ -150,11 +174,80 @@ void applySetting(const std::string& setting) {
                    "' (keywords are listed by 'tarn params'; parameter names are case-sensitive)");
 }
 
+namespace {
+
+// Coefficients that are switches or counts, with the values they take and
+// what each means. The library stores any number (truncating it); a value
+// off the list would leave a model without a defined option and is refused.
+struct SettingRule {
+  const char* correlations;  // space-separated identifiers, "*" for any
+  const char* names;         // space-separated coefficient names
+  const char* choices;       // "value meaning|value meaning", "" for any whole number
+};
+constexpr SettingRule kSettingRules[] = {
+    {"*", "CORF", "0 degrees C|1 degrees F"},
+    {"CARB CARB3 CARB3M", "T50 T90 ARO OLF SUL BNZ", "0 averaging limit|1 flat limit"},
+    {"EPA", "AREA", "1 VOC control region 1 (south)|2 VOC control region 2 (north)"},
+    {"EPA", "PHASE", "1 phase I, 1995-1999|2 phase II, 2000 on"},
+    {"EPA", "SEASON", "1 summer|2 winter"},
+    {"EPA", "EQUATION", "1 option letter C|2 option letter S|3 option letter A"},
+    {"EPA", "FUELTYPE", "1 reformulated gasoline|2 conventional gasoline"},
+    {"EPA", "CTYPE", "0|1"},
+    {"EPA", "COUNTRY", "0 baseline class U|2 baseline class C"},
+    {"*", "TYPCOR NTEMP NPOFF NPTS ALTOXY ESTRM O2OPT RNDO2 RNDRST REPORT OLFPEN EVAP", ""},
+};
+
+bool listed(const char* list, const std::string& word) {
+  const std::string text = std::string(" ") + list + " ";
+  return text == " * " || text.find(" " + word + " ") != std::string::npos;
+}
+
+// Refuses a value a switch or count cannot take, naming the values it can.
+void checkSettingValue(const std::string& id, const std::string& name, double value) {
+  for (const SettingRule& rule : kSettingRules) {
+    if (!listed(rule.correlations, id) || !listed(rule.names, name)) continue;
+    std::string choices = rule.choices, words;
+    bool allowed = false;
+    for (std::size_t at = 0; !choices.empty() && at != std::string::npos;) {
+      const auto bar = choices.find('|', at);
+      const std::string choice = choices.substr(at, bar == std::string::npos ? bar : bar - at);
+      const auto space = choice.find(' ');
+      const std::string number = choice.substr(0, space);
+      allowed = allowed || (value == std::trunc(value) && std::to_string(static_cast<long long>(value)) == number);
+      words += (words.empty() ? "" : bar == std::string::npos ? " or " : ", ") + number +
+               (space == std::string::npos ? "" : " (" + choice.substr(space + 1) + ")");
+      at = bar == std::string::npos ? bar : bar + 1;
+    }
+    if (choices.empty()) {
+      if (value == std::trunc(value)) return;
+      throw InputError(id + "." + name + " is a whole-number setting, not " + exact(value));
+    }
+    if (!allowed) throw InputError(id + "." + name + " takes " + words + ", not " + exact(value));
+    return;
+  }
+}
+
+}  // namespace
+
+std::string settingMeaning(const std::string& id, const std::string& name, double value) {
+  for (const SettingRule& rule : kSettingRules) {
+    if (!listed(rule.correlations, id) || !listed(rule.names, name)) continue;
+    const std::string wanted = std::to_string(static_cast<long long>(value)) + " ";
+    const std::string choices = std::string("|") + rule.choices + "|";
+    const auto at = choices.find("|" + wanted);
+    if (at == std::string::npos || value != std::trunc(value)) return "";
+    const auto end = choices.find('|', at + 1);
+    return choices.substr(at + 1 + wanted.size(), end - at - 1 - wanted.size());
+  }
+  return "";
+}
+
 std::string applyCoefficient(const std::string& setting) {
   const Assignment a = parseAssignment(setting, "ID.NAME=VALUE");
   const Correlation c = correlation(findCorrelation(a.owner));
   for (std::size_t k = 0; k < c.coefficients.size(); ++k) {
     if (upper(c.coefficients[k].name) != upper(a.name)) continue;
+    checkSettingValue(c.id, c.coefficients[k].name, a.value);
     gfx_tarnSetCoefValue(c.index, static_cast<int>(k), a.value);
     char name[TARN_COEF_NAME_SIZE];
     double stored = 0.0;

@@ -38,6 +38,13 @@ Correlation correlation(int index);
 // naming the text when there is no such correlation.
 int findCorrelation(const std::string& idOrIndex);
 
+// What an output kind code says about the output ("vapour pressure" for 3).
+std::string kindName(int kind);
+
+// The meaning of a switch coefficient's value ("winter" for EPA.SEASON 2),
+// or "" when the coefficient is not a switch or the value has none.
+std::string settingMeaning(const std::string& id, const std::string& name, double value);
+
 // Readable name of a correlation type.
 std::string typeName(int type);
 
@@ -56,7 +63,8 @@ std::vector<Keyword> keywords();
 void applySetting(const std::string& setting);
 
 // Applies ID.NAME=VALUE through gfx_tarnSetCoefValue; throws InputError for a
-// malformed setting, an unknown correlation or coefficient. Returns a note
+// malformed setting, an unknown correlation or coefficient, and a value a
+// switch or count cannot take (CORF 7, EPA.SEASON 9). Returns a note
 // when the coefficient did not take the value as given (read-only,
 // truncated), else "".
 std::string applyCoefficient(const std::string& setting);

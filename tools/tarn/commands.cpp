@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -111,7 +112,9 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
   if (format == Format::Json) {
     Json outputs = Json::array();
     for (std::size_t k = 0; k < c.outputs.size(); ++k) {
-      outputs.push_back({{"id", c.outputs[k]}, {"kind", c.kinds[k] ? Json(*c.kinds[k]) : Json(nullptr)}});
+      outputs.push_back({{"id", c.outputs[k]},
+                         {"kind", c.kinds[k] ? Json(*c.kinds[k]) : Json(nullptr)},
+                         {"kind_name", c.kinds[k] ? Json(kindName(*c.kinds[k])) : Json(nullptr)}});
     }
     Json coefficients = Json::array();
     for (const Coefficient& co : c.coefficients) coefficients.push_back({{"name", co.name}, {"value", co.value}});
@@ -145,9 +148,10 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
   for (std::size_t k = 0; k < c.inputs.size(); ++k) inputs.add({std::to_string(k), c.inputs[k]});
   out << inputs.render(2);
   out << "\nOutputs\n";
-  Table outputs({">#", "Property", ">Kind"});
+  Table outputs({">#", "Property", "Kind (the family of property it is)"});
   for (std::size_t k = 0; k < c.outputs.size(); ++k) {
-    outputs.add({std::to_string(k), c.outputs[k], c.kinds[k] ? std::to_string(*c.kinds[k]) : "-"});
+    outputs.add({std::to_string(k), c.outputs[k],
+                 c.kinds[k] ? std::to_string(*c.kinds[k]) + " " + kindName(*c.kinds[k]) : "-"});
   }
   out << outputs.render(2);
   out << "\nCoefficients";
@@ -156,9 +160,10 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
     return;
   }
   out << " (change with --coef " << c.id << ".NAME=VALUE)\n";
-  Table coefficients({">#", "Name", ">Value"});
+  Table coefficients({">#", "Name", ">Value", "Meaning"});
   for (std::size_t k = 0; k < c.coefficients.size(); ++k) {
-    coefficients.add({std::to_string(k), c.coefficients[k].name, significant(c.coefficients[k].value)});
+    const Coefficient& co = c.coefficients[k];
+    coefficients.add({std::to_string(k), co.name, significant(co.value), settingMeaning(c.id, co.name, co.value)});
   }
   out << coefficients.render(2);
 }
@@ -249,13 +254,15 @@ std::string figureText(const Figure& f) {
 void writeReportTable(const Report& r, std::ostream& out) {
   out << "TARN blend report: " << r.source << " (" << r.product << ")\n";
   out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
-      << significant(r.totalQuantity) << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
-      << "; temperatures in deg " << r.temperatureUnit << ", vapour pressure in " << r.pressureUnit << "\n\n";
+      << (std::isfinite(r.totalQuantity) ? significant(r.totalQuantity) : "over 1.8e308")
+      << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
+      << "; temperatures in deg " << r.temperatureUnit
+      << (r.find("RVP") != nullptr ? ", vapour pressure in " + r.pressureUnit : std::string()) << "\n\n";
   const std::string quantity = std::string(r.basis == "mass" ? "Mass" : "Volume") +
                                (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
   Table components({"Component", ">" + quantity, ">Volume %"});
   for (const Share& s : r.components) {
-    components.add({s.name, significant(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
+    components.add({s.name, quantityText(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
   }
   out << components.render();
   for (const Section& section : r.sections) {
@@ -267,16 +274,23 @@ void writeReportTable(const Report& r, std::ostream& out) {
     out << table.render(2);
   }
   if (r.checked) {
+    const std::size_t total = r.check.limits.size();
     out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
-        << (r.check.failures ? std::to_string(r.check.failures) + " limit(s) failed" : "no limit failed")
-        << (r.check.unchecked ? ", " + std::to_string(r.check.unchecked) + " not checked" : "") << "\n";
+        << (r.check.failures ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) +
+                                   " limits failed"
+                             : "on spec, no limit failed")
+        << (r.check.unchecked ? " (" + std::to_string(r.check.unchecked) + " not checked)" : "")
+        << "; margin = distance inside the limit (giveaway), negative when outside\n";
     Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
     for (const LimitCheck& c : r.check.limits) {
+      // Each number with the decimals its property is reported with.
+      const Figure* f = r.find(c.key);
+      const int decimals = f != nullptr ? f->decimals : 2;
       const bool checked = !isMissing(c.margin);
-      table.add({c.key, isMissing(c.minimum) ? "" : significant(c.minimum),
-                 isMissing(c.maximum) ? "" : significant(c.maximum), checked ? significant(c.value) : "",
-                 checked ? significant(c.margin) : "", c.unit, checked ? c.verdict : c.verdict + ": " + c.reason,
-                 c.source});
+      table.add({c.key, isMissing(c.minimum) ? "" : rounded(c.minimum, decimals),
+                 isMissing(c.maximum) ? "" : rounded(c.maximum, decimals), checked ? rounded(c.value, decimals) : "",
+                 checked ? rounded(c.margin, decimals) : "", c.unit,
+                 checked ? c.verdict : c.verdict + ": " + c.reason, c.source});
     }
     out << table.render(2);
   }
@@ -304,7 +318,7 @@ void writeReportJson(const Report& r, std::ostream& out) {
             {"product", r.product},
             {"basis", r.basis},
             {"quantity_unit", r.quantityUnit},
-            {"total_quantity", r.totalQuantity},
+            {"total_quantity", std::isfinite(r.totalQuantity) ? Json(r.totalQuantity) : Json(nullptr)},
             {"temperature_unit", r.temperatureUnit},
             {"pressure_unit", r.pressureUnit},
             {"components", components},
@@ -322,7 +336,9 @@ void writeReportJson(const Report& r, std::ostream& out) {
     j["grade"] = {{"name", r.check.grade}, {"class", r.check.gradeClass}, {"failures", r.check.failures},
                   {"unchecked", r.check.unchecked}, {"limits", limits}};
   }
-  out << j.dump(2) << "\n";
+  // Names and sources come from files: the readers accept only UTF-8, and a
+  // byte that slipped through would still be written as U+FFFD, not thrown.
+  out << j.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
 void writeReportCsv(const Report& r, std::ostream& out) {
@@ -348,21 +364,11 @@ int blendCommand(const BlendCommandOptions& options, Format format, std::ostream
   blendOptions.libraryPureThreshold = options.libraryPureThreshold;
   blendOptions.grade = options.grade;
   blendOptions.gradeClass = options.gradeClass;
-  int product = TARNBLEND_GASOLINE;
-  if (tarnblend_product_parse(options.product.c_str(), &product) != TARNBLEND_OK) {
+  int product = 0;  // the recipe's own unless --product says
+  if (!options.product.empty() && tarnblend_product_parse(options.product.c_str(), &product) != TARNBLEND_OK) {
     throw InputError(tarnblend_last_error());
   }
-  Recipe recipe;
-  if (options.recipe.empty()) {
-    std::istringstream sample(sampleRecipe());
-    recipe = readRecipe(sample, "built-in sample", options.units, product);
-  } else if (options.recipe == "-") {
-    recipe = readRecipe(std::cin, "standard input", options.units, product);
-  } else {
-    std::ifstream file(options.recipe);
-    if (!file) throw InputError("cannot open recipe '" + options.recipe + "'");
-    recipe = readRecipe(file, options.recipe, options.units, product);
-  }
+  Recipe recipe = readRecipe(options.recipe, product, options.units ? std::string(1, *options.units) : "");
   const Report report = blendReport(recipe, blendOptions);
   if (!options.plot.empty()) {
     std::ofstream svg(options.plot);

@@ -35,7 +35,7 @@ struct BlendCommandOptions {
   std::optional<char> units;   // --units F|C
   std::string method = "HC94";
   std::string plot;            // SVG file, or ""
-  std::string product = "gasoline";
+  std::string product;            // --product; "" for the recipe's own kind (gasoline when it says none)
   std::string grade, gradeClass;  // --grade NAME|FILE, --class X
   bool libraryPureThreshold = false;  // GENERICD86.DPure was set for the run
 };

@@ -2,10 +2,14 @@
 // of a CSV file.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <iterator>
+#include <optional>
 #include <nlohmann/json.hpp>
 
 #include "catalogue.h"
@@ -15,6 +19,7 @@
 #include "numbers.h"
 #include "status.h"
 #include "table.h"
+#include "text/labfile.h"
 #include "tarn/tarn.h"
 
 namespace tarncli {
@@ -26,9 +31,65 @@ using Json = nlohmann::ordered_json;
 struct Evaluation {
   int status = 0;
   int produced = 0;              // outputs really produced
-  std::vector<double> outputs;   // catalogue count
+  std::vector<double> outputs;   // catalogue count; missing where not computed
   std::vector<double> derivatives;  // derivative (input j, output k) at j * produced + k
+  std::string reason;            // why the outputs were not computed ("" when they were)
 };
+
+// Inputs a correlation reads missing by itself, as the Python package has
+// them: the emission models take a missing property as 0, a missing ethanol
+// volume is a blend without ethanol, a missing 30 % or 70 % point of a full
+// curve is estimated; the slack values at the end of a list, and the inputs
+// past the count a count coefficient sets, are not read at all.
+bool mayBeMissing(const Correlation& c, std::size_t input) {
+  static const std::vector<std::pair<std::string, std::string>> kReadMissing = {
+      {"CARB", "*"},         {"CARB3", "*"},        {"CARB3M", "*"},        {"EPA", "*"},
+      {"CARBOB", "VOLETOH"}, {"CT10BLEND", "VOLETOH"}, {"CT50BLEND", "VOLETOH"}, {"CT90BLEND", "VOLETOH"},
+      {"CD86ONE90BLEND", "VOLETOH"}, {"CRVP", "VOLETOH"}, {"CD86FROMPERCENTOFF", "VOLETOH"},
+      {"D86TOPERCENTOFF", "T30"}, {"D86TOPERCENTOFF", "T70"}};
+  for (const auto& [id, name] : kReadMissing) {
+    if (id == c.id && (name == "*" || name == c.inputs[input])) return true;
+  }
+  std::size_t read = c.inputs.size() - static_cast<std::size_t>(c.slackCount);
+  const char* count = c.id == "ND86TOPERCENTOFF" ? "NTEMP" : c.id == "ND86FROMPERCENTOFF" ? "NPOFF" : nullptr;
+  for (const Coefficient& co : c.coefficients) {
+    if (count != nullptr && co.name == count) read = std::min(read, static_cast<std::size_t>(std::max(0.0, co.value)));
+  }
+  return input >= read;
+}
+
+// A result is a figure only when the library computed it from the inputs it
+// needs: a missing input, a non-zero status, or an output that is the
+// missing value (or derived from it: 2e29 from 1e30 arithmetic) or not
+// finite leaves every output and derivative of the evaluation not computed,
+// with the reason, and the status 1 when the library itself returned 0.
+void judge(const Correlation& c, const std::vector<double>& inputs, Evaluation& e) {
+  std::string missing;
+  std::size_t count = 0;
+  for (std::size_t j = 0; j < inputs.size(); ++j) {
+    if (isMissing(inputs[j]) && !mayBeMissing(c, j)) {
+      missing += (missing.empty() ? "" : ", ") + c.inputs[j];
+      ++count;
+    }
+  }
+  const auto produced = static_cast<std::size_t>(e.produced);
+  bool undefined = false;
+  for (std::size_t o = 0; o < produced; ++o) {
+    undefined = undefined || !std::isfinite(e.outputs[o]) || std::fabs(e.outputs[o]) >= kUndefinedMagnitude;
+  }
+  if (!missing.empty()) {
+    e.reason = (count == 1 ? "input " + missing + " is missing" : "inputs " + missing + " are missing");
+  } else if (e.status != 0) {
+    e.reason = "status " + std::to_string(e.status) + ": " + describeStatus(e.status);
+  } else if (undefined) {
+    e.reason = "the result is undefined for these inputs (the library returned its missing value)";
+  } else {
+    return;
+  }
+  if (e.status == 0) e.status = 1;
+  std::fill(e.outputs.begin(), e.outputs.end(), kMissing);
+  std::fill(e.derivatives.begin(), e.derivatives.end(), kMissing);
+}
 
 class Evaluator {
  public:
@@ -77,7 +138,7 @@ std::string inputList(const Correlation& c) {
 double parseValue(const std::string& text, const std::string& what) {
   if (isMissingText(text)) return kMissing;
   const auto value = parseNumber(text);
-  if (!value) throw InputError(what + " is not a number: '" + csv::trim(text) + "'");
+  if (!value) throw InputError(what + " is not a number: '" + lab::printable(lab::trim(text)) + "'");
   return *value;
 }
 
@@ -99,12 +160,13 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
     values.push_back(parseValue(options.values[j], "input " + std::to_string(j + 1) + " (" + c.inputs[j] + ")"));
   }
   Evaluator evaluate(c, options.derivatives);
-  const Evaluation e = evaluate(values);
+  Evaluation e = evaluate(values);
+  judge(c, values, e);
   const auto k = static_cast<std::size_t>(e.produced);
 
   if (format == Format::Json) {
     Json j = {{"correlation", c.id}, {"index", c.index}, {"status", e.status}};
-    if (e.status != 0) j["message"] = describeStatus(e.status);
+    if (e.status != 0) j["reason"] = e.reason;
     if (c.unitFlag()) j["temperature_unit"] = *c.unitFlag() != 0.0 ? "F" : "C";
     Json inputs = Json::object(), outputs = Json::object();
     for (std::size_t i = 0; i < c.inputs.size(); ++i) {
@@ -119,7 +181,10 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
       Json derivatives = Json::object();
       for (std::size_t i = 0; i < c.inputs.size(); ++i) {
         Json row = Json::object();
-        for (std::size_t o = 0; o < k; ++o) row[c.outputs[o]] = e.derivatives[i * k + o];
+        for (std::size_t o = 0; o < k; ++o) {
+          const double d = e.derivatives[i * k + o];
+          row[c.outputs[o]] = isMissing(d) ? Json(nullptr) : Json(d);
+        }
         derivatives[c.inputs[i]] = row;
       }
       j["derivatives"] = derivatives;
@@ -133,9 +198,12 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
     for (std::size_t i = 0; i < c.inputs.size(); ++i) inputs.add({c.inputs[i], significant(values[i])});
     out << inputs.render(2) << "\n";
     Table outputs({"Output", ">Value"});
-    for (std::size_t o = 0; o < k; ++o) outputs.add({c.outputs[o], significant(e.outputs[o])});
+    for (std::size_t o = 0; o < k; ++o) {
+      outputs.add({c.outputs[o], isMissing(e.outputs[o]) ? "not computed" : significant(e.outputs[o])});
+    }
     out << outputs.render(2);
-    if (options.derivatives) {
+    if (e.status != 0) out << "\n  Not computed: " << e.reason << "\n";
+    if (options.derivatives && e.status == 0) {
       out << "\nDerivatives d(output)/d(input)\n";
       std::vector<std::string> headers = {"Input"};
       for (std::size_t o = 0; o < k; ++o) headers.push_back(">" + c.outputs[o]);
@@ -150,7 +218,7 @@ int evaluateOnce(const Correlation& c, const EvalOptions& options, Format format
   }
   if (e.status == 0) return 0;
   out.flush();
-  std::cerr << "tarn: error: " << c.id << " returned status " << e.status << ": " << describeStatus(e.status) << "\n";
+  std::cerr << "tarn: error: " << c.id << " not computed: " << e.reason << "\n";
   return kExitCalculationFailed;
 }
 
@@ -184,19 +252,29 @@ class Progress {
 };
 
 void evaluateRows(const Correlation& c, const EvalOptions& options) {
-  std::ifstream file;
-  std::istream* in = &std::cin;
+  // Read as the blend library reads recipe files: UTF-8 checked, comma,
+  // semicolon (decimal commas) or tab, every fault at its line and column.
   const std::string source = options.csvInput == "-" ? "standard input" : options.csvInput;
-  if (options.csvInput != "-") {
-    file.open(options.csvInput);
-    if (!file) throw InputError("cannot open '" + options.csvInput + "'");
-    in = &file;
+  std::optional<lab::Text> text;
+  try {
+    text.emplace(options.csvInput == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {})
+                                         : lab::readFile(options.csvInput),
+                 source);
+  } catch (const lab::FileError& e) {
+    throw InputError(e.what());
   }
-  csv::Reader reader(*in, source);
-  const auto header = reader.next();
-  if (!header) throw InputError(source + ": the file is empty");
+  lab::CsvReader reader(*text);
+  lab::Record header;
+  auto next = [&](lab::Record& record) {
+    try {
+      return reader.next(record);
+    } catch (const lab::FileError& e) {
+      throw InputError(e.what());
+    }
+  };
+  if (!next(header)) throw InputError(text->where(text->body().size()) + ": the file is empty");
   std::vector<std::string> names;
-  for (const std::string& h : header->fields) names.push_back(csv::trim(h));
+  for (const std::string& h : header.fields) names.emplace_back(lab::trim(h));
 
   // Each input by its property id, in any column and any case.
   std::vector<std::size_t> columns;
@@ -209,26 +287,35 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
       if (a == b) found = i;
     }
     if (found == names.size()) {
-      throw InputError(source + ": no column " + input + " (" + c.id + " takes " + inputList(c) + ")");
+      throw InputError(text->where(header.offset) + ": no column " + input + " (" + c.id + " takes " +
+                       inputList(c) + ")");
     }
     columns.push_back(found);
   }
 
   // Read and check every row before computing any.
-  std::vector<csv::Record> records;
+  std::vector<std::vector<std::string>> records;
   std::vector<std::vector<double>> rows;
-  while (auto record = reader.next()) {
-    const std::string where = source + ":" + std::to_string(record->line) + ": ";
-    if (record->fields.size() != names.size()) {
-      throw InputError(where + "expected " + std::to_string(names.size()) + " cells, found " +
-                       std::to_string(record->fields.size()));
+  for (lab::Record record; next(record);) {
+    if (record.fields.size() != names.size()) {
+      throw InputError(text->where(record.offset) + ": expected " + std::to_string(names.size()) + " cells, found " +
+                       std::to_string(record.fields.size()));
     }
     std::vector<double> values;
     for (std::size_t j = 0; j < columns.size(); ++j) {
-      values.push_back(parseValue(record->fields[columns[j]], where + c.inputs[j]));
+      double value = kMissing;
+      const std::string& cell = record.fields[columns[j]];
+      switch (lab::readNumber(cell, reader.decimalComma(), value)) {
+        case lab::NumberText::Value: break;
+        case lab::NumberText::Missing: value = kMissing; break;
+        default:
+          throw InputError(text->where(record.offsets[columns[j]]) + ": " + c.inputs[j] + " is not a number: '" +
+                           lab::printable(lab::trim(cell)) + "'");
+      }
+      values.push_back(value);
     }
     rows.push_back(values);
-    records.push_back(std::move(*record));
+    records.push_back(record.fields);
   }
 
   std::ofstream outFile;
@@ -247,6 +334,7 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   // An output named like a column of the file gets ".out" appended.
   for (std::size_t o = 0; o < k; ++o) outputHeader.push_back(taken(c.outputs[o]) ? c.outputs[o] + ".out" : c.outputs[o]);
   outputHeader.push_back("status");
+  outputHeader.push_back("reason");
   if (options.derivatives) {
     for (const std::string& input : c.inputs) {
       for (std::size_t o = 0; o < k; ++o) outputHeader.push_back("d(" + c.outputs[o] + ")/d(" + input + ")");
@@ -257,10 +345,12 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   std::size_t failed = 0;
   Progress progress(rows.size());
   for (std::size_t r = 0; r < rows.size(); ++r) {
-    const Evaluation e = evaluate(rows[r]);
-    std::vector<std::string> cells = records[r].fields;
+    Evaluation e = evaluate(rows[r]);
+    judge(c, rows[r], e);
+    std::vector<std::string> cells = records[r];
     for (std::size_t o = 0; o < k; ++o) cells.push_back(exact(e.outputs[o]));
     cells.push_back(std::to_string(e.status));
+    cells.push_back(e.reason);
     for (double d : e.derivatives) cells.push_back(exact(d));
     *out << csv::line(cells);
     failed += e.status != 0;
@@ -270,7 +360,7 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   if (!*out) throw InputError("cannot write '" + options.output + "'");
   if (failed > 0) {
     std::cerr << "tarn: note: " << failed << " of " << rows.size()
-              << " rows did not evaluate (see the status column; 'tarn codes' lists the codes)\n";
+              << " rows were not computed (see the status and reason columns)\n";
   }
 }
 

@@ -7,7 +7,9 @@
 #include "commands.h"
 #include "errors.h"
 #include "numbers.h"
+#include "optimize.h"
 #include "recipe.h"
+#include "tarn/blend.h"
 #include "tarn/tarn.h"
 
 namespace {
@@ -40,6 +42,9 @@ int main(int argc, char** argv) {
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
       "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for.\n"
       "Errors are one line on standard error.");
+  // libtarn and the tool are built together, so they share the project's version.
+  app.set_version_flag("--version", std::string("tarn ") + TARN_VERSION_TEXT + " (libtarn " + TARN_VERSION_TEXT +
+                                        ", libtarnblend " + tarnblend_version() + ")");
   app.require_subcommand(1);
   app.fallthrough();
   std::vector<std::string> settings, coefficients;
@@ -54,7 +59,8 @@ int main(int argc, char** argv) {
   BlendCommandOptions blend;
   FormatFlags blendFormat;
   std::string units;
-  auto* blendCommandApp = app.add_subcommand("blend", "Blend report of a recipe (the built-in sample without one)");
+  auto* blendCommandApp =
+      app.add_subcommand("blend", "Blend report of a recipe (without one, the built-in sample of the --product)");
   blendCommandApp->add_option("recipe", blend.recipe, "Recipe CSV: NAME, VOLUME[unit] or MASS[unit], properties with units ('-': standard input)");
   blendCommandApp->add_option("--units", units, "Unit of temperature columns whose header has none")
       ->check(CLI::IsMember({"F", "C"}, CLI::ignore_case));
@@ -62,7 +68,9 @@ int main(int argc, char** argv) {
                               "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
       ->capture_default_str();
   blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")->type_name("FILE.svg");
-  blendCommandApp->add_option("--product", blend.product, "Product kind: gasoline, diesel or jet")->capture_default_str();
+  blendCommandApp->add_option("--product", blend.product,
+                              "Product kind: gasoline, diesel or jet (default: the recipe's own, '# product: diesel', "
+                              "else gasoline)");
   blendCommandApp->add_option("--grade", blend.grade, "Check the blend against a grade (see 'tarn grades') or a grade file")
       ->type_name("NAME|FILE");
   blendCommandApp->add_option("--class", blend.gradeClass, "Class of the grade (volatility, climate ...)");
@@ -72,7 +80,9 @@ int main(int argc, char** argv) {
   auto* grades = app.add_subcommand("grades", "Built-in product grades, their classes and limits with sources");
   addFormatFlags(grades, gradesFormat);
 
-  auto* sample = app.add_subcommand("sample", "Print the built-in sample recipe (a starting point for your own)");
+  auto* sample = app.add_subcommand("sample", "Print a built-in sample recipe (a starting point for your own)");
+  std::string sampleProduct = "gasoline";
+  sample->add_option("--product", sampleProduct, "Product kind: gasoline, diesel or jet")->capture_default_str();
 
   // list, describe, params, codes
   FormatFlags listFormat, describeFormat, paramsFormat, codesFormat;
@@ -105,17 +115,22 @@ int main(int argc, char** argv) {
       ->needs(csvIn);
   evalApp->add_flag("--json", evalFormat.json, "Write JSON (single evaluation)")->excludes(csvIn);
 
+  OptimizeOptions optimize;
+  auto* optimizeApp = addOptimizeCommand(app, optimize);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
     return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
+    return app.exit(e);
   } catch (const CLI::ParseError& e) {
     std::string message = e.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
       message = "unknown command '" + std::string(argv[1]) +
-                "' (commands: blend, sample, grades, list, describe, eval, params, codes)";
+                "' (commands: blend, optimize, sample, grades, list, describe, eval, params, codes)";
     }
     return fail(kExitBadInput, message + " (see 'tarn --help')");
   }
@@ -139,15 +154,20 @@ int main(int argc, char** argv) {
     }
     if (blendCommandApp->parsed()) code = blendCommand(blend, blendFormat.format(), std::cout);
     if (grades->parsed()) gradesCommand(gradesFormat.format(), std::cout);
-    if (sample->parsed()) std::cout << sampleRecipe();
+    if (sample->parsed()) {
+      int product = 0;
+      if (tarnblend_product_parse(sampleProduct.c_str(), &product) != TARNBLEND_OK) {
+        throw InputError(tarnblend_last_error());
+      }
+      std::cout << sampleRecipe(product);
+    }
     if (list->parsed()) listCommand(listFormat.format(), std::cout);
     if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
     if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), paramsFormat.format(), std::cout);
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
+    if (optimizeApp->parsed()) code = optimizeCommand(optimize, std::cout);
   } catch (const InputError& e) {
-    code = fail(kExitBadInput, e.what());
-  } catch (const csv::SyntaxError& e) {
     code = fail(kExitBadInput, e.what());
   } catch (const CalculationError& e) {
     code = fail(kExitCalculationFailed, e.what());

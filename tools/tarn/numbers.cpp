@@ -10,15 +10,17 @@
 
 namespace tarncli {
 
-bool isMissing(double value) { return value >= kMissing; }
+bool isMissing(double value) { return !(value < kUndefinedMagnitude); }
 
-std::optional<double> parseNumber(const std::string& text) { return csv::parseNumber(text); }
+std::optional<double> parseNumber(const std::string& text) {
+  double value = 0.0;
+  if (lab::readNumber(text, false, value) != lab::NumberText::Value) return std::nullopt;
+  return value;
+}
 
 bool isMissingText(const std::string& text) {
-  std::string lower = csv::trim(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return lower.empty() || lower == "na" || lower == "n/a" || lower == "missing";
+  double value = 0.0;
+  return lab::readNumber(text, false, value) == lab::NumberText::Missing;
 }
 
 std::string exact(double value) {
@@ -40,6 +42,12 @@ std::string rounded(double value, int decimals) {
 
 std::string significant(double value) {
   if (isMissing(value)) return "missing";
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.8g", value);
+  return buffer;
+}
+
+std::string quantityText(double value) {
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%.8g", value);
   return buffer;

@@ -1,13 +1,9 @@
-// A blend recipe read from CSV: one row per component with its quantity and
-// the properties it has, headers carrying their units ("T50[F]", "RVP[kPa]",
-// "ARO[vol%]"). The components, volumes and properties go into a blend model
-// of the tarnblend library, which keeps each property in the recipe's unit;
-// the reader checks what a lab file can get wrong and names the line.
+// A blend recipe, read by the blend library's recipe reader (CSV or JSON as
+// labs and spreadsheets write them) into a blend model; what the file says
+// beyond the model (basis, quantities as written, reader notes) comes along.
 #pragma once
 
-#include <istream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,25 +13,30 @@ namespace tarncli {
 
 enum class Basis { Volume, Mass };
 
-struct ModelDeleter {
-  void operator()(tarnblend_model* model) const { tarnblend_model_free(model); }
+struct RecipeDeleter {
+  void operator()(tarnblend_recipe* recipe) const { tarnblend_recipe_free(recipe); }
 };
-using ModelHandle = std::unique_ptr<tarnblend_model, ModelDeleter>;
 
 struct Recipe {
-  std::string source;                 // file name, or "built-in sample"
+  std::unique_ptr<tarnblend_recipe, RecipeDeleter> file;
+  tarnblend_model* model = nullptr;   // owned by file
+  std::string source;                 // file name, "standard input" or "built-in sample"
   Basis basis = Basis::Volume;
-  std::string quantityUnit;           // as written in the header ("" when none)
+  std::string quantityUnit;           // as the reader spells it ("" when none)
   std::vector<double> quantities;     // volume or mass of each component, as written
-  ModelHandle model;                  // components, volumes, properties
+  std::vector<std::string> notes;     // the reader's remarks
 };
 
-// Reads a recipe into a model of the product kind. unitsOption ('F' or 'C')
-// gives the unit of temperature columns whose header has none. Throws
-// InputError naming the line, column and component of the first fault.
-Recipe readRecipe(std::istream& in, const std::string& source, std::optional<char> unitsOption, int product);
+// Reads the recipe at path ("-" standard input, "" the built-in sample of the
+// product kind) into
+// a model. product: 0 for the recipe's own kind, else TARNBLEND_GASOLINE ...
+// temperatureUnit: unit of temperature columns written without one ("" to
+// refuse them). Throws InputError with the reader's one-line message
+// (file:line:column: ...).
+Recipe readRecipe(const std::string& path, int product, const std::string& temperatureUnit);
 
-// The built-in sample: a summer gasoline of six components, as CSV.
-const char* sampleRecipe();
+// The built-in sample of a product kind, as CSV: a summer E10 gasoline of six
+// components (gasoline or 0), a winter diesel of four streams, a jet fuel of three.
+const char* sampleRecipe(int product);
 
 }  // namespace tarncli

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "errors.h"
 #include "numbers.h"
 #include "tarn/blend.h"
@@ -78,7 +80,7 @@ const std::vector<std::string>& d86MethodNames() {
 }
 
 Report blendReport(Recipe& recipe, const BlendOptions& options) {
-  tarnblend_model* model = recipe.model.get();
+  tarnblend_model* model = recipe.model;
   check(tarnblend_model_set_option(model, "D86METHOD", options.d86Method));
   if (options.libraryPureThreshold) check(tarnblend_model_set_option(model, "DPURE", -1.0));
   Report report;
@@ -96,24 +98,36 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
 
   int components = 0;
   tarnblend_model_component_count(model, &components);
-  double totalVolume = 0.0;
+  // Shares are taken relative to the largest volume first, so that volumes
+  // near the largest double (1e308) still give their fractions.
+  double largest = 0.0, totalVolume = 0.0;
   std::vector<double> volumes(static_cast<std::size_t>(components));
   for (int i = 0; i < components; ++i) {
     tarnblend_model_volume(model, i, &volumes[static_cast<std::size_t>(i)]);
-    totalVolume += volumes[static_cast<std::size_t>(i)];
+    largest = std::max(largest, volumes[static_cast<std::size_t>(i)]);
     report.totalQuantity += recipe.quantities[static_cast<std::size_t>(i)];
   }
+  for (double& v : volumes) v /= largest;
+  for (double v : volumes) totalVolume += v;
   for (int i = 0; i < components; ++i) {
     const char* name = "";
     tarnblend_model_component_name(model, i, &name);
     report.components.push_back({name, recipe.quantities[static_cast<std::size_t>(i)],
                                  volumes[static_cast<std::size_t>(i)] / totalVolume});
-    Curve curve{name, {}, false};
-    int estimated = 0;
+    // Every component that takes part is drawn: through the points the curve
+    // model estimates (T30, T70) when the recipe leaves them out.
+    Curve curve;
+    curve.name = name;
+    curve.volumePercent = 100.0 * report.components.back().volumeFraction;
+    int estimated = 0, points = 0;
     tarnblend_model_component_curve(model, i, curve.points.data(), &estimated);
-    bool full = estimated == 0 && volumes[static_cast<std::size_t>(i)] > 0.0;
-    for (double t : curve.points) full = full && !isMissing(t);
-    if (full) report.curves.push_back(curve);
+    for (std::size_t k : {2u, 4u}) {
+      double given = kMissing;
+      tarnblend_model_get_property(model, i, k == 2 ? "T30" : "T70", &given);
+      curve.estimated[k] = estimated != 0 && isMissing(given) && !isMissing(curve.points[k]);
+    }
+    for (double t : curve.points) points += !isMissing(t);
+    if (volumes[static_cast<std::size_t>(i)] > 0.0 && points >= 2) report.curves.push_back(curve);
   }
   report.percentGrid = {gfx_getCorParms("GENERICD86", "MnVolIBP"), 10, 30, 50, 70, 90,
                         gfx_getCorParms("GENERICD86", "MxVolFBP")};
@@ -138,6 +152,7 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
     if (report.sections.empty() || report.sections.back().title != section) report.sections.push_back({section, {}});
     report.sections.back().figures.push_back(f);
   }
+  report.notes = recipe.notes;
   int notes = 0;
   tarnblend_model_note_count(model, &notes);
   for (int k = 0; k < notes; ++k) {
@@ -146,7 +161,10 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
     report.notes.push_back(note);
   }
   if (const Figure* ibp = report.find("IBP"); ibp != nullptr && !isMissing(ibp->value)) {
-    Curve blend{"Blend", {}, true};
+    Curve blend;
+    blend.name = "Blend";
+    blend.isBlend = true;
+    blend.volumePercent = 100.0;
     const char* points[7] = {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"};
     for (std::size_t k = 0; k < 7; ++k) blend.points[k] = report.find(points[k])->value;
     report.curves.push_back(blend);

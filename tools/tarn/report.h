@@ -35,7 +35,9 @@ struct Share {
 
 struct Curve {
   std::string name;
-  std::array<double, 7> points{};  // report units
+  std::array<double, 7> points{};    // report units; missing where a point is neither given nor estimable
+  std::array<bool, 7> estimated{};   // points the curve model estimated (T30, T70 left out of the recipe)
+  double volumePercent = 0.0;        // the component's share of the blend
   bool isBlend = false;
 };
 
@@ -67,7 +69,7 @@ struct Report {
   std::string pressureUnit;     // "psi", "kPa" or "bar"
   std::vector<Share> components;
   std::vector<Section> sections;
-  std::vector<Curve> curves;    // components with a full curve, then the blend (when computed)
+  std::vector<Curve> curves;    // components taking part that have two or more curve points, then the blend (when computed)
   std::array<double, 7> percentGrid{};  // percent evaporated of the seven curve points
   std::vector<std::string> notes;
   bool checked = false;

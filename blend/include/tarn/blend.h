@@ -38,6 +38,8 @@
 #ifndef TARN_BLEND_H
 #define TARN_BLEND_H
 
+#include <stddef.h>
+
 #include "tarn/export.h"
 
 #if defined(_WIN32) || defined(__CYGWIN__)
@@ -401,6 +403,80 @@ TARNBLEND_API int TARN_CALL tarnblend_model_check_row(const tarnblend_model* mod
                                                       double* minimum, double* maximum, double* value,
                                                       double* margin, int* verdict, const char** unit,
                                                       const char** reason);
+
+/* ---- Recipe files -------------------------------------------------------- */
+/* A recipe as a laboratory or a spreadsheet writes it, read into a model.
+ *
+ * CSV: one row per component; a NAME column, a VOLUME or MASS column (the
+ * blending basis, with its unit: VOLUME[bbl], MASS[t], VOLUME[vol%] ...)
+ * and one column per recipe property whose header carries its unit in
+ * brackets or parentheses ("T50[°C]", "RVP (kPa)", "SUL[mg/kg]"; aliases
+ * such as SPG and API imply theirs). Separated by commas, semicolons or tabs
+ * (the one the header line uses most); semicolon and tab files may write
+ * decimal commas. UTF-8, with or without a byte-order mark. Blank lines and
+ * lines starting with '#' are skipped; a line "# product: diesel" before the
+ * header names the product kind. An empty cell, NA or "-" is missing.
+ *
+ * JSON: {"product": "diesel", "units": {"T50": "C", ...},
+ *        "components": [{"name": "Reformate", "VOLUME[bbl]": 3000,
+ *                        "RVP[psi]": 4.2, "T50": 118.9, ...}, ...]}
+ * where keys read as CSV headers do, "units" gives the unit of keys written
+ * without one, and null is missing; "product" and "units" come before
+ * "components".
+ *
+ * A fault is TARNBLEND_ERROR_FILE with a one-line message that starts with
+ * "file:line:column: ": an unknown column or unit (the message lists the
+ * accepted ones), a cell that is not a number, a value the property cannot
+ * have, a D86 curve that falls or reads above 400 C, a name given twice,
+ * text that is not UTF-8 (binary data, UTF-16, Latin-1; never echoed). */
+
+typedef struct tarnblend_recipe tarnblend_recipe;
+
+/* Basis of a recipe's quantities. */
+#define TARNBLEND_BASIS_VOLUME 0
+#define TARNBLEND_BASIS_MASS 1
+
+/* How the product kind of a recipe was decided. */
+#define TARNBLEND_PRODUCT_DEFAULT 0 /* nothing said: gasoline */
+#define TARNBLEND_PRODUCT_CALLER 1  /* the caller's product argument */
+#define TARNBLEND_PRODUCT_FILE 2    /* the file's product line or key */
+
+/* Reads recipe file path (CSV or JSON, told apart by its first character)
+ * into *recipe. product: TARNBLEND_GASOLINE ... to impose a product kind, 0
+ * for the recipe's own (gasoline when it says none). temperatureUnit: the
+ * unit of temperature columns written without one ("F" or "C"), or null to
+ * refuse such columns. Free the recipe with tarnblend_recipe_free. */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_read(const char* path, int product, const char* temperatureUnit,
+                                                  tarnblend_recipe** recipe);
+
+/* The same from length bytes of text in memory (standard input, a string);
+ * source names it in messages (null: "recipe"). */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_parse(const char* text, size_t length, const char* source, int product,
+                                                   const char* temperatureUnit, tarnblend_recipe** recipe);
+
+/* Frees a recipe and its model. A null recipe is ignored. */
+TARNBLEND_API void TARN_CALL tarnblend_recipe_free(tarnblend_recipe* recipe);
+
+/* The model the recipe built, owned by the recipe (valid until it is freed);
+ * the caller may change and evaluate it. */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_model(tarnblend_recipe* recipe, tarnblend_model** model);
+
+/* What the file says beyond the model: its name as given to the reader, its
+ * basis (TARNBLEND_BASIS_*), the unit of its quantities as the reader
+ * spells it ("bbl", "m3", "t", "vol%" ...; "" when the header gives none)
+ * and how the product kind was decided (TARNBLEND_PRODUCT_*). Outputs may
+ * be null. */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_info(const tarnblend_recipe* recipe, const char** source, int* basis,
+                                                  const char** quantityUnit, int* productFrom);
+
+/* The quantity of component i as the file writes it (a mass on a mass basis). */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component,
+                                                      double* quantity);
+
+/* Remarks of the reader (a product kind imposed against the file's ...),
+ * one line each. */
+TARNBLEND_API int TARN_CALL tarnblend_recipe_note_count(const tarnblend_recipe* recipe, int* count);
+TARNBLEND_API int TARN_CALL tarnblend_recipe_note(const tarnblend_recipe* recipe, int k, const char** note);
 
 TARN_EXTERN_C_END
 
