@@ -18,12 +18,16 @@ from ._catalogue import (MISSING, Correlation, TarnError, UndefinedResult, coeff
                          message, parameters, reset, set_coefficient, set_parameter)
 from ._evaluation import Batch, Evaluation, Jacobian, evaluate, evaluate_many
 from ._library import LibraryNotFound
+from ._blend import Blend, BlendError, Check, Grade, Recipe, grades
+from ._optimize import Optimum, optimize
+from ._tables import Table
 
 __all__ = [
     "MISSING", "TarnError", "UndefinedResult", "LibraryNotFound", "Correlation", "Evaluation",
     "Batch", "Jacobian", "load", "library_path", "reset", "forget", "correlations", "describe",
     "evaluate", "evaluate_many", "parameters", "get_parameter", "set_parameter", "coefficients",
-    "set_coefficient", "message",
+    "set_coefficient", "message", "Recipe", "Blend", "Grade", "Check", "grades", "BlendError",
+    "Table", "optimize", "Optimum",
 ]
 
 
