@@ -597,14 +597,24 @@ class Recipe:
 
     def properties_at(self, volumes: Union[Sequence[float], Floats],
                       derivatives: bool = True) -> Tuple[Floats, Optional[Floats]]:
-        """The optimiser's call, for a solver of your own: sets the volumes,
-        evaluates, and returns the values of every blended property (in the
-        order of `blend().keys`; NaN where not computed) and, with
-        `derivatives`, the properties x components matrix of derivatives."""
-        self.set_volumes(volumes)
-        check(blend_library().tarnblend_model_evaluate(self._model, 1 if derivatives else 0))
-        result = read_blend(self._model, derivatives, False)
-        return result.values, result.derivatives
+        """The optimiser's call, for a solver of your own: sets the volumes
+        (in component order), evaluates, and returns the values of every
+        blended property (in the order of `blend().keys`, in their units;
+        NaN where not computed) and, with `derivatives`, the properties x
+        components matrix of their derivatives with respect to the volumes.
+        A refused volume raises BlendError and changes nothing."""
+        lib = blend_library()
+        array = numpy.ascontiguousarray(volumes, dtype=numpy.float64)
+        count = _int()
+        check(lib.tarnblend_model_property_count(self._model, ctypes.byref(count)))
+        n = array.shape[0] if array.ndim == 1 else -1
+        values = numpy.empty(count.value)
+        jacobian = numpy.empty((count.value, max(n, 0))) if derivatives else None
+        check(lib.tarnblend_model_evaluate_at(
+            self._model, array.ctypes.data_as(_library.c_double_p), n,
+            values.ctypes.data_as(_library.c_double_p),
+            None if jacobian is None else jacobian.ctypes.data_as(_library.c_double_p)))
+        return figures(values), None if jacobian is None else figures(jacobian)
 
     def __repr__(self) -> str:
         return "Recipe(%r, %s, %d components)" % (self.source, self.product, len(self.components))
