@@ -77,7 +77,8 @@ def main():
     print("margin %.0f to %.0f USD" % (table["objective"].min(), table["objective"].max()))
     binding = [c for c in table.columns if c.startswith("shadow:")]
     print("limits that bind (cases):", ", ".join(
-        "%s %d" % (c.split(":", 1)[1], table[c].notna().sum()) for c in binding))
+        "%s %d" % (c.split(":", 1)[1], (table[c] != 0).sum()) for c in binding
+        if (table[c] != 0).any()))
     if options.out:
         table.to_csv(options.out, index=False)
         print("written:", options.out)

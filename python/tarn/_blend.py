@@ -272,10 +272,10 @@ class _TableText:
             fields = []
             for c, header in enumerate(headers):
                 value = cells[c][row]
-                fields.append(self._quote(str(value)) if c == name_column
+                fields.append(self._quote(self._name(value)) if c == name_column
                               else self._number(value, header, row))
-            self.names.append(str(cells[name_column][row]) if name_column is not None
-                              else "row %d" % row)
+            self.names.append(self._name(cells[name_column][row]) if name_column is not None
+                              else "")
             lines.append(self._line(fields))
         self.text = "".join(lines).encode("utf-8")
 
@@ -297,6 +297,12 @@ class _TableText:
                 if wanted.upper() == key.upper():
                     return "%s[%s]" % (key, unit)
         return key
+
+    @staticmethod
+    def _name(value: Any) -> str:
+        # A missing name is an empty cell, which the reader refuses by row.
+        missing = value is None or _is_na(value) or (isinstance(value, float) and math.isnan(value))
+        return "" if missing else str(value)
 
     @staticmethod
     def _quote(cell: str) -> str:
@@ -325,8 +331,9 @@ class _TableText:
         if not 1 <= line <= len(self.starts):
             return source + ": " + message[found.end():]
         cell = max([c for c, start in enumerate(self.starts[line - 1]) if start <= column] or [0])
+        name = self.names[line - 2] if line > 1 else ""
         where = ("column %s" % self.headers[cell] if line == 1 else
-                 "row %d (%s), column %s" % (line - 2, self.names[line - 2], self.headers[cell]))
+                 "row %d%s, column %s" % (line - 2, " (%s)" % name if name else "", self.headers[cell]))
         return "%s %s: %s" % (source, where, message[found.end():])
 
 

@@ -120,9 +120,9 @@ class Optimum:
 
     @property
     def properties(self) -> Frame:
-        if not self.blends:
-            return table({}, [], "property", self.as_frame)
-        keys = next(iter(self.blends.values())).keys
+        keys: List[str] = []
+        for blend in self.blends.values():
+            keys += [k for k in blend.keys if k not in keys]
         columns = {}
         for name, blend in self.blends.items():
             values = blend.to_dict()
@@ -131,9 +131,11 @@ class Optimum:
 
     def row(self) -> Dict[str, Any]:
         """The answer as one flat row, for collecting many cases in one
-        table: outcome, objective, iterations, then "volume:product:component"
-        for every volume and "shadow:product:property:side" for every binding
-        limit's shadow price."""
+        table: outcome, objective, iterations, summary, then
+        "volume:product:component" for every volume and
+        "shadow:product:property" for the shadow price of every limit (0
+        where it does not bind; a second limit on the same property gets
+        ":2")."""
         out: Dict[str, Any] = {"outcome": self.outcome, "objective": self.objective,
                                "iterations": self.iterations, "summary": self.summary}
         for k, product in enumerate(self.product_names):
@@ -141,9 +143,11 @@ class Optimum:
                 out["volume:%s:%s" % (product, component)] = float(self.volumes[i, k])
         rows = self.limit_rows
         for r in range(len(rows["product"])):
-            if rows["binding"][r]:
-                out["shadow:%s:%s:%s" % (rows["product"][r], rows["property"][r],
-                                         rows["binding"][r])] = rows["shadow_price"][r]
+            key = "shadow:%s:%s" % (rows["product"][r], rows["property"][r])
+            repeat = 2
+            while key + (":%d" % repeat if repeat > 2 else "") in out:
+                repeat += 1
+            out[key + (":%d" % repeat if repeat > 2 else "")] = rows["shadow_price"][r]
         return out
 
 

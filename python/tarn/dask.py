@@ -71,8 +71,8 @@ def _client(client: Any) -> Any:
     if client is not None:
         return client
     try:
-        return _module("distributed").default_client()
-    except ValueError:  # no client started
+        return importlib.import_module("distributed").default_client()
+    except (ImportError, ValueError):  # no distributed, or no client started
         return None
 
 
@@ -126,8 +126,9 @@ def optimize_cases(cases: Sequence[Any], recipe: Optional[Recipe] = None, client
     paths) with `tarn.optimize`, on the client's worker processes, and
     collects the answers in one DataFrame, a row per case (in order): outcome,
     objective, iterations, summary, the volume of each component in each
-    product ("volume:product:component") and the shadow price of each binding
-    limit ("shadow:product:property:side"; absent where it does not bind). A
+    product ("volume:product:component") and the shadow price of each limit
+    ("shadow:product:property", 0 where it does not bind; see
+    Optimum.row). A
     case the optimiser refuses (no product, a missing cost ...) is a row with
     outcome "refused" and the reason as its summary."""
     rows = map_cases(_Optimise(recipe), cases, client, setup, batch_size)

@@ -200,6 +200,7 @@ def test_recipes_refuse_bad_tables_and_keep_their_state():
         ({"RVP[psi]": [4.2, -1.0]}, tarn.BlendError, "row 1 (Alkylate), column RVP[psi]"),
         ({"RVP[furlong]": [4.2, 4.8], "RVP[psi]": None}, tarn.BlendError, "unknown unit"),
         ({"NAME": ["Reformate", "Reformate"]}, tarn.BlendError, "appears twice"),
+        ({"NAME": ["Reformate", None]}, tarn.BlendError, "row 1, column NAME: a component has no name"),
     ]
     for change, kind, words in refused:
         given = {**table, **change}
