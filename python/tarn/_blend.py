@@ -68,6 +68,18 @@ def text(value: Optional[bytes]) -> str:
     return "" if value is None else value.decode("utf-8", "replace")
 
 
+def texts(count: Any, item: Any, *handle: Any) -> List[str]:
+    """The strings of one of the library's lists: count(*handle, &n), then
+    item(*handle, k, &text) for each k."""
+    n, value = ctypes.c_int(), ctypes.c_char_p()
+    check(count(*handle, ctypes.byref(n)))
+    out = []
+    for k in range(n.value):
+        check(item(*handle, k, ctypes.byref(value)))
+        out.append(text(value.value))
+    return out
+
+
 def figure(value: float) -> float:
     """The library's missing value (or anything not finite) as NaN."""
     return value if -MISSING < value < MISSING else math.nan
@@ -194,12 +206,10 @@ def read_blend(model: ctypes.c_void_p, derivatives: bool, as_frame: Optional[boo
     check(lib.tarnblend_model_component_count(model, ctypes.byref(n)))
     product = _int()
     check(lib.tarnblend_model_product(model, ctypes.byref(product)))
-    names, volumes = [], numpy.zeros(n.value)
-    name, volume = _string(), _double()
+    names = texts(lib.tarnblend_model_component_count, lib.tarnblend_model_component_name, model)
+    volumes, volume = numpy.zeros(n.value), _double()
     for i in range(n.value):
-        check(lib.tarnblend_model_component_name(model, i, ctypes.byref(name)))
         check(lib.tarnblend_model_volume(model, i, ctypes.byref(volume)))
-        names.append(text(name.value))
         volumes[i] = volume.value
     columns: Dict[str, List[Any]] = {c: [] for c in (
         "key", "description", "unit", "section", "value", "status", "reason", "method", "note",
@@ -228,12 +238,7 @@ def read_blend(model: ctypes.c_void_p, derivatives: bool, as_frame: Optional[boo
         check(lib.tarnblend_model_jacobian(model, jacobian.ctypes.data_as(_library.c_double_p),
                                            count.value, n.value))
         jacobian = figures(jacobian)
-    notes = []
-    notes_count = _int()
-    check(lib.tarnblend_model_note_count(model, ctypes.byref(notes_count)))
-    for k in range(notes_count.value):
-        check(lib.tarnblend_model_note(model, k, ctypes.byref(note)))
-        notes.append(text(note.value))
+    notes = texts(lib.tarnblend_model_note_count, lib.tarnblend_model_note, model)
     return Blend(_PRODUCTS.get(product.value, str(product.value)), tuple(names), volumes,
                  tuple(columns["key"]), tuple(columns["description"]), tuple(columns["unit"]),
                  tuple(columns["section"]), numpy.array(columns["value"], dtype=numpy.float64),
@@ -454,13 +459,9 @@ class Recipe:
 
     @property
     def components(self) -> Tuple[str, ...]:
-        lib, count, name = blend_library(), _int(), _string()
-        check(lib.tarnblend_model_component_count(self._model, ctypes.byref(count)))
-        names = []
-        for i in range(count.value):
-            check(lib.tarnblend_model_component_name(self._model, i, ctypes.byref(name)))
-            names.append(text(name.value))
-        return tuple(names)
+        lib = blend_library()
+        return tuple(texts(lib.tarnblend_model_component_count, lib.tarnblend_model_component_name,
+                           self._model))
 
     @property
     def product(self) -> str:
@@ -488,13 +489,8 @@ class Recipe:
     def notes(self) -> Tuple[str, ...]:
         """Remarks of the recipe reader (a product kind imposed against the
         file's ...)."""
-        lib, count, note = blend_library(), _int(), _string()
-        check(lib.tarnblend_recipe_note_count(self._handle, ctypes.byref(count)))
-        out = []
-        for k in range(count.value):
-            check(lib.tarnblend_recipe_note(self._handle, k, ctypes.byref(note)))
-            out.append(text(note.value))
-        return tuple(out)
+        lib = blend_library()
+        return tuple(texts(lib.tarnblend_recipe_note_count, lib.tarnblend_recipe_note, self._handle))
 
     @property
     def volumes(self) -> Floats:

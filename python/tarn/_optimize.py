@@ -21,7 +21,7 @@ import numpy
 from numpy.typing import NDArray
 
 from . import _library
-from ._blend import (Blend, BlendError, Recipe, blend_library, check, figure, read_blend, text)
+from ._blend import Blend, BlendError, Recipe, blend_library, check, figure, read_blend, text, texts
 from ._tables import Frame, table
 
 Floats = NDArray[numpy.float64]
@@ -208,10 +208,8 @@ def _read(handle: ctypes.c_void_p, as_frame: Optional[bool]) -> Optimum:
     n = _count(lib.tarnblend_problem_component_count, handle)
     m = _count(lib.tarnblend_problem_product_count, handle)
     name = ctypes.c_char_p()
-    components = []
-    for i in range(n):
-        check(lib.tarnblend_problem_component_name(handle, i, ctypes.byref(name)))
-        components.append(text(name.value))
+    components = texts(lib.tarnblend_problem_component_count, lib.tarnblend_problem_component_name,
+                       handle)
     products, blends = [], {}
     volumes = numpy.full((n, m), math.nan)
     limits: Dict[str, List[Any]] = {c: [] for c in (
@@ -285,10 +283,7 @@ def _read(handle: ctypes.c_void_p, as_frame: Optional[bool]) -> Optimum:
         relaxations["together"].append(figure(d[0].value))
         relaxations["alone"].append(figure(d[1].value))
         relaxations["unit"].append(limits["unit"][first + i1.value])
-    notes = []
-    for k in range(_count(lib.tarnblend_problem_note_count, handle)):
-        check(lib.tarnblend_problem_note(handle, k, ctypes.byref(name)))
-        notes.append(text(name.value))
+    notes = texts(lib.tarnblend_problem_note_count, lib.tarnblend_problem_note, handle)
     return Optimum(_OUTCOMES.get(outcome.value, "not solved"), text(status.value),
                    text(summary.value), iterations.value, figure(objective.value),
                    _OBJECTIVES.get(objective_kind.value, ""), text(unit.value),
