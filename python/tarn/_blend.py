@@ -33,6 +33,7 @@ Floats = NDArray[numpy.float64]
 PathLike = Union[str, "os.PathLike[str]"]
 
 _lib: Optional[ctypes.CDLL] = None
+_bound_to = ""  # the libtarn file the blend library calls
 
 
 class BlendError(TarnError):
@@ -51,10 +52,16 @@ def blend_library() -> ctypes.CDLL:
     """libtarnblend, loaded on first use after libtarn has been started (the
     blend library calls the libtarn this process loaded), and looked for
     first beside it."""
-    global _lib
+    global _lib, _bound_to
+    current = _catalogue.library_path()
     if _lib is None:
-        _catalogue.library()
-        _lib = _library.load(_library.TARNBLEND, beside=_catalogue.library_path())
+        _lib = _library.load(_library.TARNBLEND, beside=current)
+        _bound_to = current
+    elif current != _bound_to:
+        # The blend library resolved libtarn once, when it was loaded: its
+        # blends would not see the settings of another libtarn.
+        raise TarnError(-1, "the blend library calls %s, loaded first; tarn.load(%r) cannot "
+                            "change it: use a new process" % (_bound_to, current))
     return _lib
 
 
