@@ -1,6 +1,7 @@
 // Every built-in correlation evaluated by index (gfx_tarnGenCalc) next to the
 // direct call of the function it wraps, with and without derivatives, on the
-// inputs the dispatch tests use, timed in alternating blocks (paired.h).
+// realistic rows the catalogue tests use, timed in alternating blocks
+// (paired.h).
 // Names read catalogue/<family>/<id>/<values|derivatives>; the counters
 // direct_ns, index_ns and ratio are the figures, "index" orders the report's
 // tables and "inputs" picks out the single-input correlations.
@@ -11,12 +12,13 @@
 #include <vector>
 
 #include "paired.h"
-#include "support/catalogue_calls.h"
+#include "direct_calls.h"
+#include "support/catalogue_rows.h"
 #include "tarn/tarn.h"
 
 namespace {
 
-using tarn::testing::CallSettings;
+using tarn::bench::CallSettings;
 
 // The settings the library starts with: every CORF Fahrenheit, method 0,
 // 5 vol % ethanol.
@@ -126,9 +128,13 @@ BENCHMARK(BM_RvpIndexRowByRow)->Arg(0)->Arg(1)->ArgNames({"derivatives"})->Unit(
 
 int main(int argc, char** argv) {
   if (gfx_tarnInitializeAllocate(nullptr) != 0) return 1;
-  if (!tarn::testing::configureEvaporativeTemperatures()) return 1;
-  tarn::testing::visitCatalogueCalls(
-      [](int index, std::vector<double> inputs, auto direct) { registerRow(index, inputs, direct); });
+  const auto& rows = tarn::testing::realisticRows();
+  if (rows.size() != 57) return 1;
+  for (const auto& row : rows) {
+    if (!tarn::testing::applySettings(row)) return 1;  // EVAPORATIVE's temperatures
+  }
+  tarn::bench::visitDirectCalls(
+      [&](int index, auto direct) { registerRow(index, rows[index].inputs, direct); });
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -15,17 +15,10 @@
 #define TARN_BML_H
 
 #include "tarn/export.h"
+#include "tarn/status.h"
 
-/* ---- Router status codes (texts from gfx_bmlGetErrorMsg) ---------------- */
-#define TARN_BML_STATUS_INDEX_PAST_END (-1101)   /* index beyond the combined count */
-#define TARN_BML_STATUS_BAD_TYPE (-1102)         /* not raised; has a message */
-#define TARN_BML_STATUS_TARN_INIT_FAILED (-1103) /* built-in start-up failed */
-#define TARN_BML_STATUS_UBML_INIT_FAILED (-1104) /* plug-in not loadable, not bindable or
-                                                    its start-up failed */
-#define TARN_BML_STATUS_NO_USER_LIBRARY (-1105)  /* the plug-in path names no file */
-#define TARN_BML_STATUS_BAD_ERROR_CODE (-1106)   /* gfx_bmlErrorHandler: nobody owns the code */
-#define TARN_BML_STATUS_BAD_PROPERTY (-1107)     /* plug-in property without a plug-in */
-#define TARN_BML_STATUS_BAD_CORRELATION (-1108)  /* plug-in correlation without a plug-in */
+/* Router status codes: the TARN_BML_STATUS_* constants of tarn/status.h
+ * (texts from gfx_bmlGetErrorMsg). */
 
 /* The combined numbers of the plug-in's first correlation and property. */
 #define TARN_BML_FIRST_USER_CORRELATION 57

@@ -14,6 +14,10 @@
 /* Caller buffers of gfx_getCorParmsKeywords hold at least this many chars
  * (terminator included). */
 #define TARN_KEYWORD_SIZE 20
+/* Caller buffers of gfx_getCorParmsInfo: the unit ("F" with its degree sign,
+ * "vol %", "ppm" ... or "") and the one-line description. */
+#define TARN_UNIT_SIZE 12
+#define TARN_PARAMETER_DESC_SIZE 100
 
 TARN_EXTERN_C_BEGIN
 
@@ -54,6 +58,15 @@ TARN_API int TARN_CALL gfx_getCorParmsCount(int* count);
  * or 1 with nothing written for k outside 0..count-1. */
 TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias,
                                                char* parameter);
+
+/* Writes what the library knows of parameter k of the listing (the numbering
+ * of gfx_getCorParmsKeywords): its default as gfx_getCorParms reads it after
+ * TARNReset, its unit (UTF-8, "" where the parameter has none or mixes units)
+ * and a one-line description. Buffers of TARN_UNIT_SIZE and
+ * TARN_PARAMETER_DESC_SIZE chars; a null pointer is skipped. Returns 0, or 1
+ * with nothing written for k outside 0..count-1. */
+TARN_API int TARN_CALL gfx_getCorParmsInfo(int k, double* defaultValue, char* unit,
+                                           char* description);
 
 /* Converts the ten percent-off temperature points (D86FROMPERCENTOFF P1..P10)
  * in place from degrees F to degrees C. Not idempotent: a second call converts

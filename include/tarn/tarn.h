@@ -11,25 +11,13 @@
 #include <stdbool.h>
 #include <stdio.h>
 #include "tarn/export.h"
+#include "tarn/status.h"
 
 /* ---- Status codes ------------------------------------------------------- */
-/* Every catalogue function returns an int status. Correlation functions
+/* Every catalogue function returns an int status: the TARN_STATUS_* constants
+ * of tarn/status.h, with their meanings and messages. Correlation functions
  * reached through evaluation by index may return small codes of their own,
  * which pass through unchanged. */
-#define TARN_STATUS_OK 0
-#define TARN_STATUS_UNDEFINED 1            /* the result is the missing value 1e30 */
-#define TARN_STATUS_NO_PAIR 12             /* gfx_tarnGetIndexPair: no inverse correlation */
-#define TARN_STATUS_INIT_FAILED (-1)
-#define TARN_STATUS_BAD_PROPERTY_ID (-2)   /* gfx_tarnGetPropId: k not 0 or 1 */
-#define TARN_STATUS_BAD_PROPERTY_DESC (-3) /* gfx_tarnGetPropDesc: k not 0 or 1 */
-#define TARN_STATUS_BAD_CORRELATION (-4)   /* correlation index outside 0..56 */
-#define TARN_STATUS_BAD_TYPE_QUERY (-5)    /* gfx_tarnGetCorrelationType: bad index */
-#define TARN_STATUS_BAD_INPUT (-6)         /* input position outside the inputs */
-#define TARN_STATUS_BAD_OUTPUT (-7)        /* output position outside the outputs */
-#define TARN_STATUS_BAD_COEFFICIENT (-8)   /* coefficient position outside the list */
-#define TARN_STATUS_NO_MESSAGE (-444)      /* gfx_tarnGetErrorMsg: no text for the code */
-#define TARN_STATUS_NOT_CALCULABLE (-999)  /* the correlation's type cannot be evaluated */
-#define TARN_STATUS_NO_DERIVATIVE_ARRAY (-8888)
 
 /* ---- Correlation types -------------------------------------------------- */
 #define TARN_TYPE_GENERAL (-7)             /* several properties to one or more results */
@@ -42,7 +30,8 @@
 #define TARN_TYPE_PROPERTY_VALUE_ALT (-1)  /* a plain property value, like 0 */
 #define TARN_TYPE_PROPERTY_VALUE 0         /* a plain property value */
 #define TARN_TYPE_SINGLE_VALUE 1           /* one property to its index or back */
-#define TARN_TYPE_UNKNOWN (-9999)          /* written as the type of an unknown index */
+/* TARN_TYPE_UNKNOWN (-9999), written as the type of an unknown index, is in
+ * tarn/status.h. */
 
 /* ---- Sizes -------------------------------------------------------------- */
 #define TARN_CORRELATION_COUNT 57
@@ -52,6 +41,7 @@
 #define TARN_PROPERTY_ID_SIZE 18   /* input, output or library property id */
 #define TARN_COEF_NAME_SIZE 9      /* coefficient name */
 #define TARN_MESSAGE_SIZE 69       /* message of gfx_tarnGetErrorMsg */
+#define TARN_SOURCE_SIZE 160       /* published source of a correlation */
 
 TARN_EXTERN_C_BEGIN
 
@@ -136,6 +126,11 @@ TARN_API int TARN_CALL gfx_tarnGetCorrelationSlackCount(int index, int* count);
  * correlation and returns 0. Returns 12, writing nothing, when there is none
  * (also for an unknown index). */
 TARN_API int TARN_CALL gfx_tarnGetIndexPair(int index, int* pair);
+
+/* Writes where the correlation's form and constants were published (a
+ * standard, paper or regulation), or "" where no source is on file; buffer of
+ * TARN_SOURCE_SIZE chars. -4 for an unknown index. */
+TARN_API int TARN_CALL gfx_tarnGetCorrelationSource(int index, char* source);
 
 /* Writes 2, the number of library properties. Returns 0. */
 TARN_API int TARN_CALL gfx_tarnGetPropCount(int* count);

@@ -24,6 +24,7 @@
 #define TARN_UBML_H
 
 #include "tarn/export.h"
+#include "tarn/status.h"
 
 /* Correlation types of a plug-in: those of the built-in catalogue (-7..-4)
  * and three more. Exchanged as a 32-bit int. */
@@ -41,8 +42,8 @@ enum {
   UBML_TYPE_GENERAL = -7
 };
 
-/* Returned by every gfx_ubml* function while no plug-in is bound. */
-#define UBML_STATUS_NOT_BOUND (-1104)
+/* UBML_STATUS_NOT_BOUND, returned by every gfx_ubml* function while no
+ * plug-in is bound, is in tarn/status.h. */
 
 #if defined(TARN_BUILDING_UBML_PLUGIN)
 #  if defined(_WIN32) || defined(__CYGWIN__)

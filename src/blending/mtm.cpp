@@ -1,6 +1,7 @@
 // The MTM octane correction of a blend for its olefin and aromatic content
 // (forward, gfx_MTMF) and its reverse (gfx_MTMR). Both share the twelve
 // coefficients of the MTM parameter group and the same interaction terms.
+#include "blending/catalogue_adapters.h"
 #include "params/params.h"
 #include "tarn/blending.h"
 
@@ -129,3 +130,32 @@ extern "C" TARN_API int TARN_CALL gfx_MTMR(const double* t, double a, double b, 
   s[7] = 1.0 - motorShare + motorPull;
   return 0;
 }
+
+namespace tarn::blending {
+
+// The correlations' eight slopes copied into the catalogue's derivative
+// array whenever one is given, whatever the flag.
+template <int (*Mtm)(const double*, double, double, double*, int, double*), int... Order>
+int mtmInCatalogueOrder(double* inputs, double* outputs, int derivFlag, double* derivs) {
+  double slopes[8] = {};
+  const int status = Mtm(inputs, inputs[2], inputs[3], outputs, derivFlag, slopes);
+  if (derivs != nullptr) {
+    const int order[8] = {Order...};
+    for (int k = 0; k < 8; ++k) derivs[k] = slopes[order[k]];
+  }
+  return status;
+}
+
+int mtmfCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
+                         double* derivs) {
+  // This order, not the input-major one, is what hosts of MTMF read (intended).
+  return mtmInCatalogueOrder<gfx_MTMF, 0, 3, 1, 2, 4, 5, 6, 7>(inputs, outputs, derivFlag, derivs);
+}
+
+int mtmrCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
+                         double* derivs) {
+  // The correlation's pairs per TRON, OLE, ARO, TMON, input-major in catalogue order.
+  return mtmInCatalogueOrder<gfx_MTMR, 0, 1, 6, 7, 2, 3, 4, 5>(inputs, outputs, derivFlag, derivs);
+}
+
+}  // namespace tarn::blending

@@ -8,8 +8,10 @@
 
 namespace tarn {
 
-template <class Result, class Body>
-Result guarded(Result onFailure, Body&& body) noexcept {
+// The result has the body's type; onFailure converts to it (a status
+// constant of tarn/status.h to int, say).
+template <class Failure, class Body>
+auto guarded(Failure onFailure, Body&& body) noexcept -> decltype(std::forward<Body>(body)()) {
   try {
     return std::forward<Body>(body)();
   } catch (...) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "blending/oxygenate.h"
 #include "common/missing.h"
 #include "common/units.h"
 #include "distill/conversion.h"
@@ -26,12 +27,8 @@ constexpr int kBadMethod = 2;
 
 double relativeStep(double x, double step) { return (std::fabs(x) + 1.0) * step; }
 
-// The catalogue index of D86FROMPERCENTOFF, whose settings the oxygenate
-// adapter uses.
-constexpr int kD86FromPercentOffIndex = 5;
-// Oxygenate contents at or below this are ignored.
-constexpr double kNegligibleOxygenate = 0.101;
-constexpr double kAllVolume = 100.0;
+using blending::hasNoOxygenate;
+constexpr double kAllVolume = blending::kWholeBlend;
 
 // Curve -> TBP curve -> percents. A curve of other than seven points only
 // reaches here with method 4, which takes it as it is.
@@ -111,21 +108,20 @@ bool configuredCountsValid(const PointSets& sets) {
 
 }  // namespace
 
-int d86FromPercentOffWithoutOxygenate(double* x, double* outputs, int derivFlag,
-                                      double* derivs) {
+int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* x, double* outputs,
+                                      int derivFlag, double* derivs) {
   constexpr int kInputs = 21, kOutputs = kCurvePoints;
   constexpr int kVolume = 10, kOxygenate = 11;
   if (x == nullptr || outputs == nullptr) return 1;
-  const CorrelationSettings& settings = params().settings;
-  const int method = settings.typcor[kD86FromPercentOffIndex];
-  const char unit = settings.corf[kD86FromPercentOffIndex] != 0 ? kUnitFahrenheit : kUnitCelsius;
+  const int method = settings.method;
+  const char unit = settings.unit;
   const auto clearDerivatives = [derivs] {
     if (derivs != nullptr) std::fill(derivs, derivs + kInputs * kOutputs, 0.0);
   };
   clearDerivatives();
 
   const double volume = x[kVolume];
-  if (volume <= kNegligibleOxygenate || isMissing(volume)) {
+  if (hasNoOxygenate(volume)) {
     return gfx_D86FromPercentOff(method, derivFlag, x, outputs, unit, derivs);
   }
   if (kAllVolume - volume <= 0.0) {

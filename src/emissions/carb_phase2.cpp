@@ -4,6 +4,7 @@
 // exhaust pollutants and four toxic species (benzene, 1,3-butadiene,
 // formaldehyde, acetaldehyde) each. The model is data for the predictive
 // engine; this file holds its tables and the exported interface.
+#include "common/single_precision.h"
 #include "common/units.h"
 #include "emissions/carb_models.h"
 #include "emissions/model_limits.h"
@@ -15,14 +16,14 @@ namespace {
 
 using namespace predictive;
 
+// The model's constants are single-precision numbers held as doubles
+// (single(), common/single_precision.h).
+
 // Properties: RVP T50 T90 aromatics olefins oxygen sulfur benzene.
 enum Property { kRvp, kT50, kT90, kAromatics, kOlefins, kOxygen, kSulfur, kBenzene };
 constexpr int kProperties = 8;
 constexpr int kTerms = 25;
 constexpr int kRegressions = 12;
-
-// The model's constants are single-precision numbers held as doubles.
-constexpr double single(float v) { return static_cast<double>(v); }
 
 // Both fuels are evaluated at RVP 7.0, so each set carries a fixed
 // standardized RVP instead of standardizing the RVP given.

@@ -4,9 +4,10 @@
 // composition properties blend by volume, oxygen and sulfur by mass.
 #include <cmath>
 
+#include "blending/oxygenate.h"
 #include "common/missing.h"
 #include "common/units.h"
-#include "emissions/adapters.h"
+#include "emissions/catalogue_adapters.h"
 #include "params/params.h"
 #include "tarn/emissions.h"
 
@@ -90,23 +91,43 @@ void passThrough(const double* in, double* out, double* deriv) {
   for (int j = 0; j < kBlendstockCount; ++j) deriv[j * kBlendOutputCount + kPassThroughOutput[j]] = 1.0;
 }
 
+// EHO and OXY are one oxygen content: a rounding apart, the catalogue
+// reports them equal.
+void reportOxygenOnce(double* outputs) {
+  if (std::fabs(outputs[kOutOxy] - outputs[kOutOxy2]) < 0.0001) {
+    outputs[kOutOxy] = outputs[kOutOxy2];
+  }
+}
+
 }  // namespace
+
+int carbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
+                           int derivFlag, double* derivs) {
+  if (!blending::hasNoOxygenate(inputs[3])) {
+    return gfx_WCARBOB(derivFlag, settings.unit, inputs, outputs, derivs);
+  }
+  // Without ethanol the blend is the blendstock: outputs 0..2 are inputs 0..2.
+  for (int k = 0; k < 3; ++k) outputs[k] = inputs[k];
+  if (derivFlag != 0 && derivs != nullptr) {
+    for (int k = 0; k < 12; ++k) derivs[k] = 0.0;
+    derivs[0] = derivs[4] = derivs[8] = 1.0;
+  }
+  return 0;
+}
 
 // The CARBOB2 catalogue entry: the model with the CARBOB2 group's ethanol
 // (inputs 0-6), plus additive offsets for the seven blended outputs (inputs
 // 7-13). In pass-through mode each output is its blendstock value plus its
 // offset.
-int carbob2CatalogueAdapter(double* inputs, double* outputs, int derivFlag, double* derivs) {
-  constexpr int kCarbob2Index = 50;
+int carbob2CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
+                            int derivFlag, double* derivs) {
   constexpr int kOffsetFirst = kBlendstockCount;
-  const CorrelationSettings& settings = params().settings;
   const bool wantDerivatives = derivFlag != 0 && derivs != nullptr;
 
   if (params().carbob2Altoxy < 1) {
-    const char unit = settings.corf[kCarbob2Index] != 0 ? kUnitFahrenheit : kUnitCelsius;
-    const int status =
-        gfx_WCARBOB2(derivFlag, unit, settings.carbob2.eohvol, inputs, outputs, derivs, nullptr);
-    if (std::fabs(outputs[kOutOxy] - outputs[kOutOxy2]) < 0.0001) outputs[kOutOxy] = outputs[kOutOxy2];
+    const int status = gfx_WCARBOB2(derivFlag, settings.unit, params().settings.carbob2.eohvol,
+                                    inputs, outputs, derivs, nullptr);
+    reportOxygenOnce(outputs);
     for (int k = 0; k < kBlendstockCount; ++k) {
       const double offset = inputs[kOffsetFirst + k];
       if (!(offset < kMissing)) continue;  // no offset: output and its row as the model left them
@@ -135,6 +156,36 @@ int carbob2CatalogueAdapter(double* inputs, double* outputs, int derivFlag, doub
     }
   }
   return 0;
+}
+
+int carbob3CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
+                            int derivFlag, double* derivs) {
+  const CorrelationSettings& own = params().settings;
+  const double* ethanol = own.carbob3Ethanol;  // ARO BNZ OLF EHO SUL GASSPG ETOHSPG
+  // The blend model reads ARO, BNZ, EHO, OLF, SUL, ETOHSPG, GASSPG, -, ALTOXY.
+  // CARBOB3 hands over olefins and oxygen, and the two gravities, the other
+  // way round; hosts tuned to CARBOB3 rely on this order (intended). It has
+  // no pass-through switch: ALTOXY 0 always blends.
+  const double blendSettings[9] = {ethanol[0], ethanol[1], ethanol[2], ethanol[3], ethanol[4],
+                                   ethanol[5], ethanol[6], kMissing,   0.0};
+  const int status = gfx_WCARBOB2(derivFlag, settings.unit, own.carbob3.eohvol, inputs, outputs,
+                                  derivs, blendSettings);
+  reportOxygenOnce(outputs);
+  return status;
+}
+
+int rbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag,
+                         double* derivs) {
+  const ParameterBlock& p = params();
+  const EthanolBlendParams& ethanol = p.rbob;
+  // The model's order: oxygen before olefins, ethanol gravity before blendstock
+  // gravity, then E200 and E300 lines and the RVP transform.
+  const double rbobSettings[13] = {ethanol.aro,     ethanol.bnz,     ethanol.eho, ethanol.olf,
+                                   ethanol.sul,     ethanol.etohspg, ethanol.gasspg,
+                                   p.rbobP[0],      p.rbobP[1],      p.rbobP[2],  p.rbobP[3],
+                                   p.rbobP[4],      p.rbobP[5]};
+  return gfx_WRBOB(derivFlag, settings.unit, p.settings.rbobEohvol, inputs, outputs, derivs,
+                   rbobSettings);
 }
 
 }  // namespace tarn::emissions

@@ -1,15 +1,13 @@
 // The catalogue table of the 57 built-in correlations.
 #include "frame/catalogue.h"
 
-#include <array>
-#include <utility>
-
-#include "common/units.h"
+#include "blending/catalogue_adapters.h"
+#include "common/catalogue_adapter.h"
+#include "common/missing.h"
 #include "distill/percent_off.h"
-#include "emissions/adapters.h"
-#include "emissions/epa_adapter.h"
-#include "frame/evaluation_steps.h"
+#include "emissions/catalogue_adapters.h"
 #include "frame/nan_rule.h"
+#include "props/catalogue_adapters.h"
 #include "tarn/blending.h"
 #include "tarn/distill.h"
 #include "tarn/emissions.h"
@@ -17,62 +15,38 @@
 #include "tarn/tarn.h"
 
 namespace tarn::frame {
+
+// Each row's evaluation under its NaN rule, with the row's counts.
+template <int I>
+int evaluateByRule(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                   double* derivs) {
+  constexpr const CorrelationRow& r = kCatalogueRows[I];
+  return evaluateUnderNaNRule<r.compute, r.nanRule, static_cast<std::size_t>(r.inputs.count),
+                              static_cast<std::size_t>(r.outputs.count)>(row, inputs, outputs,
+                                                                          derivFlag, derivs);
+}
+
 namespace {
+
+constexpr ParameterBlock& P = detail::parameterBlock;
 
 // ---- Building blocks of the table -------------------------------------
 
-constexpr FieldView one(double& field) { return {&field, nullptr, 1}; }
-constexpr FieldView one(int& field) { return {nullptr, &field, 1}; }
-
-template <std::size_t N>
-constexpr FieldView from(double (&array)[N], int first) {
-  return {&array[first], nullptr, static_cast<int>(N) - first};
-}
-
-// The field a coefficient views, as a captureless function of the block.
-#define TARN_VIEW(expr) [](ParameterBlock& b) -> FieldView { return expr; }
-
-using Rule = CoefficientRule;
-
-constexpr CoefficientRun single(const char* name, FieldLocator locate, Rule rule = Rule::Store,
-                                int limit = 0) {
-  return {name, 0, 0, 0, locate, rule, limit};
-}
-
-constexpr CoefficientRun numbered(const char* prefix, int first, int count, FieldLocator locate,
-                                  Rule rule = Rule::Store, int digits = 0) {
-  return {prefix, first, count, digits, locate, rule, 0};
-}
-
-// Each correlation has its own unit flag and method setting, at its index.
-template <int I>
-FieldView corfView(ParameterBlock& b) {
-  static_assert(I >= 0 && I < kCorrelationCount, "unit flag of a catalogue index");
-  return one(b.settings.corf[I]);
-}
-template <int I>
-FieldView typcorView(ParameterBlock& b) {
-  static_assert(I >= 0 && I < kCorrelationCount, "method setting of a catalogue index");
-  return one(b.settings.typcor[I]);
-}
-template <int I>
-constexpr CoefficientRun corf() { return single("CORF", &corfView<I>); }
-template <int I>
-constexpr CoefficientRun typcor() { return single("TYPCOR", &typcorView<I>); }
-
 template <std::size_t N>
 constexpr NameList names(const char* const (&list)[N]) { return {list, static_cast<int>(N)}; }
-template <std::size_t N>
-constexpr KindList kinds(const int (&list)[N]) { return {list, static_cast<int>(N)}; }
-constexpr KindList kNoKinds{nullptr, 0};
-template <std::size_t N>
-constexpr CoefficientList coefs(const CoefficientRun (&list)[N]) { return {list, static_cast<int>(N)}; }
-constexpr CoefficientList kNoCoefs{nullptr, 0};
 
-constexpr int kGeneral = TARN_TYPE_GENERAL;
-constexpr int kDistillationIndex = TARN_TYPE_DISTILLATION_INDEX;
-constexpr int kIndexToProperty = TARN_TYPE_INDEX_TO_PROPERTY;
-constexpr int kPropertyToIndex = TARN_TYPE_PROPERTY_TO_INDEX;
+constexpr CoefficientRun single(const char* name, const void* field) {
+  return {name, 0, 0, 0, field};
+}
+constexpr CoefficientRun numbered(const char* prefix, int first, int count, const void* field,
+                                  int digits = 0) {
+  return {prefix, first, count, digits, field};
+}
+// Each correlation has its own unit flag and method setting, at its index.
+template <int I>
+constexpr CoefficientRun corf() { return single("CORF", &P.settings.corf[I]); }
+template <int I>
+constexpr CoefficientRun typcor() { return single("TYPCOR", &P.settings.typcor[I]); }
 
 // ---- Property ids ---------------------------------------------------------
 
@@ -160,200 +134,226 @@ constexpr const char* kT10T30[] = {"T10", "T30"};
 constexpr const char* kT20[] = {"T20"};
 
 // ---- Output kind codes ----------------------------------------------------
+// The family of property an output is, by which a host maps it to its own.
+namespace kind {
+enum : int {
+  FrontEndPoint = 1,             // IBP, T10, T20 (and their forms without oxygenate)
+  DistillationPoint = 2,         // T30 .. FBP (and their forms without oxygenate)
+  VapourPressure = 3,            // RVP
+  PourPoint = 4,
+  Viscosity = 5,
+  Cetane = 7,
+  CetaneGain = 8,
+  VapourLiquidTemperature = 9,   // TV/L 20
+  ColdFlow = 10,                 // cloud point, treated CFPP
+  Octane = 11,                   // RON, MON, DON
+  FlashPoint = 12,
+  Oxygen = 15,                   // EHO, OXY
+  Sulfur = 16,
+  Composition = 17,              // ARO, BNZ, OLF; also RBOB's E200 and E300
+  Driveability = 18,
+  PercentEvaporated = 19,        // EVP0 .. EVP11
+  ModelResult = 20,              // emission results, VLI, E200E300EPA's E200 and E300
+};
+}  // namespace kind
 
-constexpr int kKind1[] = {1};
-constexpr int kKind2[] = {2};
-constexpr int kKind3[] = {3};
-constexpr int kKind4[] = {4};
-constexpr int kKind5[] = {5};
-constexpr int kKind7[] = {7};
-constexpr int kKind8[] = {8};
-constexpr int kKind9[] = {9};
-constexpr int kKind10[] = {10};
-constexpr int kKind12[] = {12};
-constexpr int kKind18[] = {18};
-constexpr int kKind20[] = {20};
-constexpr int kKindCurve[] = {1, 1, 2, 2, 2, 2, 2};
-constexpr int kKindEmissions3[] = {20, 20, 20};
-constexpr int kKindEmissions5[] = {20, 20, 20, 20, 20};
-constexpr int kKindOctanes[] = {11, 11};
-constexpr int kKindDon[] = {11};
-constexpr int kKindPercentPoints[] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
-constexpr int kKindRvpT50T90[] = {3, 2, 2};
-constexpr int kKindEthanolBlend[] = {3, 2, 2, 17, 17, 15, 17, 15, 16};
-constexpr int kKindEvaporative[] = {19, 19, 19, 19, 19, 19, 19, 19, 19, 19, 19, 19};
-constexpr int kKindE200E300[] = {20, 20};
-constexpr int kKindRbob[] = {3, 2, 2, 17, 17, 15, 17, 16, 17, 17};
+template <std::size_t N>
+constexpr KindList kinds(const int (&list)[N]) { return {list, static_cast<int>(N)}; }
+
+// The same kind for every output of a row.
+template <int Kind, std::size_t N>
+struct Repeated {
+  int codes[N];
+};
+template <int Kind, std::size_t N>
+constexpr Repeated<Kind, N> repeated() {
+  Repeated<Kind, N> r{};
+  for (int& code : r.codes) code = Kind;
+  return r;
+}
+template <int Kind, std::size_t N>
+constexpr Repeated<Kind, N> kAll = repeated<Kind, N>();
+
+constexpr int kFrontEnd[] = {kind::FrontEndPoint};
+constexpr int kPoint[] = {kind::DistillationPoint};
+constexpr int kCurveKinds[] = {kind::FrontEndPoint,     kind::FrontEndPoint,
+                               kind::DistillationPoint, kind::DistillationPoint,
+                               kind::DistillationPoint, kind::DistillationPoint,
+                               kind::DistillationPoint};
+constexpr int kRvpKind[] = {kind::VapourPressure};
+constexpr int kPourPointKind[] = {kind::PourPoint};
+constexpr int kViscosityKind[] = {kind::Viscosity};
+constexpr int kCetaneKind[] = {kind::Cetane};
+constexpr int kCetaneGainKind[] = {kind::CetaneGain};
+constexpr int kTvlKind[] = {kind::VapourLiquidTemperature};
+constexpr int kColdFlowKind[] = {kind::ColdFlow};
+constexpr int kOctaneKind[] = {kind::Octane};
+constexpr int kFlashPointKind[] = {kind::FlashPoint};
+constexpr int kDriveabilityKind[] = {kind::Driveability};
+constexpr int kVolatilityKinds[] = {kind::VapourPressure, kind::DistillationPoint,
+                                    kind::DistillationPoint};
+constexpr int kEthanolBlendKinds[] = {
+    kind::VapourPressure, kind::DistillationPoint, kind::DistillationPoint,
+    kind::Composition,    kind::Composition,       kind::Oxygen,
+    kind::Composition,    kind::Oxygen,            kind::Sulfur};
+constexpr int kRbobKinds[] = {
+    kind::VapourPressure, kind::DistillationPoint, kind::DistillationPoint, kind::Composition,
+    kind::Composition,    kind::Oxygen,            kind::Composition,       kind::Sulfur,
+    kind::Composition,    kind::Composition};
 
 // ---- Coefficient lists ----------------------------------------------------
+
+template <std::size_t N>
+constexpr CoefficientList coefs(const CoefficientRun (&list)[N]) {
+  return {list, static_cast<int>(N)};
+}
 
 template <int I>
 constexpr CoefficientRun kCorfOnly[1] = {corf<I>()};
 
-constexpr CoefficientRun kTvlCoefs[] = {corf<0>(),
-                                        numbered("P", 1, 4, TARN_VIEW(from(b.tvl20, 0)))};
+constexpr CoefficientRun kTvlCoefs[] = {corf<0>(), numbered("P", 1, 4, &P.tvl20[0])};
 
+// The six flat/averaging selectors of a CARB model, and its EVAP selector.
 constexpr CoefficientRun kCarbCoefs[] = {
-    single("T50", TARN_VIEW(one(b.settings.carb[0]))),
-    single("T90", TARN_VIEW(one(b.settings.carb[1]))),
-    single("ARO", TARN_VIEW(one(b.settings.carb[2]))),
-    single("OLF", TARN_VIEW(one(b.settings.carb[3]))),
-    single("SUL", TARN_VIEW(one(b.settings.carb[4]))),
-    single("BNZ", TARN_VIEW(one(b.settings.carb[5]))),
+    single("T50", &P.settings.carb[0]), single("T90", &P.settings.carb[1]),
+    single("ARO", &P.settings.carb[2]), single("OLF", &P.settings.carb[3]),
+    single("SUL", &P.settings.carb[4]), single("BNZ", &P.settings.carb[5]),
 };
 constexpr CoefficientRun kCarb3Coefs[] = {
-    single("T50", TARN_VIEW(one(b.settings.carb3[0]))),
-    single("T90", TARN_VIEW(one(b.settings.carb3[1]))),
-    single("ARO", TARN_VIEW(one(b.settings.carb3[2]))),
-    single("OLF", TARN_VIEW(one(b.settings.carb3[3]))),
-    single("SUL", TARN_VIEW(one(b.settings.carb3[4]))),
-    single("BNZ", TARN_VIEW(one(b.settings.carb3[5]))),
-    single("EVAP", TARN_VIEW(one(b.settings.carb3[6]))),
+    single("T50", &P.settings.carb3[0]), single("T90", &P.settings.carb3[1]),
+    single("ARO", &P.settings.carb3[2]), single("OLF", &P.settings.carb3[3]),
+    single("SUL", &P.settings.carb3[4]), single("BNZ", &P.settings.carb3[5]),
+    single("EVAP", &P.settings.carb3[6]),
 };
 constexpr CoefficientRun kCarb3mCoefs[] = {
-    single("T50", TARN_VIEW(one(b.settings.carb3m[0]))),
-    single("T90", TARN_VIEW(one(b.settings.carb3m[1]))),
-    single("ARO", TARN_VIEW(one(b.settings.carb3m[2]))),
-    single("OLF", TARN_VIEW(one(b.settings.carb3m[3]))),
-    single("SUL", TARN_VIEW(one(b.settings.carb3m[4]))),
-    single("BNZ", TARN_VIEW(one(b.settings.carb3m[5]))),
-    single("EVAP", TARN_VIEW(one(b.settings.carb3m[6]))),
+    single("T50", &P.settings.carb3m[0]), single("T90", &P.settings.carb3m[1]),
+    single("ARO", &P.settings.carb3m[2]), single("OLF", &P.settings.carb3m[3]),
+    single("SUL", &P.settings.carb3m[4]), single("BNZ", &P.settings.carb3m[5]),
+    single("EVAP", &P.settings.carb3m[6]),
 };
 
 // Both directions of the percent-off conversion share their ten temperatures.
 template <int I>
-constexpr CoefficientRun kPercentOffCoefs[] = {
-    typcor<I>(), corf<I>(), numbered("P", 1, 10, TARN_VIEW(from(b.d86TempPoints, 0)))};
+constexpr CoefficientRun kPercentOffCoefs[] = {typcor<I>(), corf<I>(),
+                                               numbered("P", 1, 10, &P.d86TempPoints[0])};
 
 constexpr CoefficientRun kEpaCoefs[] = {
-    single("AREA", TARN_VIEW(one(b.settings.epa[0]))),
-    single("PHASE", TARN_VIEW(one(b.settings.epa[1]))),
-    single("SEASON", TARN_VIEW(one(b.settings.epa[2]))),
-    single("EQUATION", TARN_VIEW(one(b.settings.epa[3]))),
-    single("FUELTYPE", TARN_VIEW(one(b.settings.epa[4]))),
-    single("CTYPE", TARN_VIEW(one(b.settings.epa[5]))),
-    single("COUNTRY", TARN_VIEW(one(b.settings.epa[6]))),
+    single("AREA", &P.settings.epa[0]),     single("PHASE", &P.settings.epa[1]),
+    single("SEASON", &P.settings.epa[2]),   single("EQUATION", &P.settings.epa[3]),
+    single("FUELTYPE", &P.settings.epa[4]), single("CTYPE", &P.settings.epa[5]),
+    single("COUNTRY", &P.settings.epa[6]),
 };
 
 // RVP and RVPINDEX share one blending exponent.
-constexpr CoefficientRun kRvpCoefs[] = {single("P1", TARN_VIEW(one(b.rvpExponent)))};
+constexpr CoefficientRun kRvpCoefs[] = {single("P1", &P.rvpExponent)};
 
-constexpr CoefficientRun kDriveabilityCoefs[] = {
-    corf<10>(), single("P1", TARN_VIEW(one(b.driveability.p1))),
-    single("P2", TARN_VIEW(one(b.driveability.p2))), single("EF", TARN_VIEW(one(b.driveability.ef)))};
-
-// The ethanol content of the E variant is kept whole on purpose (6.7 is stored as 6).
+constexpr CoefficientRun kDriveabilityCoefs[] = {corf<10>(), single("P1", &P.driveability.p1),
+                                                 single("P2", &P.driveability.p2),
+                                                 single("EF", &P.driveability.ef)};
 constexpr CoefficientRun kDriveabilityECoefs[] = {
-    corf<11>(), single("EOHVOL", TARN_VIEW(one(b.settings.driveabilityEohvol)), Rule::WholeReal)};
+    corf<11>(), single("EOHVOL", &P.settings.driveabilityEohvol)};
 
 constexpr CoefficientRun kCetaneImproverCoefs[] = {
-    corf<27>(), numbered("P", 1, 7, TARN_VIEW(from(b.cetaneImprover.p, 0)))};
-constexpr CoefficientRun kCfppImproverCoefs[] = {
-    corf<28>(), numbered("P", 1, 3, TARN_VIEW(from(b.cfppImprover, 0)))};
+    corf<27>(), numbered("P", 1, 7, &P.cetaneImprover.p[0])};
+constexpr CoefficientRun kCfppImproverCoefs[] = {corf<28>(),
+                                                 numbered("P", 1, 3, &P.cfppImprover[0])};
 
-constexpr CoefficientRun kT10IndexCoefs[] = {corf<35>(), single("N1", TARN_VIEW(one(b.t10Index.n1))),
-                                             numbered("P", 1, 13, TARN_VIEW(from(b.t10Index.p, 0)))};
-constexpr CoefficientRun kT50IndexCoefs[] = {corf<36>(), single("N1", TARN_VIEW(one(b.t50Index.n1))),
-                                             numbered("P", 1, 13, TARN_VIEW(from(b.t50Index.p, 0)))};
-constexpr CoefficientRun kT90IndexCoefs[] = {corf<37>(), single("N1", TARN_VIEW(one(b.t90Index.n1))),
-                                             numbered("P", 1, 13, TARN_VIEW(from(b.t90Index.p, 0)))};
+template <int I, ThreePointIndexParams ParameterBlock::*Group>
+constexpr CoefficientRun kThreePointCoefs[] = {corf<I>(), single("N1", &(P.*Group).n1),
+                                               numbered("P", 1, 13, &(P.*Group).p[0])};
 
 // MTMF and MTMR share one set.
-constexpr CoefficientRun kMtmCoefs[] = {numbered("P", 1, 12, TARN_VIEW(from(b.mtm, 0))),
-                                        single("Perturb", TARN_VIEW(one(b.mtmPerturb)))};
+constexpr CoefficientRun kMtmCoefs[] = {numbered("P", 1, 12, &P.mtm[0]),
+                                        single("Perturb", &P.mtmPerturb)};
 
-// Both directions of the N-point conversion share their point sets and
-// counts. A count set here at or beyond its limit becomes 1, on purpose.
+// Both directions of the N-point conversion share their point sets and counts.
 template <int I>
 constexpr CoefficientRun kNd86Coefs[] = {
     typcor<I>(),
     corf<I>(),
-    numbered("P", 1, 25, TARN_VIEW(from(b.nd86.p, 0))),
-    numbered("T", 1, 13, TARN_VIEW(from(b.nd86.t, 0))),
-    single("NTEMP", TARN_VIEW(one(b.nd86.ntemp)), Rule::CountWithLimit, 14),
-    single("NPOFF", TARN_VIEW(one(b.nd86.npoff)), Rule::CountWithLimit, 26),
+    numbered("P", 1, 25, &P.nd86.p[0]),
+    numbered("T", 1, 13, &P.nd86.t[0]),
+    single("NTEMP", &P.nd86.ntemp),
+    single("NPOFF", &P.nd86.npoff),
 };
 
-constexpr CoefficientRun kCarbobCoefs[] = {corf<43>(),
-                                           single("ESTRM", TARN_VIEW(one(b.settings.carbobEstrm)))};
+constexpr CoefficientRun kCarbobCoefs[] = {corf<43>(), single("ESTRM", &P.settings.carbobEstrm)};
+
+// The properties of the ethanol of a blend group (CARBOB2, RBOB), in the
+// coefficients' order.
+#define TARN_ETHANOL_PROPERTIES(group)                                                  \
+  single("EOHARO", &(group).aro), single("EOHBNZ", &(group).bnz),                       \
+      single("EOHOLF", &(group).olf), single("EOHEHO", &(group).eho),                   \
+      single("EOHSUL", &(group).sul), single("EOHSPG", &(group).etohspg),               \
+      single("GASSPG", &(group).gasspg)
+
+// The on/off switches of an ethanol blend, kept for the host.
+#define TARN_ETHANOL_SWITCHES(settings)                                                 \
+  single("O2OPT", &(settings).switches[0]), single("RNDO2", &(settings).switches[1]),   \
+      single("RNDRST", &(settings).switches[2]), single("REPORT", &(settings).switches[3]), \
+      single("OLFPEN", &(settings).switches[4])
 
 constexpr CoefficientRun kCarbob2Coefs[] = {
     corf<50>(),
-    single("EOHARO", TARN_VIEW(one(b.carbob2.aro))),
-    single("EOHBNZ", TARN_VIEW(one(b.carbob2.bnz))),
-    single("EOHOLF", TARN_VIEW(one(b.carbob2.olf))),
-    single("EOHEHO", TARN_VIEW(one(b.carbob2.eho))),
-    single("EOHSUL", TARN_VIEW(one(b.carbob2.sul))),
-    single("EOHSPG", TARN_VIEW(one(b.carbob2.etohspg))),
-    single("GASSPG", TARN_VIEW(one(b.carbob2.gasspg))),
-    single("EOHVOL", TARN_VIEW(one(b.settings.carbob2.eohvol))),
-    single("O2OPT", TARN_VIEW(one(b.settings.carbob2.o2opt))),
-    single("RNDO2", TARN_VIEW(one(b.settings.carbob2.rndo2))),
-    single("RNDRST", TARN_VIEW(one(b.settings.carbob2.rndrst))),
-    single("REPORT", TARN_VIEW(one(b.settings.carbob2.report))),
-    single("OLFPEN", TARN_VIEW(one(b.settings.carbob2.olfpen))),
-    single("ALTOXY", TARN_VIEW(one(b.carbob2Altoxy))),
+    TARN_ETHANOL_PROPERTIES(P.carbob2),
+    single("EOHVOL", &P.settings.carbob2.eohvol),
+    TARN_ETHANOL_SWITCHES(P.settings.carbob2),
+    single("ALTOXY", &P.carbob2Altoxy),
 };
 
-// CARBOB3 has its own ethanol properties, outside the CARBOB2 group.
+// CARBOB3 has its own ethanol properties, outside the CARBOB2 group:
+// ARO BNZ OLF EHO SUL GASSPG ETOHSPG.
 constexpr CoefficientRun kCarbob3Coefs[] = {
     corf<51>(),
-    single("EOHARO", TARN_VIEW(one(b.settings.carbob3Blend.aro))),
-    single("EOHBNZ", TARN_VIEW(one(b.settings.carbob3Blend.bnz))),
-    single("EOHOLF", TARN_VIEW(one(b.settings.carbob3Blend.olf))),
-    single("EOHEHO", TARN_VIEW(one(b.settings.carbob3Blend.eho))),
-    single("EOHSUL", TARN_VIEW(one(b.settings.carbob3Blend.sul))),
-    single("EOHSPG", TARN_VIEW(one(b.settings.carbob3Blend.etohspg))),
-    single("GASSPG", TARN_VIEW(one(b.settings.carbob3Blend.gasspg))),
-    single("EOHVOL", TARN_VIEW(one(b.settings.carbob3.eohvol))),
-    single("O2OPT", TARN_VIEW(one(b.settings.carbob3.o2opt))),
-    single("RNDO2", TARN_VIEW(one(b.settings.carbob3.rndo2))),
-    single("RNDRST", TARN_VIEW(one(b.settings.carbob3.rndrst))),
-    single("REPORT", TARN_VIEW(one(b.settings.carbob3.report))),
-    single("OLFPEN", TARN_VIEW(one(b.settings.carbob3.olfpen))),
+    single("EOHARO", &P.settings.carbob3Ethanol[0]),
+    single("EOHBNZ", &P.settings.carbob3Ethanol[1]),
+    single("EOHOLF", &P.settings.carbob3Ethanol[2]),
+    single("EOHEHO", &P.settings.carbob3Ethanol[3]),
+    single("EOHSUL", &P.settings.carbob3Ethanol[4]),
+    single("EOHSPG", &P.settings.carbob3Ethanol[6]),
+    single("GASSPG", &P.settings.carbob3Ethanol[5]),
+    single("EOHVOL", &P.settings.carbob3.eohvol),
+    TARN_ETHANOL_SWITCHES(P.settings.carbob3),
 };
 
-// The vapour-lock constants are reported but not changed through here.
-constexpr CoefficientRun kVaporLockCoefs[] = {
-    numbered("P", 1, 2, TARN_VIEW(from(b.vaporLockIndex, 0)), Rule::ReadOnly)};
+constexpr CoefficientRun kVaporLockCoefs[] = {numbered("P", 1, 2, &P.vaporLockIndex[0])};
 
-constexpr CoefficientRun kEvaporativeCoefs[] = {
-    numbered("P", 0, 12, TARN_VIEW(from(b.evaporative.p, 0)), Rule::Store, 2),
-    single("NPTS", TARN_VIEW(one(b.evaporative.npts)))};
+constexpr CoefficientRun kEvaporativeCoefs[] = {numbered("P", 0, 12, &P.evaporative.p[0], 2),
+                                                single("NPTS", &P.evaporative.npts)};
 
-constexpr CoefficientRun kE200E300Coefs[] = {corf<54>(),
-                                             numbered("P", 1, 4, TARN_VIEW(from(b.e200e300, 0)))};
+constexpr CoefficientRun kE200E300Coefs[] = {corf<54>(), numbered("P", 1, 4, &P.e200e300[0])};
 
 constexpr CoefficientRun kRbobCoefs[] = {
     corf<55>(),
-    single("EOHARO", TARN_VIEW(one(b.rbob.aro))),
-    single("EOHBNZ", TARN_VIEW(one(b.rbob.bnz))),
-    single("EOHOLF", TARN_VIEW(one(b.rbob.olf))),
-    single("EOHEHO", TARN_VIEW(one(b.rbob.eho))),
-    single("EOHSUL", TARN_VIEW(one(b.rbob.sul))),
-    single("EOHSPG", TARN_VIEW(one(b.rbob.etohspg))),
-    single("GASSPG", TARN_VIEW(one(b.rbob.gasspg))),
-    single("EOHVOL", TARN_VIEW(one(b.settings.rbobEohvol))),
-    numbered("P", 1, 6, TARN_VIEW(from(b.rbobP, 0))),
+    TARN_ETHANOL_PROPERTIES(P.rbob),
+    single("EOHVOL", &P.settings.rbobEohvol),
+    numbered("P", 1, 6, &P.rbobP[0]),
 };
 
-constexpr CoefficientRun kT20GaussCoefs[] = {
-    single("P1", TARN_VIEW(one(b.t20Gaussian.p1)), Rule::GaussianQuantile),
-    single("P2", TARN_VIEW(one(b.t20Gaussian.p2)), Rule::GaussianQuantile),
-    single("P3", TARN_VIEW(one(b.t20Gaussian.p3)), Rule::GaussianQuantile),
-};
+#undef TARN_ETHANOL_PROPERTIES
+#undef TARN_ETHANOL_SWITCHES
 
-#undef TARN_VIEW
+constexpr CoefficientRun kT20GaussCoefs[] = {single("P1", &P.t20Gaussian.p1),
+                                             single("P2", &P.t20Gaussian.p2),
+                                             single("P3", &P.t20Gaussian.p3)};
 
 // ---- Evaluators -------------------------------------------------------------
 // Each unpacks the catalogue's flat input array x into the argument list of
 // its correlation, passing the row's unit byte; out receives the outputs and
-// d the input-major derivatives. Steps beyond that are in evaluation_steps.
+// d the input-major derivatives. What goes beyond that is an adapter of the
+// correlation's own subsystem.
 
 #define TARN_EVALUATOR(...)                                                            \
   []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] double* x,            \
      [[maybe_unused]] double* out, [[maybe_unused]] int flag,                           \
      [[maybe_unused]] double* d) -> int { __VA_ARGS__ }
+
+// Stores a single-valued result in outputs[0]: status 1 when it is the
+// missing value, else 0.
+inline int storeSingle(double* outputs, double result) {
+  outputs[0] = result;
+  return isMissing(result) ? 1 : 0;
+}
 
 // One input, one output, no unit: f(x0, flag, d).
 template <double (*F)(double, int, double*)>
@@ -363,17 +363,25 @@ template <double (*F)(char, double, int, double*)>
 constexpr Evaluator kWithUnit =
     TARN_EVALUATOR(return storeSingle(out, F(unitOf(row), x[0], flag, d)););
 
-// A catalogue adapter of another subsystem: adapter(x, out, flag, d).
-template <int (*Adapter)(double*, double*, int, double*)>
-constexpr Evaluator kAdapter = TARN_EVALUATOR(return Adapter(x, out, flag, d););
+// A catalogue adapter of the correlation's subsystem, with the unit and
+// method of the row's settings source.
+template <CatalogueAdapter Adapter>
+constexpr Evaluator kAdapter = TARN_EVALUATOR(
+    return Adapter({unitOf(row), params().settings.typcor[row.settingsSource]}, x, out, flag, d););
 
 // The percent-off conversions, with the row's method setting.
 template <int (*F)(int, int, double*, double*, char, double*)>
 constexpr Evaluator kFromPercentOff = TARN_EVALUATOR(
-    return F(params().settings.typcor[row.index], flag, x, out, unitOf(row), d););
+    return F(params().settings.typcor[row.settingsSource], flag, x, out, unitOf(row), d););
 template <int (*F)(int, double*, double*, char, int, double*)>
 constexpr Evaluator kToPercentOff = TARN_EVALUATOR(
-    return F(params().settings.typcor[row.index], x, out, unitOf(row), flag, d););
+    return F(params().settings.typcor[row.settingsSource], x, out, unitOf(row), flag, d););
+
+// T10INDEX, T50INDEX, T90INDEX: the three-point index which (0, 1, 2), with
+// forward-difference slopes only when asked for.
+template <int Which>
+constexpr Evaluator kThreePointIndex = TARN_EVALUATOR(
+    return storeSingle(out, gfx_D86BV1(Which, unitOf(row), x[0], x[1], x[2], flag ? d : nullptr)););
 
 constexpr Evaluator kEvaluateTvl =
     TARN_EVALUATOR(return storeSingle(out, gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d)););
@@ -408,103 +416,258 @@ constexpr Evaluator kEvaluateE200E300 =
 
 #undef TARN_EVALUATOR
 
-// ---- The catalogue ----------------------------------------------------------
+// ---- Published sources ------------------------------------------------------
+// Where a correlation's form and constants were published. Rows without a
+// source on file say so (null) rather than guess one.
+
+constexpr const char* kD4814TvL =
+    "ASTM D4814, estimate of the temperature for V/L 20 from RVP, T10 and T50";
+constexpr const char* kD4814Driveability = "ASTM D4814, drivability index 1.5 T10 + 3 T50 + T90";
+constexpr const char* kD4814Ethanol =
+    "ASTM D4814, drivability index with 2.4 per vol % ethanol (1.33 in C)";
+constexpr const char* kD4814AntiKnock = "ASTM D4814, antiknock index (RON + MON)/2";
+constexpr const char* kD976 =
+    "ASTM D976, two-variable cetane index from API gravity and the 50 % point (F)";
+constexpr const char* kD4737A = "ASTM D4737, procedure A, four-variable cetane index";
+constexpr const char* kD4737B = "ASTM D4737, procedure B, four-variable cetane index";
+constexpr const char* kEn228Vli = "EN 228, vapour lock index 10 VP (kPa) + 7 E70";
+constexpr const char* kRefutas =
+    "Refutas viscosity blending index (an affine rescaling of it, with the same blend)";
+constexpr const char* kD86Tbp =
+    "D86 -> TBP by method TYPCOR: 0 Daubert (1994), API Technical Data Book; 1 Riazi and "
+    "Daubert (1987); see Riazi, ASTM MNL50 (2005)";
+constexpr const char* kCarbPhase2 =
+    "California Phase 2 RFG Predictive Model, Title 13 California Code of Regulations 2265";
+constexpr const char* kCarbPhase3 =
+    "California Phase 3 RFG Predictive Model, Title 13 California Code of Regulations 2265";
+constexpr const char* kEpaComplex = "EPA Complex Model, 40 CFR 80.45";
+constexpr const char* kNoSource = nullptr;
+
+// ---- Row builder --------------------------------------------------------------
+// A row named property by property: row<I>(id, type).in(...).out(...) ...
+
+struct RowBuilder {
+  CorrelationRow r;
+
+  // A copy with one member of the row set.
+  template <class T>
+  constexpr RowBuilder with(T CorrelationRow::*member, T value) const {
+    RowBuilder b = *this;
+    b.r.*member = value;
+    return b;
+  }
+
+  template <std::size_t N>
+  constexpr RowBuilder in(const char* const (&list)[N]) const {
+    return with(&CorrelationRow::inputs, names(list));
+  }
+  template <std::size_t N>
+  constexpr RowBuilder out(const char* const (&list)[N]) const {
+    return with(&CorrelationRow::outputs, names(list));
+  }
+  template <std::size_t N>
+  constexpr RowBuilder kind(const int (&list)[N]) const {
+    return with(&CorrelationRow::kinds, kinds(list));
+  }
+  template <int Kind, std::size_t N>
+  constexpr RowBuilder kind(const Repeated<Kind, N>& list) const {
+    return kind(list.codes);
+  }
+  constexpr RowBuilder pair(int inverse) const { return with(&CorrelationRow::pair, inverse); }
+  constexpr RowBuilder slack(int count) const { return with(&CorrelationRow::slackCount, count); }
+  // Takes its CORF and TYPCOR from another correlation.
+  constexpr RowBuilder settingsOf(int index) const {
+    return with(&CorrelationRow::settingsSource, index);
+  }
+  template <std::size_t N>
+  constexpr RowBuilder coefficients(const CoefficientRun (&list)[N]) const {
+    return with(&CorrelationRow::coefficients, coefs(list));
+  }
+  constexpr RowBuilder by(Evaluator compute) const {
+    return with(&CorrelationRow::compute, compute);
+  }
+  constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
+  constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
+    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
+  }
+  constexpr RowBuilder from(const char* published) const {
+    return with(&CorrelationRow::source, published);
+  }
+  constexpr operator CorrelationRow() const { return r; }
+};
+
+template <int I>
+constexpr RowBuilder row(const char* id, int type) {
+  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr,
+           NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
+}
+
+constexpr int kGeneral = TARN_TYPE_GENERAL;
+constexpr int kDistillationIndex = TARN_TYPE_DISTILLATION_INDEX;
+constexpr int kIndexToProperty = TARN_TYPE_INDEX_TO_PROPERTY;
+constexpr int kPropertyToIndex = TARN_TYPE_PROPERTY_TO_INDEX;
 
 }  // namespace
 
-// index, id, type, inputs, outputs, output kinds, pair, slack inputs, unit
-// source, coefficients, evaluator.
+// ---- The catalogue ----------------------------------------------------------
+
 extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
-    {0, "TVL", kGeneral, names(kTvlIn), names(kTvl), kinds(kKind9), kNoPair, 0, 0, coefs(kTvlCoefs), kEvaluateTvl},
-    {1, "TVL2", kGeneral, names(kTvl2In), names(kTvl), kinds(kKind9), kNoPair, 0, 1, coefs(kCorfOnly<1>), kEvaluateTvl2},
-    {2, "CARB", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 2, coefs(kCarbCoefs), kAdapter<emissions::carbCatalogueAdapter>},
-    {3, "CARB3", kGeneral, names(kCarb3In), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 3, coefs(kCarb3Coefs), kAdapter<emissions::carb3CatalogueAdapter>},
-    {4, "CARB3M", kGeneral, names(kCarbIn), names(kCarbOut), kinds(kKindEmissions3), kNoPair, 0, 4, coefs(kCarb3mCoefs), kAdapter<emissions::carb3mCatalogueAdapter>},
-    {5, "D86FROMPERCENTOFF", kIndexToProperty, names(kPercentOff), names(kD86Curve), kinds(kKindCurve), kNoPair, 0, 5, coefs(kPercentOffCoefs<5>), kFromPercentOff<gfx_D86FromPercentOff>},
-    {6, "D86TOPERCENTOFF", kPropertyToIndex, names(kD86Curve), names(kPercentOff), kNoKinds, 5, 0, 6, coefs(kPercentOffCoefs<6>), kToPercentOff<gfx_D86toPercentOff>},
-    {7, "EPA", kGeneral, names(kEpaIn), names(kEpaOut), kinds(kKindEmissions5), kNoPair, 0, 7, coefs(kEpaCoefs), kAdapter<emissions::epaCatalogueAdapter>},
-    {8, "RVP", kIndexToProperty, names(kRvpIndex), names(kRvp), kinds(kKind3), kNoPair, 0, 8, coefs(kRvpCoefs), &evaluateRvp},
-    {9, "RVPINDEX", kPropertyToIndex, names(kRvp), names(kRvpIndex), kNoKinds, 8, 0, 9, coefs(kRvpCoefs), kPlain<gfx_RVPIndex>},
-    {10, "DRIVEABILITYINDEX", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 10, coefs(kDriveabilityCoefs), kEvaluateDriveability},
-    {11, "DRIVEABILITYINDEXE", kGeneral, names(kT10T50T90), names(kDriveability), kinds(kKind18), kNoPair, 0, 11, coefs(kDriveabilityECoefs), kEvaluateDriveabilityE},
-    {12, "D86ONE10INDEX", kPropertyToIndex, names(kT10), names(kT10Index), kNoKinds, 14, 0, 12, coefs(kCorfOnly<12>), kWithUnit<gfx_D86one10Index>},
+    row<0>("TVL", kGeneral).in(kTvlIn).out(kTvl).kind(kTvlKind).coefficients(kTvlCoefs)
+        .by(kEvaluateTvl).from(kD4814TvL),
+    row<1>("TVL2", kGeneral).in(kTvl2In).out(kTvl).kind(kTvlKind)
+        .coefficients(kCorfOnly<1>).by(kEvaluateTvl2).from(kNoSource),
+    row<2>("CARB", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
+        .coefficients(kCarbCoefs).by(kAdapter<emissions::carbCatalogueAdapter>).from(kCarbPhase2),
+    row<3>("CARB3", kGeneral).in(kCarb3In).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
+        .coefficients(kCarb3Coefs).by(kAdapter<emissions::carb3CatalogueAdapter>)
+        .from(kCarbPhase3),
+    row<4>("CARB3M", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
+        .coefficients(kCarb3mCoefs).by(kAdapter<emissions::carb3mCatalogueAdapter>)
+        .from(kCarbPhase3),
+    row<5>("D86FROMPERCENTOFF", kIndexToProperty).in(kPercentOff).out(kD86Curve)
+        .kind(kCurveKinds).coefficients(kPercentOffCoefs<5>)
+        .by(kFromPercentOff<gfx_D86FromPercentOff>).from(kD86Tbp),
+    row<6>("D86TOPERCENTOFF", kPropertyToIndex).in(kD86Curve).out(kPercentOff).pair(5)
+        .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>).from(kD86Tbp),
+    row<7>("EPA", kGeneral).in(kEpaIn).out(kEpaOut).kind(kAll<kind::ModelResult, 5>)
+        .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>).from(kEpaComplex),
+    row<8>("RVP", kIndexToProperty).in(kRvpIndex).out(kRvp).kind(kRvpKind)
+        .coefficients(kRvpCoefs).by(kAdapter<props::rvpCatalogueAdapter>).from(kNoSource),
+    row<9>("RVPINDEX", kPropertyToIndex).in(kRvp).out(kRvpIndex).pair(8)
+        .coefficients(kRvpCoefs).by(kPlain<gfx_RVPIndex>).from(kNoSource),
+    row<10>("DRIVEABILITYINDEX", kGeneral).in(kT10T50T90).out(kDriveability)
+        .kind(kDriveabilityKind).coefficients(kDriveabilityCoefs).by(kEvaluateDriveability)
+        .from(kD4814Driveability),
+    row<11>("DRIVEABILITYINDEXE", kGeneral).in(kT10T50T90).out(kDriveability)
+        .kind(kDriveabilityKind).coefficients(kDriveabilityECoefs).by(kEvaluateDriveabilityE)
+        .from(kD4814Ethanol),
+    row<12>("D86ONE10INDEX", kPropertyToIndex).in(kT10).out(kT10Index).pair(14)
+        .coefficients(kCorfOnly<12>).by(kWithUnit<gfx_D86one10Index>).from(kNoSource),
     // Pairs with D86ONE10BLEND rather than D86ONE90BLEND; hosts rely on this answer.
-    {13, "D86ONE90INDEX", kPropertyToIndex, names(kT90), names(kT90Index), kNoKinds, 14, 0, 13, coefs(kCorfOnly<13>), kWithUnit<gfx_D86one90Index>},
-    {14, "D86ONE10BLEND", kIndexToProperty, names(kT10Index), names(kT10), kinds(kKind1), kNoPair, 0, 14, coefs(kCorfOnly<14>), kWithUnit<gfx_D86one10Blend>},
-    {15, "D86ONE90BLEND", kIndexToProperty, names(kT90Index), names(kT90), kinds(kKind2), kNoPair, 0, 15, coefs(kCorfOnly<15>), kWithUnit<gfx_D86one90Blend>},
-    {16, "POURPOINTINDEX1", kPropertyToIndex, names(kPourPoint), names(kPourPointIndex), kNoKinds, 17, 0, 16, coefs(kCorfOnly<16>), kWithUnit<gfx_PourPointIndex1>},
+    row<13>("D86ONE90INDEX", kPropertyToIndex).in(kT90).out(kT90Index).pair(14)
+        .coefficients(kCorfOnly<13>).by(kWithUnit<gfx_D86one90Index>).from(kNoSource),
+    row<14>("D86ONE10BLEND", kIndexToProperty).in(kT10Index).out(kT10).kind(kFrontEnd)
+        .coefficients(kCorfOnly<14>).by(kWithUnit<gfx_D86one10Blend>).from(kNoSource),
+    row<15>("D86ONE90BLEND", kIndexToProperty).in(kT90Index).out(kT90).kind(kPoint)
+        .coefficients(kCorfOnly<15>).by(kWithUnit<gfx_D86one90Blend>).from(kNoSource),
+    row<16>("POURPOINTINDEX1", kPropertyToIndex).in(kPourPoint).out(kPourPointIndex).pair(17)
+        .coefficients(kCorfOnly<16>).by(kWithUnit<gfx_PourPointIndex1>).from(kNoSource),
     // Evaluated in the unit of POURPOINTINDEX1, whatever its own CORF says (intended).
-    {17, "POURPOINT1", kIndexToProperty, names(kPourPointIndex), names(kPourPoint), kinds(kKind4), kNoPair, 0, 16, coefs(kCorfOnly<17>), kWithUnit<gfx_PourPoint1>},
-    {18, "VISCOSITYINDEX1", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 19, 0, 18, kNoCoefs, kPlain<gfx_ViscosityIndex1>},
-    {19, "VISCOSITY1", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 19, kNoCoefs, kPlain<gfx_Viscosity1>},
-    {20, "VISCOSITYINDEX2", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 21, 0, 20, kNoCoefs, kPlain<gfx_ViscosityIndex2>},
-    {21, "VISCOSITY2", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 21, kNoCoefs, kPlain<gfx_Viscosity2>},
-    {22, "VISCOSITYINDEX3", kPropertyToIndex, names(kViscosity), names(kViscosityIndex), kNoKinds, 23, 0, 22, kNoCoefs, kPlain<gfx_ViscosityIndex3>},
-    {23, "VISCOSITY3", kIndexToProperty, names(kViscosityIndex), names(kViscosity), kinds(kKind5), kNoPair, 0, 23, kNoCoefs, kPlain<gfx_Viscosity3>},
-    {24, "CETANEINDEX2", kGeneral, names(kCetane2In), names(kCetane), kinds(kKind7), kNoPair, 0, 24, coefs(kCorfOnly<24>), kEvaluateCetane2},
-    {25, "CETANEINDEX4", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 25, coefs(kCorfOnly<25>), kEvaluateCetane4},
-    {26, "CETANEINDEX5", kGeneral, names(kCetane4In), names(kCetane), kinds(kKind7), kNoPair, 0, 26, coefs(kCorfOnly<26>), kEvaluateCetane5},
-    {27, "CETANEIMPROVER", kGeneral, names(kCetaneImproverIn), names(kCetaneImprover), kinds(kKind8), kNoPair, 0, 27, coefs(kCetaneImproverCoefs), kEvaluateCetaneImprover},
-    {28, "CFPPIMPROVER", kGeneral, names(kCfppImproverIn), names(kCfppImprover), kinds(kKind10), kNoPair, 0, 28, coefs(kCfppImproverCoefs), kEvaluateCfppImprover},
-    {29, "CLOUDPOINTINDEX1", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 30, 0, 29, coefs(kCorfOnly<29>), kWithUnit<gfx_CloudPointIndex1>},
-    {30, "CLOUDPOINT1", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 30, coefs(kCorfOnly<30>), kWithUnit<gfx_CloudPoint1>},
-    {31, "CLOUDPOINTINDEX3", kPropertyToIndex, names(kCloudPoint), names(kCloudPointIndex), kNoKinds, 32, 0, 31, coefs(kCorfOnly<31>), kWithUnit<gfx_CloudPointIndex3>},
-    {32, "CLOUDPOINT3", kIndexToProperty, names(kCloudPointIndex), names(kCloudPoint), kinds(kKind10), kNoPair, 0, 32, coefs(kCorfOnly<32>), kWithUnit<gfx_CloudPoint3>},
-    {33, "FLASHPOINTINDEX1", kPropertyToIndex, names(kFlashPoint), names(kFlashPointIndex), kNoKinds, 34, 0, 33, coefs(kCorfOnly<33>), kWithUnit<gfx_FlashPointIndex1>},
-    {34, "FLASHPOINT1", kIndexToProperty, names(kFlashPointIndex), names(kFlashPoint), kinds(kKind12), kNoPair, 0, 34, coefs(kCorfOnly<34>), kWithUnit<gfx_FlashPoint1>},
-    {35, "T10INDEX", kDistillationIndex, names(kT10T50T90), names(kT10Blend), kNoKinds, kNoPair, 0, 35, coefs(kT10IndexCoefs), &evaluateThreePointIndex<0>},
-    {36, "T50INDEX", kDistillationIndex, names(kT10T50T90), names(kT50Blend), kNoKinds, kNoPair, 0, 36, coefs(kT50IndexCoefs), &evaluateThreePointIndex<1>},
-    {37, "T90INDEX", kDistillationIndex, names(kT10T50T90), names(kT90Blend), kNoKinds, kNoPair, 0, 37, coefs(kT90IndexCoefs), &evaluateThreePointIndex<2>},
-    {38, "DON", kGeneral, names(kOctanes), names(kDon), kinds(kKindDon), kNoPair, 0, 38, kNoCoefs, kEvaluateDon},
-    {39, "MTMF", kPropertyToIndex, names(kMtmfIn), names(kTransformedOctanes), kNoKinds, 40, 0, 39, coefs(kMtmCoefs), &evaluateMtmf},
-    {40, "MTMR", kIndexToProperty, names(kMtmrIn), names(kOctanes), kinds(kKindOctanes), kNoPair, 0, 40, coefs(kMtmCoefs), &evaluateMtmr},
-    {41, "ND86TOPERCENTOFF", kPropertyToIndex, names(kPercentPoints), names(kTemperaturePoints), kNoKinds, 42, 0, 41, coefs(kNd86Coefs<41>), kToPercentOff<gfx_ND86toPercentOff>},
-    {42, "ND86FROMPERCENTOFF", kIndexToProperty, names(kTemperaturePoints), names(kPercentPoints), kinds(kKindPercentPoints), kNoPair, 0, 42, coefs(kNd86Coefs<42>), kFromPercentOff<gfx_ND86FromPercentOff>},
-    {43, "CARBOB", kGeneral, names(kCarbobIn), names(kRvpT50T90), kinds(kKindRvpT50T90), kNoPair, 0, 43, coefs(kCarbobCoefs), &evaluateCarbob},
-    {44, "CT10BLEND", kDistillationIndex, names(kCt10In), names(kObsT10), kinds(kKind1), kNoPair, 0, 44, kNoCoefs, &evaluateOxygenateFreePoint},
-    {45, "CT50BLEND", kDistillationIndex, names(kCt50In), names(kObsT50), kinds(kKind2), kNoPair, 0, 45, kNoCoefs, &evaluateOxygenateFreePoint},
-    {46, "CT90BLEND", kDistillationIndex, names(kCt90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 46, kNoCoefs, &evaluateOxygenateFreePoint},
+    row<17>("POURPOINT1", kIndexToProperty).in(kPourPointIndex).out(kPourPoint)
+        .kind(kPourPointKind).settingsOf(16).coefficients(kCorfOnly<17>)
+        .by(kWithUnit<gfx_PourPoint1>).from(kNoSource),
+    row<18>("VISCOSITYINDEX1", kPropertyToIndex).in(kViscosity).out(kViscosityIndex).pair(19)
+        .by(kPlain<gfx_ViscosityIndex1>).from(kNoSource),
+    row<19>("VISCOSITY1", kIndexToProperty).in(kViscosityIndex).out(kViscosity)
+        .kind(kViscosityKind).by(kPlain<gfx_Viscosity1>).from(kNoSource),
+    row<20>("VISCOSITYINDEX2", kPropertyToIndex).in(kViscosity).out(kViscosityIndex).pair(21)
+        .by(kPlain<gfx_ViscosityIndex2>).from(kNoSource),
+    row<21>("VISCOSITY2", kIndexToProperty).in(kViscosityIndex).out(kViscosity)
+        .kind(kViscosityKind).by(kPlain<gfx_Viscosity2>).from(kNoSource),
+    row<22>("VISCOSITYINDEX3", kPropertyToIndex).in(kViscosity).out(kViscosityIndex).pair(23)
+        .by(kPlain<gfx_ViscosityIndex3>).from(kRefutas),
+    row<23>("VISCOSITY3", kIndexToProperty).in(kViscosityIndex).out(kViscosity)
+        .kind(kViscosityKind).by(kPlain<gfx_Viscosity3>).from(kRefutas),
+    row<24>("CETANEINDEX2", kGeneral).in(kCetane2In).out(kCetane).kind(kCetaneKind)
+        .coefficients(kCorfOnly<24>).by(kEvaluateCetane2).from(kD976),
+    row<25>("CETANEINDEX4", kGeneral).in(kCetane4In).out(kCetane).kind(kCetaneKind)
+        .coefficients(kCorfOnly<25>).by(kEvaluateCetane4).from(kD4737A),
+    row<26>("CETANEINDEX5", kGeneral).in(kCetane4In).out(kCetane).kind(kCetaneKind)
+        .coefficients(kCorfOnly<26>).by(kEvaluateCetane5).from(kD4737B),
+    row<27>("CETANEIMPROVER", kGeneral).in(kCetaneImproverIn).out(kCetaneImprover)
+        .kind(kCetaneGainKind).coefficients(kCetaneImproverCoefs).by(kEvaluateCetaneImprover)
+        .from(kNoSource),
+    row<28>("CFPPIMPROVER", kGeneral).in(kCfppImproverIn).out(kCfppImprover).kind(kColdFlowKind)
+        .coefficients(kCfppImproverCoefs).by(kEvaluateCfppImprover).from(kNoSource),
+    row<29>("CLOUDPOINTINDEX1", kPropertyToIndex).in(kCloudPoint).out(kCloudPointIndex).pair(30)
+        .coefficients(kCorfOnly<29>).by(kWithUnit<gfx_CloudPointIndex1>).from(kNoSource),
+    row<30>("CLOUDPOINT1", kIndexToProperty).in(kCloudPointIndex).out(kCloudPoint)
+        .kind(kColdFlowKind).coefficients(kCorfOnly<30>).by(kWithUnit<gfx_CloudPoint1>)
+        .from(kNoSource),
+    row<31>("CLOUDPOINTINDEX3", kPropertyToIndex).in(kCloudPoint).out(kCloudPointIndex).pair(32)
+        .coefficients(kCorfOnly<31>).by(kWithUnit<gfx_CloudPointIndex3>).from(kNoSource),
+    row<32>("CLOUDPOINT3", kIndexToProperty).in(kCloudPointIndex).out(kCloudPoint)
+        .kind(kColdFlowKind).coefficients(kCorfOnly<32>).by(kWithUnit<gfx_CloudPoint3>)
+        .from(kNoSource),
+    row<33>("FLASHPOINTINDEX1", kPropertyToIndex).in(kFlashPoint).out(kFlashPointIndex).pair(34)
+        .coefficients(kCorfOnly<33>).by(kWithUnit<gfx_FlashPointIndex1>).from(kNoSource),
+    row<34>("FLASHPOINT1", kIndexToProperty).in(kFlashPointIndex).out(kFlashPoint)
+        .kind(kFlashPointKind).coefficients(kCorfOnly<34>).by(kWithUnit<gfx_FlashPoint1>)
+        .from(kNoSource),
+    // An undefined three-point index of NaN is reported as computed (intended).
+    row<35>("T10INDEX", kDistillationIndex).in(kT10T50T90).out(kT10Blend)
+        .coefficients(kThreePointCoefs<35, &ParameterBlock::t10Index>).by(kThreePointIndex<0>)
+        .keepsNaN().from(kNoSource),
+    row<36>("T50INDEX", kDistillationIndex).in(kT10T50T90).out(kT50Blend)
+        .coefficients(kThreePointCoefs<36, &ParameterBlock::t50Index>).by(kThreePointIndex<1>)
+        .keepsNaN().from(kNoSource),
+    row<37>("T90INDEX", kDistillationIndex).in(kT10T50T90).out(kT90Blend)
+        .coefficients(kThreePointCoefs<37, &ParameterBlock::t90Index>).by(kThreePointIndex<2>)
+        .keepsNaN().from(kNoSource),
+    row<38>("DON", kGeneral).in(kOctanes).out(kDon).kind(kOctaneKind).by(kEvaluateDon)
+        .from(kD4814AntiKnock),
+    row<39>("MTMF", kPropertyToIndex).in(kMtmfIn).out(kTransformedOctanes).pair(40)
+        .coefficients(kMtmCoefs).by(kAdapter<blending::mtmfCatalogueAdapter>).from(kNoSource),
+    row<40>("MTMR", kIndexToProperty).in(kMtmrIn).out(kOctanes).kind(kAll<kind::Octane, 2>)
+        .coefficients(kMtmCoefs).by(kAdapter<blending::mtmrCatalogueAdapter>).from(kNoSource),
+    row<41>("ND86TOPERCENTOFF", kPropertyToIndex).in(kPercentPoints).out(kTemperaturePoints)
+        .pair(42).coefficients(kNd86Coefs<41>).by(kToPercentOff<gfx_ND86toPercentOff>)
+        .outputsCounted(P.nd86.npoff, P.nd86.npoff).from(kD86Tbp),
+    // Its count is reported while the percent-off count is set (intended).
+    row<42>("ND86FROMPERCENTOFF", kIndexToProperty).in(kTemperaturePoints).out(kPercentPoints)
+        .kind(kAll<kind::DistillationPoint, 13>).coefficients(kNd86Coefs<42>)
+        .by(kFromPercentOff<gfx_ND86FromPercentOff>).outputsCounted(P.nd86.ntemp, P.nd86.npoff)
+        .from(kD86Tbp),
+    row<43>("CARBOB", kGeneral).in(kCarbobIn).out(kRvpT50T90).kind(kVolatilityKinds)
+        .coefficients(kCarbobCoefs).by(kAdapter<emissions::carbobCatalogueAdapter>)
+        .from(kNoSource),
+    row<44>("CT10BLEND", kDistillationIndex).in(kCt10In).out(kObsT10).kind(kFrontEnd)
+        .by(kAdapter<blending::oxygenateFreePointAdapter>).from(kNoSource),
+    row<45>("CT50BLEND", kDistillationIndex).in(kCt50In).out(kObsT50).kind(kPoint)
+        .by(kAdapter<blending::oxygenateFreePointAdapter>).from(kNoSource),
+    row<46>("CT90BLEND", kDistillationIndex).in(kCt90In).out(kObsT90).kind(kPoint)
+        .by(kAdapter<blending::oxygenateFreePointAdapter>).from(kNoSource),
     // Evaluated in the unit of D86ONE90BLEND (intended: it has no flag of its own).
-    {47, "CD86ONE90BLEND", kIndexToProperty, names(kCd86One90In), names(kObsT90), kinds(kKind2), kNoPair, 0, 15, kNoCoefs, &evaluateOxygenateFreeT90},
-    {48, "CRVP", kIndexToProperty, names(kCrvpIn), names(kObsRvp), kinds(kKind3), kNoPair, 0, 48, kNoCoefs, &evaluateOxygenateFreeRvp},
-    {49, "CD86FROMPERCENTOFF", kIndexToProperty, names(kCd86In), names(kObsCurve), kinds(kKindCurve), kNoPair, 0, 49, kNoCoefs, kAdapter<distill::d86FromPercentOffWithoutOxygenate>},
-    {50, "CARBOB2", kGeneral, names(kCarbob2In), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 7, 50, coefs(kCarbob2Coefs), kAdapter<emissions::carbob2CatalogueAdapter>},
-    {51, "CARBOB3", kGeneral, names(kBlendstockIn), names(kEthanolBlendOut), kinds(kKindEthanolBlend), kNoPair, 0, 51, coefs(kCarbob3Coefs), &evaluateCarbob3},
-    {52, "VAPORLOCKINDEX", kGeneral, names(kVaporLockIn), names(kVaporLock), kinds(kKind20), kNoPair, 0, 52, coefs(kVaporLockCoefs), kEvaluateVaporLock},
-    {53, "EVAPORATIVE", kGeneral, names(kD86Curve), names(kEvaporativeOut), kinds(kKindEvaporative), kNoPair, 0, 53, coefs(kEvaporativeCoefs), kEvaluateEvaporative},
-    {54, "E200E300EPA", kGeneral, names(kT50T90), names(kE200E300), kinds(kKindE200E300), kNoPair, 0, 54, coefs(kE200E300Coefs), kEvaluateE200E300},
-    {55, "RBOB", kGeneral, names(kBlendstockIn), names(kRbobOut), kinds(kKindRbob), kNoPair, 0, 55, coefs(kRbobCoefs), &evaluateRbob},
-    {56, "T20GAUSS", kGeneral, names(kT10T30), names(kT20), kinds(kKind1), kNoPair, 0, 56, coefs(kT20GaussCoefs), kEvaluateT20Gauss},
+    row<47>("CD86ONE90BLEND", kIndexToProperty).in(kCd86One90In).out(kObsT90).kind(kPoint)
+        .settingsOf(15).by(kAdapter<blending::oxygenateFreeT90Adapter>).from(kNoSource),
+    row<48>("CRVP", kIndexToProperty).in(kCrvpIn).out(kObsRvp).kind(kRvpKind)
+        .by(kAdapter<blending::oxygenateFreeRvpAdapter>).from(kNoSource),
+    // Converts with the method and unit of D86FROMPERCENTOFF.
+    row<49>("CD86FROMPERCENTOFF", kIndexToProperty).in(kCd86In).out(kObsCurve)
+        .kind(kCurveKinds).settingsOf(5)
+        .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).from(kD86Tbp),
+    row<50>("CARBOB2", kGeneral).in(kCarbob2In).out(kEthanolBlendOut).kind(kEthanolBlendKinds)
+        .slack(7).coefficients(kCarbob2Coefs).by(kAdapter<emissions::carbob2CatalogueAdapter>)
+        .from(kNoSource),
+    row<51>("CARBOB3", kGeneral).in(kBlendstockIn).out(kEthanolBlendOut)
+        .kind(kEthanolBlendKinds).coefficients(kCarbob3Coefs)
+        .by(kAdapter<emissions::carbob3CatalogueAdapter>).from(kNoSource),
+    row<52>("VAPORLOCKINDEX", kGeneral).in(kVaporLockIn).out(kVaporLock)
+        .kind(kAll<kind::ModelResult, 1>).coefficients(kVaporLockCoefs).by(kEvaluateVaporLock)
+        .from(kEn228Vli),
+    row<53>("EVAPORATIVE", kGeneral).in(kD86Curve).out(kEvaporativeOut)
+        .kind(kAll<kind::PercentEvaporated, 12>).coefficients(kEvaporativeCoefs)
+        .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts)
+        .from(kNoSource),
+    row<54>("E200E300EPA", kGeneral).in(kT50T90).out(kE200E300).kind(kAll<kind::ModelResult, 2>)
+        .coefficients(kE200E300Coefs).by(kEvaluateE200E300).from(kNoSource),
+    row<55>("RBOB", kGeneral).in(kBlendstockIn).out(kRbobOut).kind(kRbobKinds)
+        .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>).from(kNoSource),
+    row<56>("T20GAUSS", kGeneral).in(kT10T30).out(kT20).kind(kFrontEnd)
+        .coefficients(kT20GaussCoefs).by(kEvaluateT20Gauss).from(kNoSource),
 };
 
-// Each row's evaluator under the NaN rule, with the row's counts.
-template <int I>
-int evaluateWithoutNaNAt(const CorrelationRow& row, double* inputs, double* outputs,
-                         int derivFlag, double* derivs) {
-  constexpr const CorrelationRow& r = kCatalogueRows[I];
-  return evaluateWithoutNaN<r.evaluate, static_cast<std::size_t>(r.inputs.count),
-                            static_cast<std::size_t>(r.outputs.count)>(row, inputs, outputs,
-                                                                       derivFlag, derivs);
-}
-
-template <int... I>
-constexpr std::array<Evaluator, sizeof...(I)> evaluatorsWithoutNaN(
-    std::integer_sequence<int, I...>) {
-  return {&evaluateWithoutNaNAt<I>...};
-}
-
-extern constexpr std::array<Evaluator, kCatalogueSize> kEvaluatorsWithoutNaN =
-    evaluatorsWithoutNaN(std::make_integer_sequence<int, kCatalogueSize>());
-
-// Evaluation by index goes straight to a row's evaluator: every row must
-// have a type that is computed.
-constexpr bool everyRowIsComputed() {
-  for (const CorrelationRow& row : kCatalogueRows) {
-    if (row.type < kGeneral || row.type > kPropertyToIndex) return false;
+// Every row computes, with its index at its position: evaluation by index
+// goes straight to a row's evaluator.
+constexpr bool everyRowComputes() {
+  for (int i = 0; i < kCatalogueSize; ++i) {
+    const CorrelationRow& r = kCatalogueRows[i];
+    if (r.index != i || r.compute == nullptr) return false;
+    if (r.type < kGeneral || r.type > kPropertyToIndex) return false;
   }
   return true;
 }
-static_assert(everyRowIsComputed(), "a catalogue row of a type that is not computed");
+static_assert(everyRowComputes(), "a catalogue row out of place or of a type that is not computed");
 
 namespace {
 

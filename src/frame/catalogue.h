@@ -11,36 +11,16 @@
 
 namespace tarn::frame {
 
-// A view of one parameter-block field, or of the first of a run of elements
-// of one array. Exactly one of real and integer is set.
-struct FieldView {
-  double* real;
-  int* integer;
-  int room;  // elements from the viewed one to the end of its array (1 for a scalar)
-};
-
-using FieldLocator = FieldView (*)(ParameterBlock&);
-
-// How a value given through gfx_tarnSetCoefValue is stored.
-enum class CoefficientRule {
-  Store,             // reals assigned; integers truncated toward zero
-  WholeReal,         // a real truncated to a whole number (DRIVEABILITYINDEXE EOHVOL)
-  ReadOnly,          // readable, a set stores nothing
-  CountWithLimit,    // n = trunc(value); n < limit ? trunc(n + 0.5) : 1
-  GaussianQuantile,  // a T20 quantile: the ratio follows or the group is restored
-};
-
-// One coefficient, or a numbered run of them viewing consecutive elements
-// (names prefix + number, numbers first .. first + count - 1, zero-padded to
-// `digits` characters).
+// One coefficient, or a numbered run of them viewing consecutive elements of
+// one field of the parameter block (names prefix + number, numbers first ..
+// first + count - 1, zero-padded to `digits` characters). How a set value is
+// stored is the viewed field's coefficient rule (params/fields.h).
 struct CoefficientRun {
   const char* name;  // the name, or the prefix of a run
   int first;
   int count;         // 0: a single coefficient
   int digits;
-  FieldLocator locate;
-  CoefficientRule rule;
-  int limit;         // CountWithLimit only
+  const void* field;  // the viewed element (the first of a run)
 };
 
 struct NameList {
@@ -58,11 +38,26 @@ struct CoefficientList {
   int count;  // number of runs (see coefficientCount for the coefficients)
 };
 
+// The number of outputs a variable-size correlation really produces
+// (tarn_GetActualNumberOutput): the count field while the gate field is
+// positive. Both null for a correlation of fixed size.
+struct OutputCount {
+  const int* count;
+  const int* gate;
+};
+
+// What evaluation by index makes of a NaN that a correlation computes from
+// inputs that are all numbers.
+enum class NaNRule : unsigned char {
+  Undefined,  // reported as undefined: 1e30 in the output, 0 for a derivative, status 1
+  Kept,       // handed on with the correlation's own status (the three-point indices)
+};
+
 struct CorrelationRow;
 
 // Evaluates a correlation from the catalogue's flat arrays: unpacks inputs,
-// passes the row's unit flag and settings, fills outputs and (when derivFlag
-// is non-zero) the input-major derivative array. Returns the status.
+// passes the row's settings, fills outputs and (when derivFlag is non-zero)
+// the input-major derivative array. Returns the status.
 using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs,
                           int derivFlag, double* derivs);
 
@@ -75,17 +70,21 @@ struct CorrelationRow {
   NameList inputs;
   NameList outputs;
   KindList kinds;
-  int pair;        // the inverse correlation of a property-to-index one, or kNoPair
-  int slackCount;  // trailing inputs that are slack values
-  int unitSource;  // the correlation whose CORF gives this one's temperature unit
+  int pair;            // the inverse correlation of a property-to-index one, or kNoPair
+  int slackCount;      // trailing inputs that are slack values
+  int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
-  Evaluator evaluate;  // unpacks the inputs and calls the correlation
+  Evaluator compute;   // unpacks the inputs and calls the correlation
+  NaNRule nanRule;
+  Evaluator evaluate;  // compute under the NaN rule: what evaluation by index calls
+  OutputCount outputCount;
+  const char* source;  // the published source of the correlation, or null where none is on file
 };
 
 inline constexpr int kCatalogueSize = kCorrelationCount;
 
-// The table itself (catalogue.cpp). Evaluation by index reads it inline;
-// every row has a type from -7 to -4 (checked where the table is built).
+// The table itself (catalogue.cpp). Every row has a type from -7 to -4
+// (checked where the table is built).
 extern const CorrelationRow kCatalogueRows[kCatalogueSize];
 
 // The whole catalogue, indexed by correlation number.
@@ -99,9 +98,9 @@ inline const CorrelationRow* findCorrelation(int index) {
 }
 
 // The temperature unit flag that evaluation passes to the correlation: 'F'
-// (70) when the CORF of its unit source is non-zero, else 'C' (67).
-inline int unitFlag(const CorrelationRow& row) {
-  return params().settings.corf[row.unitSource] != 0 ? kUnitFahrenheit : kUnitCelsius;
+// (70) when the CORF of its settings source is non-zero, else 'C' (67).
+inline char unitOf(const CorrelationRow& row) {
+  return params().settings.corf[row.settingsSource] != 0 ? kUnitFahrenheit : kUnitCelsius;
 }
 
 // ---- Library properties ------------------------------------------------
@@ -127,12 +126,9 @@ bool coefficientAt(const CorrelationRow& row, int k, Coefficient& out);
 // The name of a coefficient, written into buffer (at least 9 bytes).
 void coefficientName(const Coefficient& c, char* buffer, std::size_t size);
 
-// The parameter-block field a coefficient views (room counted from it).
-FieldView coefficientField(const Coefficient& c);
-
 double readCoefficient(const Coefficient& c);
 
-// Stores value by the coefficient's rule.
+// Stores value by the viewed field's coefficient rule.
 void writeCoefficient(const Coefficient& c, double value);
 
 }  // namespace tarn::frame

@@ -62,7 +62,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationDesc(int index, char* de
 extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationType(int index, int* type) {
   const CorrelationRow* row = findCorrelation(index);
   if (row == nullptr) {
-    put(type, TARN_TYPE_UNKNOWN);
+    put(type, static_cast<int>(TARN_TYPE_UNKNOWN));
     return TARN_STATUS_BAD_TYPE_QUERY;
   }
   put(type, row->type);
@@ -119,6 +119,15 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGetIndexPair(int index, int* pair) {
   const CorrelationRow* row = findCorrelation(index);
   if (row == nullptr || row->pair == kNoPair) return TARN_STATUS_NO_PAIR;
   put(pair, row->pair);
+  return TARN_STATUS_OK;
+}
+
+extern "C" TARN_API int TARN_CALL gfx_tarnGetCorrelationSource(int index, char* source) {
+  const CorrelationRow* row = findCorrelation(index);
+  if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
+  if (source != nullptr) {
+    std::snprintf(source, TARN_SOURCE_SIZE, "%s", row->source != nullptr ? row->source : "");
+  }
   return TARN_STATUS_OK;
 }
 

@@ -1,10 +1,10 @@
 // Correlation coefficients: named views of parameter-block fields, declared
-// in the catalogue rows, read and written by position.
-#include <cmath>
+// in the catalogue rows, read and written by position through the field
+// table, whose coefficient rule says how a set value is stored.
 #include <cstdio>
 
-#include "common/integers.h"
 #include "frame/catalogue.h"
+#include "params/fields.h"
 #include "tarn/tarn.h"
 
 namespace tarn::frame {
@@ -12,9 +12,21 @@ namespace {
 
 int runLength(const CoefficientRun& run) { return run.count == 0 ? 1 : run.count; }
 
-void storeInteger(int& field, double value) {
-  int n = 0;
-  if (truncateToInt(value, n)) field = n;  // NaN and out-of-range values are ignored
+// The field row a coefficient views and the element within it. A numbered
+// run may go on from one row into the next of the same array
+// (CETANEIMPROVER P1..P7 views P1, P2, P3, P4 and P5..P7).
+struct Viewed {
+  const fields::Field* field;
+  int element;
+};
+
+Viewed viewed(const Coefficient& c) {
+  Viewed v{nullptr, 0};
+  const fields::Field* first = fields::containing(c.run->field, v.element);
+  const char* address = static_cast<const char*>(c.run->field) +
+                        c.position * fields::elementSize(first->slot.type);
+  v.field = fields::containing(address, v.element);
+  return v;
 }
 
 }  // namespace
@@ -42,50 +54,19 @@ void coefficientName(const Coefficient& c, char* buffer, std::size_t size) {
   if (c.run->count == 0) {
     std::snprintf(buffer, size, "%s", c.run->name);
   } else {
-    std::snprintf(buffer, size, "%s%0*d", c.run->name, c.run->digits, c.run->first + c.position);
+    fields::numberedName(buffer, size, c.run->name, c.run->digits, c.run->first + c.position);
   }
-}
-
-FieldView coefficientField(const Coefficient& c) {
-  FieldView view = c.run->locate(params());
-  if (view.real != nullptr) view.real += c.position;
-  if (view.integer != nullptr) view.integer += c.position;
-  view.room -= c.position;
-  return view;
 }
 
 double readCoefficient(const Coefficient& c) {
-  const FieldView field = coefficientField(c);
-  return field.real != nullptr ? *field.real : static_cast<double>(*field.integer);
+  const Viewed v = viewed(c);
+  return fields::read(*v.field, v.element);
 }
 
 void writeCoefficient(const Coefficient& c, double value) {
-  const FieldView field = coefficientField(c);
-  switch (c.run->rule) {
-    case CoefficientRule::Store:
-      if (field.real != nullptr) {
-        *field.real = value;
-      } else {
-        storeInteger(*field.integer, value);
-      }
-      return;
-    case CoefficientRule::WholeReal:
-      *field.real = std::trunc(value);
-      return;
-    case CoefficientRule::ReadOnly:
-      return;
-    case CoefficientRule::CountWithLimit: {
-      // The limit is tested on the truncated count; below it the count is
-      // rounded once more, which moves negative counts up by one (intended).
-      if (std::isnan(value)) return;
-      const double n = std::trunc(value);
-      storeInteger(*field.integer, n < c.run->limit ? std::trunc(n + 0.5) : 1.0);
-      return;
-    }
-    case CoefficientRule::GaussianQuantile:
-      storeT20GaussianQuantile(*field.real, value);
-      return;
-  }
+  const Viewed v = viewed(c);
+  // A value the rule refuses (NaN or beyond int for an integer) is ignored.
+  fields::store(*v.field, v.element, v.field->rules.coefficient, value);
 }
 
 }  // namespace tarn::frame

@@ -1,5 +1,6 @@
 // Evaluation by index: gfx_tarnGenCalc, its batch form, gfx_tarnGenCalcComplex
-// and the central switch they share.
+// and the central switch they share. Each looks the row up once and hands it
+// on.
 #include "frame/dispatch.h"
 
 #include <algorithm>
@@ -9,7 +10,6 @@
 #include "common/guard.h"
 #include "common/missing.h"
 #include "common/scratch.h"
-#include "frame/catalogue.h"
 #include "frame/nan_rule.h"
 #include "tarn/tarn.h"
 
@@ -30,19 +30,19 @@ bool anyNaN(const double* values, std::size_t count) {
   return found;
 }
 
-// A row evaluated under the NaN rule (nan_rule.h).
-inline int evaluateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                       double* derivs) {
-  return tarn::frame::kEvaluatorsWithoutNaN[row.index](row, inputs, outputs, derivFlag, derivs);
+// The arrays are all there: the row's own evaluation under its NaN rule.
+bool callable(const double* inputs, const double* outputs, int derivFlag, const double* derivs) {
+  return inputs != nullptr && outputs != nullptr && (derivFlag == 0 || derivs != nullptr);
 }
 
 int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
                  double* derivs) {
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
-  if (row.evaluate == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  return evaluateRow(row, inputs, outputs, derivFlag, derivs);
+  return row.evaluate(row, inputs, outputs, derivFlag, derivs);
 }
+
+int typeOf(const CorrelationRow* row) { return row != nullptr ? row->type : TARN_TYPE_UNKNOWN; }
 
 }  // namespace
 
@@ -61,14 +61,14 @@ int evaluateBesideCallerNaN(const CorrelationRow& row, double* inputs, double* o
   const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
   const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
   if (anyNaN(inputs, inputCount) || outputCount > kMostOutputs || derivCount > kMostDerivatives) {
-    return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+    return row.compute(row, inputs, outputs, derivFlag, derivs);
   }
   double outputsBefore[kMostOutputs];
   double derivsBefore[kMostDerivatives];
   std::memcpy(outputsBefore, outputs, outputCount * sizeof(double));
   if (derivCount > 0) std::memcpy(derivsBefore, derivs, derivCount * sizeof(double));
 
-  int status = row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  int status = row.compute(row, inputs, outputs, derivFlag, derivs);
   bool undefined = false;
   for (std::size_t k = 0; k < outputCount; ++k) {
     if (std::isnan(outputs[k]) && !sameBits(outputs[k], outputsBefore[k])) {
@@ -109,12 +109,13 @@ namespace {
 // Type 1: the slope of output 0 to input 0 by a forward difference against
 // the output the caller already holds. The step is formed as a difference of
 // representable numbers so that it is exactly the step taken.
-int singleValueSlope(int index, int derivFlag, double* inputs, double* outputs, double* derivs) {
+int singleValueSlope(const CorrelationRow* row, int derivFlag, double* inputs, double* outputs,
+                     double* derivs) {
   if (derivFlag == 0) return TARN_STATUS_OK;
   if (derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
-  if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  const CorrelationRow* row = findCorrelation(index);
-  if (row == nullptr) return TARN_STATUS_NOT_CALCULABLE;
+  if (inputs == nullptr || outputs == nullptr || row == nullptr) {
+    return TARN_STATUS_NOT_CALCULABLE;
+  }
   return guarded(TARN_STATUS_NOT_CALCULABLE, [&] {
     ScratchArray<double, 32> x(static_cast<std::size_t>(row->inputs.count));
     ScratchArray<double, 32> y(static_cast<std::size_t>(row->outputs.count));
@@ -122,19 +123,19 @@ int singleValueSlope(int index, int derivFlag, double* inputs, double* outputs, 
     const double moved = (std::fabs(inputs[0]) + 1.0) * 0.001 + inputs[0];
     const double step = moved - inputs[0];
     x[0] = moved;
-    const bool ok = tarn_CalcCorrelation(index, x.data(), y.data(), 0, nullptr) == TARN_STATUS_OK;
+    const bool ok = calculateRow(*row, x.data(), y.data(), 0, nullptr) == TARN_STATUS_OK;
     derivs[0] = ok ? (y[0] - outputs[0]) / step : 0.0;
-    return TARN_STATUS_OK;
+    return static_cast<int>(TARN_STATUS_OK);
   });
 }
 
 }  // namespace
 
-int calculateByType(int type, bool complex, int index, int derivFlag, double* inputs,
-                    double* outputs, double* derivs) {
+int calculateByType(int type, bool complex, const CorrelationRow* row, int derivFlag,
+                    double* inputs, double* outputs, double* derivs) {
   switch (type) {
     case TARN_TYPE_SINGLE_VALUE:
-      return singleValueSlope(index, derivFlag, inputs, outputs, derivs);
+      return singleValueSlope(row, derivFlag, inputs, outputs, derivs);
     case TARN_TYPE_COMPLEX:
       if (!complex) return TARN_STATUS_NOT_CALCULABLE;
       [[fallthrough]];
@@ -147,7 +148,8 @@ int calculateByType(int type, bool complex, int index, int derivFlag, double* in
     case TARN_TYPE_DISTILLATION_INDEX:
     case TARN_TYPE_INDEX_TO_PROPERTY:
     case TARN_TYPE_PROPERTY_TO_INDEX:
-      return tarn_CalcCorrelation(index, inputs, outputs, derivFlag, derivs);
+      if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
+      return calculateRow(*row, inputs, outputs, derivFlag, derivs);
     default:
       return TARN_STATUS_NOT_CALCULABLE;
   }
@@ -157,37 +159,25 @@ int calculateByType(int type, bool complex, int index, int derivFlag, double* in
 
 namespace {
 
-int correlationType(int index) {
-  const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  return row != nullptr ? row->type : TARN_TYPE_UNKNOWN;
-}
-
 // The refusals and the type handling, out of line so that the common call
 // below stays a few instructions long.
-[[gnu::noinline]] int otherCalculation(int index, int derivFlag, double* inputs,
+[[gnu::noinline]] int otherCalculation(const CorrelationRow* row, int derivFlag, double* inputs,
                                        double* outputs, double* derivs) {
-  return tarn::frame::calculateByType(correlationType(index), false, index, derivFlag, inputs,
-                                      outputs, derivs);
-}
-
-// gfx_tarnGenCalc. Every built-in row has a computed type, so a call with
-// its arrays in place goes straight to the row's evaluator.
-inline int generalCalculation(int index, int derivFlag, double* inputs, double* outputs,
-                              double* derivs) {
-  const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row != nullptr && row->evaluate != nullptr && inputs != nullptr && outputs != nullptr &&
-      (derivFlag == 0 || derivs != nullptr)) {
-    return evaluateRow(*row, inputs, outputs, derivFlag, derivs);
-  }
-  return otherCalculation(index, derivFlag, inputs, outputs, derivs);
+  return tarn::frame::calculateByType(typeOf(row), false, row, derivFlag, inputs, outputs, derivs);
 }
 
 }  // namespace
 
+// Every built-in row has a computed type, so a call with its arrays in place
+// goes straight to the row's evaluation.
 extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int /*direction*/,
                                                   double* inputs, double* outputs,
                                                   double* derivs) {
-  return generalCalculation(index, derivFlag, inputs, outputs, derivs);
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  if (row != nullptr && callable(inputs, outputs, derivFlag, derivs)) {
+    return row->evaluate(*row, inputs, outputs, derivFlag, derivs);
+  }
+  return otherCalculation(row, derivFlag, inputs, outputs, derivs);
 }
 
 extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
@@ -200,8 +190,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
   const std::size_t inputCount = row != nullptr ? static_cast<std::size_t>(row->inputs.count) : 0;
   const std::size_t outputCount = row != nullptr ? static_cast<std::size_t>(row->outputs.count) : 0;
   // What gfx_tarnGenCalc checks per call holds for every row alike.
-  const bool evaluated =
-      row != nullptr && row->evaluate != nullptr && (derivFlag == 0 || derivs != nullptr);
+  const bool evaluated = row != nullptr && (derivFlag == 0 || derivs != nullptr);
   return tarn::guarded(TARN_STATUS_NOT_CALCULABLE, [&] {
     // Each row is evaluated on a copy of its inputs: the caller's stay as given.
     tarn::ScratchArray<double, 32> x(inputCount);
@@ -210,8 +199,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
       std::copy(inputs + r * inputCount, inputs + (r + 1) * inputCount, x.data());
       double* out = outputs + r * outputCount;
       double* d = derivs != nullptr ? derivs + r * inputCount * outputCount : nullptr;
-      const int status = evaluated ? evaluateRow(*row, x.data(), out, derivFlag, d)
-                                   : otherCalculation(index, derivFlag, x.data(), out, d);
+      const int status = evaluated ? row->evaluate(*row, x.data(), out, derivFlag, d)
+                                   : otherCalculation(row, derivFlag, x.data(), out, d);
       if (statuses != nullptr) statuses[r] = status;
       if (status != TARN_STATUS_OK) ++failed;
     }
@@ -223,22 +212,15 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFla
                                                          int /*direction*/, int /*property*/,
                                                          double* inputs, double* outputs,
                                                          double* derivs) {
-  return tarn::frame::calculateByType(correlationType(index), true, index, derivFlag, inputs,
-                                      outputs, derivs);
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  return tarn::frame::calculateByType(typeOf(row), true, row, derivFlag, inputs, outputs, derivs);
 }
 
+// The rows of a variable size say which fields hold their count.
 extern "C" TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index) {
-  const tarn::ParameterBlock& p = tarn::params();
-  switch (index) {
-    case 41:  // ND86TOPERCENTOFF
-      return p.nd86.npoff > 0 ? p.nd86.npoff : -1;
-    case 42:  // ND86FROMPERCENTOFF: reported while the percent-off count is set (intended)
-      return p.nd86.npoff > 0 ? p.nd86.ntemp : -1;
-    case 53:  // EVAPORATIVE
-      return p.evaporative.npts > 0 ? p.evaporative.npts : -1;
-    default:
-      return -1;
-  }
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
+  if (row == nullptr || row->outputCount.count == nullptr) return -1;
+  return *row->outputCount.gate > 0 ? *row->outputCount.count : -1;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int, int, int, double*, double*) {

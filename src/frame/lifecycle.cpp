@@ -1,26 +1,26 @@
 // Start-up, reset and shut-down of the library.
-#include "params/params.h"
+#include "params/fields.h"
 #include "tarn/tarn.h"
 
 extern "C" TARN_API bool TARN_CALL TARNInitialize(void* /*arg*/) {
-  tarn::writeParameterDefaults(/*isReset=*/false);
+  tarn::fields::writeDefaults(tarn::fields::kAtStart);
   return true;
 }
 
 extern "C" TARN_API int TARN_CALL TARNReset(void) {
-  tarn::writeParameterDefaults(/*isReset=*/true);
+  tarn::fields::writeDefaults(tarn::fields::kAtReset);
   return 0;
 }
 
 extern "C" TARN_API void TARN_CALL TARNUninitialize(void) {}
 
 extern "C" TARN_API int TARN_CALL gfx_tarnInitializeCoefs(void) {
-  tarn::writeCorrelationSettingDefaults();
+  tarn::fields::writeDefaults(tarn::fields::kWithCoefficients);
   return 0;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_tarnInitializeAllocate(void* arg) {
-  if (!TARNInitialize(arg)) return -1;
+  if (!TARNInitialize(arg)) return TARN_STATUS_INIT_FAILED;
   gfx_tarnInitializeCoefs();
   return 0;
 }

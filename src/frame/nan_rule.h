@@ -5,20 +5,18 @@
 // said 0). Only elements the row wrote are examined; what it left as the
 // caller had it is not a result. Derivatives are examined only when asked
 // for, since only then does the caller's array have the catalogue's size.
-// T10INDEX, T50INDEX and T90INDEX keep their own rule (an undefined index of
-// NaN is reported as computed, intended).
+// A row whose NaN rule is Kept (T10INDEX, T50INDEX, T90INDEX: an undefined
+// index of NaN is reported as computed, intended) is evaluated as it is.
 //
 // The rule is instantiated per catalogue row with its counts (catalogue.cpp),
 // so that the common case, every value of the caller finite, costs a few
 // subtractions before and after the row's evaluator and no copy.
 #pragma once
 
-#include <array>
 #include <cmath>
 #include <cstddef>
 
 #include "frame/catalogue.h"
-#include "frame/evaluation_steps.h"
 
 namespace tarn::frame {
 
@@ -42,27 +40,25 @@ int evaluateBesideCallerNaN(const CorrelationRow& row, double* inputs, double* o
 int clearComputedNaN(int status, double* outputs, std::size_t outputCount, double* derivs,
                      std::size_t derivCount);
 
-// Evaluates row (whose evaluator is E, with In inputs and Out outputs) under
-// the rule.
-template <Evaluator E, std::size_t In, std::size_t Out>
-int evaluateWithoutNaN(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                       double* derivs) {
-  if (E == &evaluateThreePointIndex<0> || E == &evaluateThreePointIndex<1> ||
-      E == &evaluateThreePointIndex<2>) {
-    return E(row, inputs, outputs, derivFlag, derivs);
+// Evaluates a row (computing with Compute, with In inputs and Out outputs)
+// under its NaN rule.
+template <Evaluator Compute, NaNRule Rule, std::size_t In, std::size_t Out>
+int evaluateUnderNaNRule(const CorrelationRow& row, double* inputs, double* outputs,
+                         int derivFlag, double* derivs) {
+  if constexpr (Rule == NaNRule::Kept) {
+    return Compute(row, inputs, outputs, derivFlag, derivs);
+  } else {
+    if (std::isnan(probeNaN<In>(inputs) + probeNaN<Out>(outputs) +
+                   (derivFlag != 0 ? probeNaN<In * Out>(derivs) : 0.0))) {
+      return evaluateBesideCallerNaN(row, inputs, outputs, derivFlag, derivs);
+    }
+    const int status = Compute(row, inputs, outputs, derivFlag, derivs);
+    if (std::isnan(probeNaN<Out>(outputs) +
+                   (derivFlag != 0 ? probeNaN<In * Out>(derivs) : 0.0))) {
+      return clearComputedNaN(status, outputs, Out, derivs, derivFlag != 0 ? In * Out : 0);
+    }
+    return status;
   }
-  if (std::isnan(probeNaN<In>(inputs) + probeNaN<Out>(outputs) +
-                 (derivFlag != 0 ? probeNaN<In * Out>(derivs) : 0.0))) {
-    return evaluateBesideCallerNaN(row, inputs, outputs, derivFlag, derivs);
-  }
-  const int status = E(row, inputs, outputs, derivFlag, derivs);
-  if (std::isnan(probeNaN<Out>(outputs) + (derivFlag != 0 ? probeNaN<In * Out>(derivs) : 0.0))) {
-    return clearComputedNaN(status, outputs, Out, derivs, derivFlag != 0 ? In * Out : 0);
-  }
-  return status;
 }
-
-// Each row's evaluator under the rule, by correlation index (catalogue.cpp).
-extern const std::array<Evaluator, kCatalogueSize> kEvaluatorsWithoutNaN;
 
 }  // namespace tarn::frame

@@ -8,20 +8,12 @@ namespace {
 
 struct StatusMessage {
   int code;
-  const char* text;
+  const char* text;  // null where the code has no message
 };
 
-constexpr StatusMessage kMessages[] = {
-    {TARN_STATUS_INIT_FAILED, "Unable to initialize TARN."},
-    {TARN_STATUS_BAD_PROPERTY_ID, "Invalid Property index passed in call gfx_tarnGetPropId."},
-    {TARN_STATUS_BAD_PROPERTY_DESC, "Invalid Property index passed in call gfx_tarnGetPropDesc."},
-    {TARN_STATUS_BAD_CORRELATION, "Invalid Correlation index passed."},
-    {TARN_STATUS_BAD_TYPE_QUERY,
-     "Invalid Correlation index passed in call gfx_tarnGetCorrelationType."},
-    {TARN_STATUS_BAD_INPUT, "Invalid Correlation Input Property index."},
-    {TARN_STATUS_BAD_OUTPUT, "Invalid Correlation Output Property index."},
-    {TARN_STATUS_BAD_COEFFICIENT, "Invalid Correlation Coefficient index."},
-};
+#define TARN_MESSAGE_ROW(constant, code, meaning, message) {constant, message},
+constexpr StatusMessage kMessages[] = {TARN_CATALOGUE_STATUS_CODES(TARN_MESSAGE_ROW)};
+#undef TARN_MESSAGE_ROW
 
 std::FILE* stream = nullptr;
 

@@ -1,6 +1,6 @@
 // Messages of the catalogue's status codes and the diagnostic stream of the
-// error handler. The codes themselves are the TARN_STATUS_* constants of
-// tarn/tarn.h.
+// error handler. The codes and their messages are the catalogue table of
+// tarn/status.h.
 #pragma once
 
 #include <cstdio>

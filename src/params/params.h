@@ -6,7 +6,9 @@
 //
 // The block is plain static storage reached through params(); there is no
 // other copy of any value. Field names follow the group and parameter
-// keywords by which callers reach them.
+// keywords by which callers reach them. Each field has one row in the field
+// table (params/fields.h): its keyword, defaults, unit, description and
+// store rules.
 #pragma once
 
 namespace tarn {
@@ -140,12 +142,12 @@ struct CorrelationSettings {
   int carbobEstrm;                // CARBOB ESTRM
   double driveabilityEohvol;      // DRIVEABILITYINDEXE EOHVOL (stored truncated)
   struct EthanolSwitches {
-    double eohvol;  // ethanol content, vol %
-    int o2opt, rndo2, rndrst, report, olfpen;
+    double eohvol;    // ethanol content, vol %
+    int switches[5];  // O2OPT RNDO2 RNDRST REPORT OLFPEN, kept for the host
   };
   EthanolSwitches carbob2;        // CARBOB2 (its reals are the CARBOB2 group)
   EthanolSwitches carbob3;        // CARBOB3
-  EthanolBlendParams carbob3Blend;  // CARBOB3's own ethanol properties
+  double carbob3Ethanol[7];       // CARBOB3's own ethanol: ARO BNZ OLF EHO SUL GASSPG ETOHSPG
   double rbobEohvol;              // RBOB EOHVOL
 };
 
@@ -216,18 +218,5 @@ extern ParameterBlock parameterBlock;
 
 // The one parameter block of the process.
 inline ParameterBlock& params() { return detail::parameterBlock; }
-
-// Writes every default of the block. The CARB temperature unit is written
-// only on reset: a unit chosen before start-up survives start-up.
-void writeParameterDefaults(bool isReset);
-
-// Writes the defaults of the settings reached through coefficients only.
-void writeCorrelationSettingDefaults();
-
-// Stores one T20GAUSSIAN quantile (quantile is p1, p2 or p3 of the block's
-// group), then recomputes the ratio (P2 - P1)/(P3 - P1). When P2 - P1 or
-// P3 - P1 is not positive the whole group returns to its defaults and the
-// result is 1; otherwise 0.
-int storeT20GaussianQuantile(double& quantile, double value);
 
 }  // namespace tarn

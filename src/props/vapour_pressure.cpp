@@ -4,6 +4,7 @@
 
 #include "common/missing.h"
 #include "params/params.h"
+#include "props/catalogue_adapters.h"
 #include "tarn/props.h"
 
 namespace tarn::props {
@@ -72,3 +73,18 @@ extern "C" TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, d
   }
   return std::pow(base, 1.0 / b) / d - c;
 }
+
+namespace tarn::props {
+
+int rvpCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
+                        double* derivs) {
+  const double result = gfx_RVP(inputs[0], derivFlag, derivs);
+  if (isMissing(result) || inputs[0] >= kMissing) {
+    outputs[0] = kMissing;
+    return 1;
+  }
+  outputs[0] = result;
+  return 0;
+}
+
+}  // namespace tarn::props

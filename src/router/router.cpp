@@ -18,17 +18,9 @@ struct RouterMessage {
   const char* text;
 };
 
-constexpr RouterMessage kMessages[] = {
-    {TARN_BML_STATUS_INDEX_PAST_END,
-     "Property Index exceeds total number of BML Correlations defined."},
-    {TARN_BML_STATUS_BAD_TYPE, "Invalid BML Type specified."},
-    {TARN_BML_STATUS_TARN_INIT_FAILED, "TARN Initialization failed."},
-    {TARN_BML_STATUS_UBML_INIT_FAILED, "UBML Initialization failed."},
-    {TARN_BML_STATUS_NO_USER_LIBRARY, "QUBML DLL does not exist."},
-    {TARN_BML_STATUS_BAD_ERROR_CODE, "Invalid Error code."},
-    {TARN_BML_STATUS_BAD_PROPERTY, "Invalid BML Property Index."},
-    {TARN_BML_STATUS_BAD_CORRELATION, "Invalid BML Correlation Index."},
-};
+#define TARN_MESSAGE_ROW(constant, code, meaning, message) {constant, message},
+constexpr RouterMessage kMessages[] = {TARN_ROUTER_STATUS_CODES(TARN_MESSAGE_ROW)};
+#undef TARN_MESSAGE_ROW
 
 bool loaded() { return tarn::router::userLibraryLoaded(); }
 
@@ -61,6 +53,10 @@ template <class BuiltIn, class User>
 int routeProperty(int k, BuiltIn builtIn, User user) {
   return route(k, kFirstUserProperty, userCount(gfx_ubmlGetPropCount),
                TARN_BML_STATUS_BAD_PROPERTY, builtIn, user);
+}
+
+bool ownedByBuiltInSide(int code) {
+  return code >= TARN_STATUS_BUILT_IN_LOWEST && code <= TARN_STATUS_BUILT_IN_HIGHEST;
 }
 
 // The calculations offered by user correlations only: nothing to do for a
@@ -261,13 +257,13 @@ extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropFromIndex(int index, double ind
 
 extern "C" TARN_API int TARN_CALL gfx_bmlErrorHandler(int index, int code, int inputCount,
                                                       double* inputs) {
-  if (code >= -499 && code <= -1) return gfx_tarnErrorHandler(index, code, inputCount, inputs);
+  if (ownedByBuiltInSide(code)) return gfx_tarnErrorHandler(index, code, inputCount, inputs);
   if (loaded()) return gfx_ubmlErrorHandler(index, code, inputCount, inputs);
   return TARN_BML_STATUS_BAD_ERROR_CODE;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetErrorMsg(int code, char* message) {
-  if (code >= -499 && code <= -1) return gfx_tarnGetErrorMsg(code, message);
+  if (ownedByBuiltInSide(code)) return gfx_tarnGetErrorMsg(code, message);
   for (const RouterMessage& entry : kMessages) {
     if (entry.code != code) continue;
     if (message != nullptr) std::snprintf(message, TARN_MESSAGE_SIZE, "%s", entry.text);
@@ -275,7 +271,9 @@ extern "C" TARN_API int TARN_CALL gfx_bmlGetErrorMsg(int code, char* message) {
         code == TARN_BML_STATUS_INDEX_PAST_END || code == TARN_BML_STATUS_BAD_CORRELATION;
     return meaningful ? TARN_STATUS_OK : 1;
   }
-  // Codes nobody owns come back shifted by 499 (0 gives 499); hosts rely on
-  // this arithmetic (intended).
-  return static_cast<int>(static_cast<unsigned>(code) + 499u);  // wraps, never overflows
+  // Codes nobody owns come back shifted by 499, the width of the built-in
+  // range (0 gives 499); hosts rely on this arithmetic (intended). Computed
+  // unsigned: it wraps, never overflows.
+  return static_cast<int>(static_cast<unsigned>(code) -
+                          static_cast<unsigned>(TARN_STATUS_BUILT_IN_LOWEST));
 }

@@ -8,6 +8,7 @@
 #include "tarn/distill.h"
 #include "tarn/bml.h"
 #include "tarn/ubml.h"
+#include "tarn/status.h"
 #include "tarn/blend.h"
 #include "tarn/optimize.h"
 

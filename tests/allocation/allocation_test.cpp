@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "support/catalogue_calls.h"
+#include "support/catalogue_rows.h"
 #include "tarn/blending.h"
 #include "tarn/bml.h"
 #include "tarn/distill.h"
@@ -74,11 +74,15 @@ namespace {
 
 TEST(AllocationTest, EvaluationStaysOffTheHeapUpToSixtyFourComponents) {
   ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, nullptr), 0);
-  ASSERT_TRUE(tarn::testing::configureEvaporativeTemperatures());
+  const auto& rows = tarn::testing::realisticRows();  // read before counting
+  ASSERT_EQ(rows.size(), 57u);
+  for (const auto& row : rows) ASSERT_TRUE(tarn::testing::applySettings(row));
   // Room for the largest row (25 inputs, 25 outputs), twice for the batch.
   std::vector<double> x(50), out(50), d(2 * 25 * 25);
   std::vector<int> statuses(2);
-  tarn::testing::visitCatalogueCalls([&](int index, std::vector<double> given, auto) {
+  for (const auto& row : rows) {
+    const int index = row.index;
+    const std::vector<double>& given = row.inputs;
     const std::size_t n = given.size();
     for (const int flag : {0, 1}) {
       const long count = allocationsOf([&] {
@@ -91,7 +95,7 @@ TEST(AllocationTest, EvaluationStaysOffTheHeapUpToSixtyFourComponents) {
       });
       EXPECT_EQ(count, 0) << "correlation " << index << " derivFlag " << flag;
     }
-  });
+  }
 
   const auto blendOf = [](int n) {
     std::vector<double> v(n, 1.0 / n), curves(7 * n), blend(7), slopes(56 * n), ron(n, 92),

@@ -126,22 +126,22 @@ TEST_F(PercentOffTest, DerivativeFlagsAndConfigurablePointSets) {
   EXPECT_EQ(gfx_ND86FromPercentOff(4, 0, percents.data(), out.data(), 'F', nullptr), -999);
 }
 
-TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithItsOwnSettings) {
+TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithTheSettingsOfD86FromPercentOff) {
   // The blend's ten percents, the oxygenate's volume, the oxygenate's percents.
   const Values allOxygenate = {2, 9, 17, 30, 44, 63, 87, 92, 96, 99, 100, 5, 20, 40, 60, 80, 100, 100, 100, 100, 100};
   const Values oxygenate(allOxygenate.begin() + 11, allOxygenate.end());
-  // Method and unit are those of D86FROMPERCENTOFF.
-  tarn::params().settings.typcor[5] = 1;
-  tarn::params().settings.corf[5] = 0;  // Celsius
+  // Method and unit are those of D86FROMPERCENTOFF (its TYPCOR and CORF).
+  ASSERT_EQ(gfx_tarnSetCoefValue(5, 0, 1), 0);
+  ASSERT_EQ(gfx_tarnSetCoefValue(5, 1, 0), 0);  // Celsius
   ConvertD86TempPt();
   Values x = allOxygenate, out(7), d(147, -1.0), direct(7), directD(70);
-  ASSERT_EQ(tarn::distill::d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
+  ASSERT_EQ(gfx_tarnGenCalc(49, 1, 0, x.data(), out.data(), d.data()), 0);
   gfx_D86FromPercentOff(1, 0, Values(oxygenate).data(), direct.data(), 'C', nullptr);
   EXPECT_EQ(out, direct);  // its own curve, no derivatives
   EXPECT_EQ(d, Values(147, 0.0));
   x = allOxygenate;
   x[10] = 10.0;
-  ASSERT_EQ(tarn::distill::d86FromPercentOffWithoutOxygenate(x.data(), out.data(), 1, d.data()), 0);
+  ASSERT_EQ(gfx_tarnGenCalc(49, 1, 0, x.data(), out.data(), d.data()), 0);
   // Intended: the removal divides by 100 - x11 and weighs each oxygenate
   // percent by x11, not by the volume x10.
   EXPECT_NEAR(x[0], (100 * 2 - 5 * 5) / 95.0, 1e-12);

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "emissions/adapters.h"
+#include "tarn/tarn.h"
 #include "emissions/carb_models.h"
 #include "emissions/predictive_engine.h"
 #include "params/params.h"
@@ -104,7 +104,7 @@ TEST_F(CarbPhase3Test, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   gfx_WCARB(1, "FFFFFF", zeroed.data(), out, direct);
   Vec buffer(30, -7.0);
   double* deriv = buffer.data() + 3;
-  EXPECT_EQ(carbCatalogueAdapter(in.data(), out, 1, deriv), 0);
+  EXPECT_EQ(gfx_tarnGenCalc(2, 1, 0, in.data(), out, deriv), 0);
   EXPECT_EQ(in, zeroed);
   for (int i = 0; i < 24; ++i) EXPECT_EQ(deriv[i], (i / 3 == 2 || i / 3 == 6) ? 0.0 : direct[i]) << i;
   for (int g : {0, 1, 2, 27, 28, 29}) EXPECT_EQ(buffer[g], -7.0);
@@ -116,7 +116,7 @@ TEST_F(CarbPhase3Test, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   Vec in3{8.0, 200, 300, 22, 4, 2.0, 2.0, 15, 0.7};
   s.carb3[2] = 3;
   s.carb3[6] = 0;
-  EXPECT_EQ(carb3CatalogueAdapter(in3.data(), out, 0, nullptr), 0);
+  EXPECT_EQ(gfx_tarnGenCalc(3, 0, 0, in3.data(), out, nullptr), 0);
   EXPECT_EQ(state.baseOutOfRangeCount, 1);
   EXPECT_EQ(state.flag[3], 'A');
   const struct { int selector; double rvp; int count; } cases[] = {
@@ -124,7 +124,7 @@ TEST_F(CarbPhase3Test, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   for (const auto& c : cases) {
     s.carb3m[6] = c.selector;
     Vec in4{c.rvp, 200, 300, 22, 4, 2.0, 15, 1e30};
-    EXPECT_EQ(carb3mCatalogueAdapter(in4.data(), out, 0, nullptr), 0);
+    EXPECT_EQ(gfx_tarnGenCalc(4, 0, 0, in4.data(), out, nullptr), 0);
     EXPECT_EQ(in4[7], 0.0);
     EXPECT_EQ(state.baseOutOfRangeCount, c.count) << c.selector << " " << c.rvp;
   }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "emissions/epa_adapter.h"
+#include "emissions/catalogue_adapters.h"
 #include "emissions/epa_complex_model.h"
 #include "params/params.h"
 #include "support/fixture.h"
@@ -222,7 +222,7 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
   selectors[0] = 5;  // the adapter returns 0 even when the model rejects the options
   Fuel in = kExampleFuel;
   std::vector<double> out(5), deriv(5 + 55, 3.0);
-  EXPECT_EQ(tarn::emissions::epaCatalogueAdapter(in.data(), out.data(), 0, nullptr), 0);
+  EXPECT_EQ(gfx_tarnGenCalc(7, 0, 0, in.data(), out.data(), nullptr), 0);
   EXPECT_EQ(out[VOC], 1e30);
 
   // Intended: missing sulfur and benzene are evaluated as 0, written into the caller's array, and the sensitivity
@@ -230,7 +230,7 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
   // guard entries sit in front of the array.
   optionsFor({1, 2, 1, 1, 1, 0, 0});  // the start-up selectors, "B2SCR0U"
   in[MTO] = in[SUL] = in[BNZ] = 1e30;
-  ASSERT_EQ(tarn::emissions::epaCatalogueAdapter(in.data(), out.data(), 1, deriv.data() + 5), 0);
+  ASSERT_EQ(gfx_tarnGenCalc(7, 1, 0, in.data(), out.data(), deriv.data() + 5), 0);
   Fuel zeroed = kExampleFuel;
   zeroed[MTO] = zeroed[SUL] = zeroed[BNZ] = 0.0;
   EXPECT_EQ(in, zeroed);

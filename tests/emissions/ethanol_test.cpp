@@ -7,9 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "emissions/adapters.h"
 #include "params/params.h"
-#include "support/derivatives.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/emissions.h"
@@ -94,15 +92,6 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   EXPECT_NE(carbob2(7.0, overriding(9, 8, 0.99).data())[5], S);
 }
 
-TEST_F(EthanolTest, SensitivitiesInCelsiusMatchCentralDifferences) {
-  // Evaluation by index checks them in F; here the Celsius scaling.
-  const Vec bob{8.0, 93.3, 160, 30, 1.0, 10, 50};
-  double o[9], d[63];
-  gfx_WCARBOB2(1, 'C', 5.0, bob.data(), o, d, nullptr);
-  auto blend = [](const Vec& v) { return carbob2(5.0, nullptr, nullptr, 'C', v); };
-  tarn::testing::expectJacobianNear(Vec(d, d + 63), tarn::testing::centralJacobian(blend, bob, 9), 9, 1e-6, 1e-7);
-}
-
 TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
   const Vec blended = carbob2(10.0);
   // P1..P6: E200 intercept and slope, E300 intercept and slope, RVP addend and multiplier.
@@ -148,16 +137,16 @@ TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
   Vec in = kBob, out(9, S), d(126, S);
   for (double offset : {0.5, 1e30, -2.0, 1e30, 0.1, 0.0, 3.0}) in.push_back(offset);
   tarn::params().settings.carbob2.eohvol = 3.0;
-  EXPECT_EQ(tarn::emissions::carbob2CatalogueAdapter(in.data(), out.data(), 0, nullptr), -1);
+  EXPECT_EQ(gfx_tarnGenCalc(50, 0, 0, in.data(), out.data(), nullptr), -1);
   tarn::params().settings.carbob2.eohvol = 10.0;
   tarn::params().settings.corf[50] = 0;
-  EXPECT_EQ(tarn::emissions::carbob2CatalogueAdapter(in.data(), out.data(), 0, nullptr), 0);
+  EXPECT_EQ(gfx_tarnGenCalc(50, 0, 0, in.data(), out.data(), nullptr), 0);
   EXPECT_NEAR(out[2], carbob2(10.0, nullptr, nullptr, 'C', in)[2] - 2.0, 1e-12);
   // Pass-through: blendstock plus offset where given (else not written), and
   // unit sensitivities to both whether or not the offset was given.
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", 1), 0);
   out.assign(9, S);
-  EXPECT_EQ(tarn::emissions::carbob2CatalogueAdapter(in.data(), out.data(), 1, d.data()), 0);
+  EXPECT_EQ(gfx_tarnGenCalc(50, 1, 0, in.data(), out.data(), d.data()), 0);
   EXPECT_EQ(out, (Vec{8.5, S, 318, S, 1.1, S, 10, S, 53}));
   for (int k = 0; k < 14; ++k) {
     for (int i = 0; i < 9; ++i) EXPECT_EQ(d[k * 9 + i], i == target[k % 7] ? 1.0 : 0.0) << k << " " << i;

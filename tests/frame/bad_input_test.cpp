@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "emissions/epa_adapter.h"
+#include "emissions/catalogue_adapters.h"
 #include "frame/evaluation.h"
 #include "support/statuses.h"
 #include "tarn/props.h"
@@ -27,7 +27,7 @@ using namespace tarn::testing;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-std::vector<double> inputsOf(int index) { return wrappedCalls()[index].x; }
+std::vector<double> inputsOf(int index) { return realisticRows()[index].inputs; }
 
 bool anyNaN(const std::vector<double>& v) {
   return std::any_of(v.begin(), v.end(), [](double x) { return std::isnan(x); });
@@ -37,14 +37,14 @@ using BadInput = EvaluationTest;
 
 TEST_F(BadInput, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNaN) {
   const double bad[] = {1e30, kNaN, kInf, -kInf, 0.0, 1e300};
-  for (const Wrapped& call : wrappedCalls()) {
+  for (const CatalogueRow& call : realisticRows()) {
     const int index = call.index;
-    ASSERT_EQ(genCalc(index, call.x).status, 0) << "realistic row of correlation " << index;
+    ASSERT_EQ(genCalc(index, call.inputs).status, 0) << "realistic row of correlation " << index;
     const std::set<int> allowed = documentedStatuses(index);
-    for (std::size_t j = 0; j < call.x.size(); ++j) {
+    for (std::size_t j = 0; j < call.inputs.size(); ++j) {
       for (double value : bad) {
         for (int derivFlag : {0, 1}) {
-          std::vector<double> x = call.x;
+          std::vector<double> x = call.inputs;
           x[j] = value;
           const Result r = genCalc(index, x, derivFlag, 0.0);
           const auto where = [&] {

@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "frame/transcription.h"
-#include "params/keywords.h"
+#include "support/data.h"
+#include "params/params.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/tarn.h"
@@ -20,45 +22,23 @@ namespace {
 
 using tarn::testing::expandList;
 
-// Each word is NAME or NAME:<rule><default>. Rules: i integer (truncated),
-// r real, w real kept whole, o read-only, n count with limit (the number
-// after n), g T20 quantile. A bare NAME is a real whose default is the
-// parameter block's. Transcribed from the published coefficient lists.
-const char* const kPublished[57] = {
-    "CORF:i1 P{1..4}", "CORF:i1",  // 0
-    "T50:i1 T90:i1 ARO:i1 OLF:i1 SUL:i1 BNZ:i1",
-    "T50:i1 T90:i1 ARO:i1 OLF:i1 SUL:i1 BNZ:i1 EVAP:i1",
-    "T50:i1 T90:i1 ARO:i1 OLF:i1 SUL:i1 BNZ:i1 EVAP:i1",
-    "TYPCOR:i0 CORF:i1 P{1..10}", "TYPCOR:i0 CORF:i1 P{1..10}",  // 5
-    "AREA:i1 PHASE:i2 SEASON:i1 EQUATION:i1 FUELTYPE:i1 CTYPE:i0 COUNTRY:i0",
-    "P1:r1.25", "P1:r1.25", "CORF:i1 P1 P2 EF", "CORF:i1 EOHVOL:w5",  // 8
-    "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1",  // 12
-    "", "", "", "", "", "",  // 18
-    "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1 P{1..7}", "CORF:i1 P{1..3}",  // 24
-    "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1", "CORF:i1",  // 29
-    "CORF:i1 N1 P{1..13}", "CORF:i1 N1 P{1..13}", "CORF:i1 N1 P{1..13}", "",  // 35
-    "P{1..12} Perturb", "P{1..12} Perturb",  // 39
-    "TYPCOR:i0 CORF:i1 P{1..25} T{1..13} NTEMP:n14 NPOFF:n26",
-    "TYPCOR:i0 CORF:i1 P{1..25} T{1..13} NTEMP:n14 NPOFF:n26",
-    "CORF:i1 ESTRM:i0", "", "", "", "", "", "",  // 43
-    "CORF:i1 EOHARO EOHBNZ EOHOLF EOHEHO EOHSUL EOHSPG GASSPG EOHVOL:r5 O2OPT:i1 RNDO2:i0 "
-    "RNDRST:i0 REPORT:i0 OLFPEN:i0 ALTOXY:i0",  // 50
-    "CORF:i1 EOHARO:r1.7 EOHBNZ:r0.06 EOHOLF:r0.5 EOHEHO:r34.7 EOHSUL:r10 EOHSPG:r0.788 "
-    "GASSPG:r0.718 EOHVOL:r5 O2OPT:i1 RNDO2:i0 RNDRST:i0 REPORT:i0 OLFPEN:i0",
-    "P1:o68.94757 P2:o7", "P{00..11}:r1e30 NPTS:i0", "CORF:i1 P{1..4}",  // 52
-    "CORF:i1 EOHARO EOHBNZ EOHOLF EOHEHO EOHSUL EOHSPG GASSPG EOHVOL:r5 P{1..6}",
-    "P1:g P2:g P3:g",
-};
-
 struct PublishedCoefficient {
   std::string name;
   char rule = 'r';
   double number = NAN;  // default, or the limit of rule n
 };
 
+// The published coefficient lists and the keywords some of them view
+// (tests/data/published_catalogue.csv, columns 7 and 8).
+const std::vector<std::vector<std::string>>& publishedCatalogue() {
+  static const auto rows = tarn::testing::dataTable("published_catalogue.csv", 9);
+  return rows;
+}
+
+// Each word is NAME or NAME:<rule><default>.
 std::vector<PublishedCoefficient> published(int index) {
   std::vector<PublishedCoefficient> list;
-  for (const std::string& word : expandList(kPublished[index])) {
+  for (const std::string& word : expandList(publishedCatalogue()[index][7])) {
     PublishedCoefficient c;
     const auto colon = word.find(':');
     c.name = word.substr(0, colon);
@@ -128,39 +108,15 @@ class Coefficients : public tarn::testing::LibraryTest {
   }
 };
 
-// Which coefficients reach a keyword field (index, first position, group,
-// keywords), transcribed from the published coefficient and keyword lists.
-const struct KeywordView {
-  int index, firstK;
-  const char* group;
-  const char* keywords;
-} kKeywordViews[] = {
-    {0, 1, "TVL20", "P{1..4}"},           {5, 2, "D86FROMPERCENTOFF", "P{1..10}"},
-    {6, 2, "D86TOPERCENTOFF", "P{1..10}"}, {8, 0, "REIDVAPORPRESSURE", "P1"},
-    {9, 0, "REIDVAPORPRESSURE", "P1"},    {10, 1, "DRIVEABILITYINDEX", "P1 P2 EF"},
-    {27, 1, "CETANEIMPROVER", "P{1..7}"}, {28, 1, "CFPPIMPROVER", "P{1..3}"},
-    {35, 1, "T10INDEX", "N1 P{1..13}"},   {36, 1, "T50INDEX", "N1 P{1..13}"},
-    {37, 1, "T90INDEX", "N1 P{1..13}"},   {39, 0, "MTM", "P{1..12} Perturb"},
-    {40, 0, "MTM", "P{1..12} Perturb"},
-    {41, 2, "ND86TOPERCENTOFF", "P{1..25} T{1..13} NTEMP NPOFF"},
-    {42, 2, "ND86FROMPERCENTOFF", "P{1..25} T{1..13} NTEMP NPOFF"},
-    {50, 1, "CARBOB2", "ARO BNZ OLF EHO SUL ETOHSPG GASSPG"},
-    {50, 14, "CARBOB2", "ALTOXY"},        {52, 0, "VAPORLOCKINDEX", "P1 P2"},
-    {53, 0, "EVAPORATIVE", "P{00..11} NPTS"}, {54, 1, "E200E300EPA", "P{1..4}"},
-    {55, 1, "RBOB", "ARO BNZ OLF EHO SUL ETOHSPG GASSPG"},
-    {55, 9, "RBOB", "P{1..6}"},           {56, 0, "T20GAUSSIAN", "P1 P2 P3"},
-};
-
-// Every keyword value of the parameter block, in table order.
+// Every keyword value of the parameter block, in listing order.
 std::vector<double> allKeywordValues() {
   std::vector<double> values;
-  char name[16];
-  for (std::size_t i = 0; i < tarn::keywords::tableSize(); ++i) {
-    const auto& entry = tarn::keywords::table()[i];
-    for (int k = 0; k < std::max(entry.count, 1); ++k) {
-      tarn::keywords::parameterName(entry, k, name, sizeof name);
-      values.push_back(gfx_getCorParms(entry.group, entry.name ? name : "any"));
-    }
+  int count = 0;
+  gfx_getCorParmsCount(&count);
+  for (int k = 0; k < count; ++k) {
+    char group[TARN_KEYWORD_SIZE], parameter[TARN_KEYWORD_SIZE];
+    gfx_getCorParmsKeywords(k, group, nullptr, parameter);
+    values.push_back(gfx_getCorParms(group, parameter));
   }
   return values;
 }
@@ -169,10 +125,20 @@ std::vector<double> allKeywordValues() {
 // the entry published as sharing its field), through its keyword if it has
 // one, and nowhere else among the coefficients and keyword values.
 TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) {
+  // Which coefficients view a keyword field: "first k, group, keywords".
   std::map<std::pair<int, int>, std::pair<std::string, std::string>> keywordOf;
-  for (const KeywordView& view : kKeywordViews) {
-    int k = view.firstK;
-    for (const std::string& keyword : expandList(view.keywords)) keywordOf[{view.index, k++}] = {view.group, keyword};
+  for (int index = 0; index < 57; ++index) {
+    std::istringstream views(publishedCatalogue()[index][8]);
+    for (std::string view; std::getline(views, view, '|');) {
+      std::istringstream in(view);
+      int k = 0;
+      std::string group, keywords;
+      in >> k >> group;
+      std::getline(in, keywords);
+      for (const std::string& keyword : expandList(keywords)) {
+        keywordOf[{index, k++}] = {group, keyword};
+      }
+    }
   }
   std::size_t viewed = 0;
   for (int index = 0; index < 57; ++index) {

@@ -1,12 +1,11 @@
 // Evaluation by index for the frame tests: a call with arrays sized from the
-// catalogue, and one realistic input row per correlation with the direct call
-// it must amount to.
+// catalogue, on the realistic row of each correlation.
 #pragma once
 
 #include <cmath>
 #include <vector>
 
-#include "support/catalogue_calls.h"
+#include "support/catalogue_rows.h"
 #include "support/fixture.h"
 #include "tarn/tarn.h"
 
@@ -28,30 +27,15 @@ inline Result genCalc(int index, std::vector<double> x, int derivFlag = 1, doubl
   return r;
 }
 
-struct Wrapped {
-  int index;
-  std::vector<double> x;
-  DirectCall direct;
-};
-
-inline const std::vector<Wrapped>& wrappedCalls() {
-  static const std::vector<Wrapped> calls = [] {
-    std::vector<Wrapped> all;
-    visitCatalogueCalls([&](int index, std::vector<double> x, auto direct) { all.push_back({index, std::move(x), direct}); });
-    return all;
-  }();
-  return calls;
-}
-
 inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-// Starts the library with three evaporative temperatures configured, so that
-// EVAPORATIVE computes.
+// Starts the library with the settings the realistic rows name (the three
+// evaporative temperatures that make EVAPORATIVE compute).
 class EvaluationTest : public LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    ASSERT_TRUE(configureEvaporativeTemperatures());
+    for (const CatalogueRow& row : realisticRows()) ASSERT_TRUE(applySettings(row)) << row.index;
   }
 };
 

@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "fuzz_support.h"
-#include "params/keywords.h"
+#include "params/fields.h"
 #include "support/statuses.h"
 #include "tarn/corparms.h"
 
@@ -58,9 +59,18 @@ void changeSetting(ByteReader& in, int index) {
     gfx_tarnSetCoefValue(kind % 4 == 0 ? index : in.index(57), in.index(44), in.value(-5.0, 30.0));
     return;
   }
-  const tarn::keywords::Entry& keyword = tarn::keywords::table()[in.u8() % tarn::keywords::tableSize()];
+  static const std::vector<const tarn::fields::Field*> keywords = [] {
+    std::vector<const tarn::fields::Field*> rows;  // the rows a keyword reaches, in table order
+    for (std::size_t i = 0; i < tarn::fields::tableSize(); ++i) {
+      const tarn::fields::Field& field = tarn::fields::table()[i];
+      if (field.access != tarn::fields::Access::None) rows.push_back(&field);
+    }
+    return rows;
+  }();
+  const tarn::fields::Field& keyword = *keywords[in.u8() % keywords.size()];
   char name[16];
-  tarn::keywords::parameterName(keyword, keyword.count == 0 ? 0 : in.u8() % keyword.count, name, sizeof name);
+  const int count = keyword.slot.count;
+  tarn::fields::elementName(keyword, count == 1 ? 0 : in.u8() % count, name, sizeof name);
   gfx_setCorParms(keyword.group, name, kind % 4 == 1 ? in.value(-5.0, 30.0) : in.value(0.0, 500.0));
 }
 

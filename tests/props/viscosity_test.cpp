@@ -29,8 +29,6 @@ TEST_F(ViscosityTest, BlendingNumberAgreesWithRefutasAndBlendsTheReferenceMixtur
     const double blend = 0.6 * index[v](5.0, 0, nullptr) + 0.4 * index[v](20.0, 0, nullptr);
     EXPECT_NEAR(viscosity[v](blend, 0, nullptr), 8.1085, 5e-5) << "variant " << v + 2;
   }
-  // Variant 1 uses 0.08: log10(log10(10.08)) = log10(1.0034605) = 0.0015003.
-  EXPECT_NEAR(gfx_ViscosityIndex1(10.0, 0, nullptr), 0.0015003, 1e-7);
 }
 
 TEST_F(ViscosityTest, DomainBoundIsInclusiveForVariantOneOnly) {

@@ -97,6 +97,9 @@ Correlation correlation(int index) {
     gfx_tarnGetCoef(index, k, name, &value);
     c.coefficients.push_back({name, value});
   }
+  char source[TARN_SOURCE_SIZE] = "";
+  gfx_tarnGetCorrelationSource(index, source);
+  c.source = source;
   return c;
 }
 
@@ -156,7 +159,16 @@ std::vector<Keyword> keywords() {
   for (int k = 0; k < count; ++k) {
     char correlation[TARN_KEYWORD_SIZE], alias[TARN_KEYWORD_SIZE], parameter[TARN_KEYWORD_SIZE];
     if (gfx_getCorParmsKeywords(k, correlation, alias, parameter) != 0) continue;
-    out.push_back({correlation, alias, parameter, gfx_getCorParms(correlation, parameter)});
+    Keyword keyword;
+    keyword.correlation = correlation;
+    keyword.alias = alias;
+    keyword.parameter = parameter;
+    keyword.value = gfx_getCorParms(correlation, parameter);
+    char unit[TARN_UNIT_SIZE] = "", description[TARN_PARAMETER_DESC_SIZE] = "";
+    gfx_getCorParmsInfo(k, &keyword.defaultValue, unit, description);
+    keyword.unit = unit;
+    keyword.description = description;
+    out.push_back(keyword);
   }
   return out;
 }

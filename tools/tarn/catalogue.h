@@ -24,6 +24,7 @@ struct Correlation {
   std::optional<int> pair;
   int slackCount = 0;
   std::vector<Coefficient> coefficients;
+  std::string source;  // where the correlation was published, or "" where none is on file
 
   // The CORF coefficient (temperature unit flag), when the correlation has one.
   std::optional<double> unitFlag() const;
@@ -53,9 +54,13 @@ struct Keyword {
   std::string alias;  // the group's second correlation keyword, or ""
   std::string parameter;
   double value = 0.0;
+  double defaultValue = 0.0;  // as it reads after a reset
+  std::string unit;           // "" where it has none or mixes units
+  std::string description;
 };
 
-// Every parameter reachable by keyword, with its current value.
+// Every parameter reachable by keyword, with its current value, default,
+// unit and description.
 std::vector<Keyword> keywords();
 
 // Applies CORRELATION.PARAMETER=VALUE through gfx_setCorParms; throws

@@ -15,7 +15,9 @@ void listCommand(Format format, std::ostream& out);
 
 void describeCommand(const std::string& idOrIndex, Format format, std::ostream& out);
 
-void paramsCommand(const std::optional<std::string>& keyword, Format format, std::ostream& out);
+// markdown: the parameter page (docs/parameters.md) instead of the listing.
+void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format,
+                   std::ostream& out);
 
 void codesCommand(bool markdown, Format format, std::ostream& out);
 

@@ -93,8 +93,11 @@ int main(int argc, char** argv) {
   describe->add_option("correlation", described, "Identifier (any case) or index")->required();
   addFormatFlags(describe, describeFormat);
   std::string keyword;
-  auto* params = app.add_subcommand("params", "Parameter keywords and their current values");
+  auto* params = app.add_subcommand(
+      "params", "Parameter keywords: current values, defaults, units, descriptions");
   params->add_option("keyword", keyword, "Show only this correlation keyword");
+  bool parameterPage = false;
+  params->add_flag("--markdown", parameterPage, "Write the parameter page");
   addFormatFlags(params, paramsFormat);
   bool markdown = false;
   auto* codes = app.add_subcommand("codes", "Status codes with their messages");
@@ -163,7 +166,10 @@ int main(int argc, char** argv) {
     }
     if (list->parsed()) listCommand(listFormat.format(), std::cout);
     if (describe->parsed()) describeCommand(described, describeFormat.format(), std::cout);
-    if (params->parsed()) paramsCommand(keyword.empty() ? std::nullopt : std::optional<std::string>(keyword), paramsFormat.format(), std::cout);
+    if (params->parsed()) {
+      const auto only = keyword.empty() ? std::nullopt : std::optional<std::string>(keyword);
+      paramsCommand(only, parameterPage, paramsFormat.format(), std::cout);
+    }
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
     if (optimizeApp->parsed()) code = optimizeCommand(optimize, std::cout);

@@ -14,60 +14,22 @@ struct Constant {
   const char* meaning;
 };
 
-// The TARN_STATUS_* constants of tarn.h, with what each tells the caller.
-constexpr Constant kConstants[] = {
-    {TARN_STATUS_OK, "TARN_STATUS_OK", "success"},
-    {TARN_STATUS_UNDEFINED, "TARN_STATUS_UNDEFINED",
-     "the correlation's result is undefined: the output holds the missing value 1e30"},
-    {TARN_STATUS_NO_PAIR, "TARN_STATUS_NO_PAIR", "gfx_tarnGetIndexPair: the correlation has no inverse"},
-    {TARN_STATUS_INIT_FAILED, "TARN_STATUS_INIT_FAILED", "start-up failed"},
-    {TARN_STATUS_BAD_PROPERTY_ID, "TARN_STATUS_BAD_PROPERTY_ID", "gfx_tarnGetPropId: property number not 0 or 1"},
-    {TARN_STATUS_BAD_PROPERTY_DESC, "TARN_STATUS_BAD_PROPERTY_DESC",
-     "gfx_tarnGetPropDesc: property number not 0 or 1"},
-    {TARN_STATUS_BAD_CORRELATION, "TARN_STATUS_BAD_CORRELATION", "correlation index outside the catalogue"},
-    {TARN_STATUS_BAD_TYPE_QUERY, "TARN_STATUS_BAD_TYPE_QUERY",
-     "gfx_tarnGetCorrelationType: correlation index outside the catalogue (-9999 written as the type)"},
-    {TARN_STATUS_BAD_INPUT, "TARN_STATUS_BAD_INPUT", "input position outside the correlation's inputs"},
-    {TARN_STATUS_BAD_OUTPUT, "TARN_STATUS_BAD_OUTPUT", "output position outside the correlation's outputs"},
-    {TARN_STATUS_BAD_COEFFICIENT, "TARN_STATUS_BAD_COEFFICIENT",
-     "coefficient position outside the correlation's coefficients"},
-    {TARN_STATUS_NO_MESSAGE, "TARN_STATUS_NO_MESSAGE", "gfx_tarnGetErrorMsg: the code has no message"},
-    {TARN_STATUS_NOT_CALCULABLE, "TARN_STATUS_NOT_CALCULABLE",
-     "evaluation by index: the correlation's type cannot be evaluated (also an unknown index)"},
-    {TARN_STATUS_NO_DERIVATIVE_ARRAY, "TARN_STATUS_NO_DERIVATIVE_ARRAY",
-     "derivatives requested without a derivative array"},
-    {TARN_TYPE_UNKNOWN, "TARN_TYPE_UNKNOWN",
-     "not returned: written as the type of an unknown correlation index"},
-};
-
-// The TARN_BML_STATUS_* constants of bml.h.
-constexpr Constant kRouterConstants[] = {
-    {TARN_BML_STATUS_INDEX_PAST_END, "TARN_BML_STATUS_INDEX_PAST_END", "index beyond the combined count"},
-    {TARN_BML_STATUS_BAD_TYPE, "TARN_BML_STATUS_BAD_TYPE", "not returned; has a message"},
-    {TARN_BML_STATUS_TARN_INIT_FAILED, "TARN_BML_STATUS_TARN_INIT_FAILED", "the built-in side did not start"},
-    {TARN_BML_STATUS_UBML_INIT_FAILED, "TARN_BML_STATUS_UBML_INIT_FAILED",
-     "the plug-in could not be loaded or bound, or did not start"},
-    {TARN_BML_STATUS_NO_USER_LIBRARY, "TARN_BML_STATUS_NO_USER_LIBRARY", "the plug-in path names no file"},
-    {TARN_BML_STATUS_BAD_ERROR_CODE, "TARN_BML_STATUS_BAD_ERROR_CODE",
-     "gfx_bmlErrorHandler: no side owns the code"},
-    {TARN_BML_STATUS_BAD_PROPERTY, "TARN_BML_STATUS_BAD_PROPERTY", "a plug-in property asked without a plug-in"},
-    {TARN_BML_STATUS_BAD_CORRELATION, "TARN_BML_STATUS_BAD_CORRELATION",
-     "a plug-in correlation asked without a plug-in"},
-};
-
-// Codes that the message table could hold; wide enough for every family.
-constexpr int kLowestCode = -20000;
-constexpr int kHighestCode = 20000;
+// The status codes of tarn/status.h, with what each tells the caller.
+#define TARN_CONSTANT_ROW(constant, code, meaning, message) {constant, #constant, meaning},
+constexpr Constant kConstants[] = {TARN_CATALOGUE_STATUS_CODES(TARN_CONSTANT_ROW)};
+constexpr Constant kRouterConstants[] = {TARN_ROUTER_STATUS_CODES(TARN_CONSTANT_ROW)};
+#undef TARN_CONSTANT_ROW
 
 std::string message(int code) {
   char text[TARN_MESSAGE_SIZE] = "";
   return gfx_tarnGetErrorMsg(code, text) == TARN_STATUS_OK ? text : "";
 }
 
-// The router's own message: gfx_bmlGetErrorMsg answers -499..-1 from the
-// catalogue's table and its return value does not tell whether it wrote.
+// The router's own message: gfx_bmlGetErrorMsg answers the built-in range
+// from the catalogue's table and its return value does not tell whether it
+// wrote.
 std::string routerMessage(int code) {
-  if (code >= -499 && code <= -1) return "";
+  if (code >= TARN_STATUS_BUILT_IN_LOWEST && code <= TARN_STATUS_BUILT_IN_HIGHEST) return "";
   char text[TARN_MESSAGE_SIZE] = "";
   gfx_bmlGetErrorMsg(code, text);
   return text;
@@ -86,13 +48,6 @@ std::vector<StatusCode> statusCodes() {
   auto collect = [&](const auto& constants, bool router, std::string (*lookup)(int)) {
     std::vector<StatusCode> part;
     for (const Constant& c : constants) part.push_back({c.code, router, c.name, c.meaning, lookup(c.code)});
-    for (int code = kLowestCode; code <= kHighestCode; ++code) {
-      const bool listed =
-          std::any_of(part.begin(), part.end(), [&](const StatusCode& s) { return s.code == code; });
-      if (listed) continue;
-      const std::string text = lookup(code);
-      if (!text.empty()) part.push_back({code, router, "", "", text});
-    }
     std::stable_sort(part.begin(), part.end(), [](const StatusCode& a, const StatusCode& b) {
       const bool aSuccess = a.code >= 0, bSuccess = b.code >= 0;
       if (aSuccess != bSuccess) return aSuccess;

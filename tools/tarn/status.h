@@ -15,8 +15,8 @@ struct StatusCode {
   std::string message;   // what gfx_tarnGetErrorMsg writes, or "" when it has no text
 };
 
-// Every status code of tarn.h and bml.h, and every code the message tables
-// know: the catalogue's codes first, then the router's, each ordered by code.
+// Every status code of tarn/status.h: the catalogue's codes first, then the
+// router's, each ordered by code.
 std::vector<StatusCode> statusCodes();
 
 // A status in words: the library's message, or the meaning of a code that

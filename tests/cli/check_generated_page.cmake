@@ -1,0 +1,10 @@
+# Fails when a generated page (PAGE) differs from what `tarn ARGS` writes now.
+execute_process(COMMAND ${TOOL} ${ARGS} OUTPUT_VARIABLE generated RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "tarn ${ARGS} failed (${result})")
+endif()
+file(READ ${PAGE} checked_in)
+if(NOT generated STREQUAL checked_in)
+  string(REPLACE ";" " " command "${ARGS}")
+  message(FATAL_ERROR "${PAGE} is out of date; regenerate it with\n  ${TOOL} ${command} > ${PAGE}")
+endif()
