@@ -237,6 +237,17 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_set_objective(tarnblend_problem* p
   });
 }
 
+TARNBLEND_API int TARN_CALL tarnblend_problem_set_starts(tarnblend_problem* problem, int starts) {
+  return guarded([&] {
+    need(problem, "problem");
+    if (starts != 1 && starts != 2) {
+      throw ProblemError(TARNBLEND_ERROR_VALUE, "starts: 1 or 2, not " + std::to_string(starts));
+    }
+    problem->starts = starts;
+    problem->changed();
+  });
+}
+
 TARNBLEND_API int TARN_CALL tarnblend_problem_product_count(const tarnblend_problem* problem, int* count) {
   return guarded([&] {
     need(problem, "problem");

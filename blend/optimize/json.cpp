@@ -324,8 +324,8 @@ std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string
     throw ProblemError(TARNBLEND_ERROR_FILE,
                        origin + ":" + position(text, e.byte) + ": malformed JSON: " + reason);
   }
-  in.keys(root, "", {"recipe", "title", "volume_unit", "currency", "objective", "product", "units", "components",
-                     "products"});
+  in.keys(root, "", {"recipe", "title", "volume_unit", "currency", "objective", "starts", "product", "units",
+                     "components", "products"});
   std::string volumeUnit;
   ModelHandle components = componentsModel(in, root, recipe, volumeUnit);
   auto problem = std::make_unique<Problem>(components.get());
@@ -340,6 +340,9 @@ std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string
       in.fail("objective", "unknown objective '" + objective + "' (min cost, max margin, least change)");
     }
   }
+  const double starts = in.number(root, "starts", "", 2.0);
+  if (starts != 1.0 && starts != 2.0) in.fail("starts", "1 or 2");
+  problem->starts = static_cast<int>(starts);
   const Json& products = in.list(root, "products", "");
   if (products.empty()) in.fail("products", "the problem has no product");
   for (std::size_t n = 0; n < products.size(); ++n) {

@@ -5,7 +5,6 @@
 #include <IpTNLP.hpp>
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 namespace tarn::optimize {
 
@@ -516,10 +515,10 @@ class BlendNlp : public Ipopt::TNLP {
 
 NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   NlpOutcome out;
-  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(getenv("IPDEBUG") != nullptr);
+  Ipopt::SmartPtr<Ipopt::IpoptApplication> app = new Ipopt::IpoptApplication(false);
   Ipopt::OptionsList& options = *app->Options();
   options.SetStringValue("sb", "yes");  // no banner
-  options.SetIntegerValue("print_level", getenv("IPDEBUG") ? 5 : 0);
+  options.SetIntegerValue("print_level", 0);
   options.SetStringValue("hessian_approximation", "limited-memory");
   options.SetStringValue("nlp_scaling_method", "user-scaling");
   options.SetNumericValue("tol", 1e-9);

@@ -542,7 +542,8 @@ void solve(Problem& problem) {
   // start from an even split of each product, and the better answer is kept.
   // (A failed first start goes to the elastic problem, which either finds
   // what to relax or a feasible point to start again from.)
-  if (out.solved && objective != TARNBLEND_LEAST_CHANGE && !blendsLinearly(f, start, out.x)) {
+  if (problem.starts > 1 && out.solved && objective != TARNBLEND_LEAST_CHANGE &&
+      !blendsLinearly(f, start, out.x)) {
     NlpOutcome other = solveNlp(f, proportionalStart(f, true));
     r.iterations += other.iterations;
     if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);

@@ -304,6 +304,28 @@ TEST_F(CliTest, RecipeUnitsAndBasisDoNotChangeTheBlend) {
   for (const char* key : {"RVP", "T50", "RON", "SUL", "ETOH"}) {
     EXPECT_NEAR(figure(byMass, key), figure(reference, key), 1e-9) << key;
   }
+  // Volumes whose sum overflows a double (each 4e304 times the sample's)
+  // blend as the sample does: only the shares count.
+  std::string huge;
+  std::stringstream sampleLines(run({"sample"}).out);
+  for (std::string line; std::getline(sampleLines, line);) {
+    std::vector<std::string> cells = split(line);
+    if (line[0] != '#' && cells[0] != "NAME") {
+      char volume[40];
+      std::snprintf(volume, sizeof volume, "%.17g", std::stod(cells[1]) * 4e304);
+      cells[1] = volume;
+    }
+    for (std::size_t i = 0; i < cells.size(); ++i) huge += (i ? "," : "") + cells[i];
+    huge += "\n";
+  }
+  TempFile hugeFile(huge);
+  const Outcome h = run({"blend", hugeFile.path(), "--json"});
+  ASSERT_EQ(h.code, 0) << h.err;
+  const Json scaled = Json::parse(h.out);
+  EXPECT_TRUE(scaled["total_quantity"].is_null());  // beyond the largest double
+  for (const char* key : {"RVP", "T50", "RON", "SUL", "EPA.NOX"}) {
+    EXPECT_NEAR(figure(scaled, key), figure(reference, key), 1e-9 * std::fabs(figure(reference, key))) << key;
+  }
 }
 
 TEST_F(CliTest, CatalogueParametersAndCodes) {
@@ -320,6 +342,15 @@ TEST_F(CliTest, CatalogueParametersAndCodes) {
   const Json pair = Json::parse(run({"describe", "13", "--json"}).out);
   EXPECT_EQ(pair["pair"], 14);
   EXPECT_EQ(pair["outputs"][0]["kind"], nullptr);
+  // Kind codes and switch values in words, a switch set for the run included.
+  const std::string epa = run({"describe", "EPA", "--coef", "EPA.SEASON=2"}).out;
+  const auto line = [&](const std::string& start) {
+    const auto at = epa.find(start);
+    return at == std::string::npos ? std::string() : epa.substr(at, epa.find('\n', at) - at);
+  };
+  EXPECT_NE(line("0  VOC").find("20 emission result or index"), std::string::npos) << epa;
+  EXPECT_NE(line("SEASON").find("2  winter"), std::string::npos) << epa;
+  EXPECT_NE(line("AREA").find("1  VOC control region 1 (south)"), std::string::npos) << epa;
   const Outcome params = run({"params", "reidvaporpressure", "--csv", "--set", "REIDVAPORPRESSURE.any=1.3"});
   ASSERT_EQ(params.code, 0) << params.err;
   EXPECT_EQ(params.out.substr(0, params.out.find("RVP^e")),
@@ -404,6 +435,11 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   EXPECT_EQ(std::stod(cells[4]), out[0]);
   EXPECT_EQ(cells[5], "0");
   EXPECT_EQ(std::stod(cells[8]), d[1]);
+  // The same rows as a spreadsheet in a decimal-comma locale writes them.
+  TempFile semicolons("\xEF\xBB\xBF" "case;T50;t10;RVP\nA;210;120;9\nB;200,0;110;8,0\n");
+  const Outcome local = run({"eval", "TVL", "--csv", semicolons.path()});
+  EXPECT_EQ(local.code, 0) << local.err;
+  EXPECT_EQ(split(local.out.substr(local.out.find("\nA,") + 1))[4], cells[4]);
   // A row with an empty cell gets empty outputs and derivatives, status 1 and
   // the reason, and the run says so; an output named like an input column
   // gets its own name.

@@ -210,6 +210,7 @@ TEST(RecipeFiles, BadFilesGetOnePositionedLine) {
       {h, "2:1", "the recipe has no components"},
       {"", "1:1", "the recipe is empty"},
       {"NAME,VOLUME\n\"A,1\n", "2:1", "a quoted field is not closed"},
+      {"NAME,VOLUME,\"RVP\nX\ty\"\nA,1,9\n", "1:13", "unknown column 'RVP\\x0AX\\x09y'"},  // line end and tab shown
       {"NAME;VOLUME;RVP[kPa]\nA;1;1.234,5\n", "2:5", "RVP of 'A' is not a number: '1.234,5'"},
       {"NAME,VOLUME,ARO[vol%]\nA,1,130\n", "2:5", "ARO of 'A' (130 vol%) must lie between 0 vol% and 100 vol%"},
       {"# product: lemonade\nNAME,VOLUME\nA,1\n", "2:1", "unknown product kind 'lemonade' (gasoline, diesel or jet)"},

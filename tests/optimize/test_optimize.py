@@ -164,7 +164,8 @@ def slsqp_optimum(spec):
             return g
         constraints.append({"type": "ineq", "fun": value, "jac": gradient})
 
-    start = []
+    even, proportional = [], []
+    most = np.array([comp["max"] for comp in spec["components"]])
     for p, product in enumerate(products):
         demand = product["demand"]
         low, high = (demand, demand) if not isinstance(demand, dict) else (demand["min"], demand["max"])
@@ -179,16 +180,26 @@ def slsqp_optimum(spec):
                 limit(p, k, item["property"], item["min"], 1.0)
             if "max" in item:
                 limit(p, k, item["property"], item["max"], -1.0)
-        start.append(np.full(n, (low + high) / 2 / n / scale))
+        even.append(np.full(n, (low + high) / 2 / n / scale))
+        proportional.append((low + high) / 2 * most / most.sum() / scale)
     for i, comp in enumerate(spec["components"]):
         row = np.tile(np.eye(n)[i], len(products))
         constraints.append({"type": "ineq", "fun": lambda x, r=row, m=comp["max"] / scale: m - r @ x,
                             "jac": lambda x, r=row: -r})
-    result = minimize(lambda x: c @ x / norm, np.concatenate(start), jac=lambda x: c / norm, method="SLSQP",
-                      bounds=[(0, None)] * len(c), constraints=constraints,
-                      options={"ftol": 1e-12, "maxiter": 500})
-    assert result.success, result.message
-    return result.fun * norm
+    # Each volume boxed by its component's availability keeps SLSQP's steps
+    # where the blend models are defined.
+    box = [(0, comp["max"] / scale) for comp in spec["components"]] * len(products)
+    # Non-linear blending can leave more than one local optimum: the best
+    # of two starts, an even split and one in proportion to availability.
+    best = None
+    for start in (even, proportional):
+        x0 = np.minimum(np.concatenate(start), [high for _, high in box])
+        result = minimize(lambda x: c @ x / norm, x0, jac=lambda x: c / norm, method="SLSQP",
+                          bounds=box, constraints=constraints, options={"ftol": 1e-12, "maxiter": 500})
+        if result.success and (best is None or result.fun < best):
+            best = result.fun
+    assert best is not None, "SLSQP found no optimum from either start"
+    return best * norm
 
 
 @pytest.mark.parametrize("name", NONLINEAR)

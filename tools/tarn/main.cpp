@@ -40,7 +40,8 @@ int main(int argc, char** argv) {
                "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
   app.footer(
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
-      "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for.\n"
+      "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for\n"
+      "(optimize: no recipe meets every limit).\n"
       "Errors are one line on standard error.");
   // libtarn and the tool are built together, so they share the project's version.
   app.set_version_flag("--version", std::string("tarn ") + TARN_VERSION_TEXT + " (libtarn " + TARN_VERSION_TEXT +

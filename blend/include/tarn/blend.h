@@ -427,8 +427,10 @@ TARNBLEND_API int TARN_CALL tarnblend_model_check_row(const tarnblend_model* mod
  * A fault is TARNBLEND_ERROR_FILE with a one-line message that starts with
  * "file:line:column: ": an unknown column or unit (the message lists the
  * accepted ones), a cell that is not a number, a value the property cannot
- * have, a D86 curve that falls or reads above 400 C, a name given twice,
- * text that is not UTF-8 (binary data, UTF-16, Latin-1; never echoed). */
+ * have, a D86 curve that falls or reads above 400 C (or, for a gasoline
+ * whose temperature unit the caller assumed, above its 225 C end point), a
+ * name given twice, text that is not UTF-8 (binary data, UTF-16, Latin-1;
+ * never echoed: control characters in messages are written \xNN). */
 
 typedef struct tarnblend_recipe tarnblend_recipe;
 

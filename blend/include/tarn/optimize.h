@@ -168,6 +168,13 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_units(const tarnblend_problem* pro
  * _MAX_MARGIN or _LEAST_CHANGE. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_set_objective(tarnblend_problem* problem, int objective);
 
+/* Starts of the solver: 2 (the default) solves a problem whose limits do
+ * not all blend linearly from the proportional start and again from an even
+ * split of each product, keeping the better optimum (such problems can have
+ * more than one); 1 solves from the proportional start only, in about half
+ * the time. A problem file gives it as "starts". */
+TARNBLEND_API int TARN_CALL tarnblend_problem_set_starts(tarnblend_problem* problem, int starts);
+
 /* Number of products, and product p's name, kind and grade ("" when none;
  * class "" when the grade has none). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_product_count(const tarnblend_problem* problem, int* count);

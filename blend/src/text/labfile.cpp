@@ -94,7 +94,7 @@ std::string printable(std::string_view text, std::size_t limit) {
   for (std::size_t i = 0; i < text.size();) {
     if (characters == limit) return out + "\xE2\x80\xA6";  // ellipsis
     const std::size_t length = sequenceLength(text, i);
-    if (length == 0 || isControl(text, i, length)) {
+    if (length == 0 || isControl(text, i, length) || static_cast<unsigned char>(text[i]) < 0x20) {
       out += hexByte(static_cast<unsigned char>(text[i]));
       ++i;
     } else {

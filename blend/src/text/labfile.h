@@ -21,7 +21,7 @@ struct FileError : std::runtime_error {
 };
 
 // Text safe to put in a one-line message: at most `limit` characters,
-// control characters and bytes that are not UTF-8 written as \xNN.
+// control characters (tab and line ends included) and bytes that are not UTF-8 written as \xNN.
 std::string printable(std::string_view text, std::size_t limit = 40);
 
 // The contents of one file, checked to be UTF-8 text.
