@@ -266,6 +266,11 @@ class _TableText:
     the row and column of the caller's table instead."""
 
     def __init__(self, columns: Mapping[str, Sequence[Any]], units: Mapping[str, str]) -> None:
+        keys = {_HEADER_UNIT.split(str(name))[0].strip().upper() for name in columns}
+        stray = [key for key in units if key.upper() not in keys]
+        if stray:
+            raise KeyError("units given for %s, which the table has no column for (its columns: %s)"
+                           % (", ".join(stray), ", ".join(map(str, columns))))
         headers = [self._header(str(name), units) for name in columns]
         lengths = {len(values) for values in columns.values()}
         if len(lengths) > 1:

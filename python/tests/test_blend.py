@@ -211,6 +211,8 @@ def test_recipes_refuse_bad_tables_and_keep_their_state():
         with pytest.raises(kind) as error:
             tarn.Recipe(given)
         assert words in str(error.value), (change, str(error.value))
+    with pytest.raises(KeyError, match="T5O"):
+        tarn.Recipe(table, units={"T5O": "C"})  # a unit for no column is a typing error
     before = recipe.volumes
     for volumes, kind in (([1.0, -1.0], tarn.BlendError), ([1.0], ValueError),
                           ({"Butane": 1.0}, KeyError), (["1", 2], TypeError)):
