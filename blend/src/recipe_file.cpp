@@ -316,7 +316,9 @@ class RecipeBuilder {
     const bool volume = h.name == "VOLUME";
     if (quantityColumn_ >= 0) {
       const Column& other = columns_[static_cast<std::size_t>(quantityColumn_)];
-      text_.fail(c.offset, other.name == h.name ? "column " + h.name + " appears twice"
+      text_.fail(c.offset, other.name == h.name ? shown(c.header) + " gives " + h.name + " again (as " +
+                                                      shown(other.header) + " at " + text_.where(other.offset) +
+                                                      " does): write it once, in one unit"
                                                 : "the recipe gives both VOLUME and MASS: choose one basis");
     }
     const char* unit = "";
@@ -346,8 +348,8 @@ class RecipeBuilder {
     }
     if (const auto other = columnByKey_.find(c.key); other != columnByKey_.end()) {
       const Column& first = columns_[static_cast<std::size_t>(other->second)];
-      text_.fail(c.offset, "column " + shown(c.header) + " gives " + c.key + " again (as " + shown(first.header) +
-                               " at " + text_.where(first.offset) + " does)");
+      text_.fail(c.offset, shown(c.header) + " gives " + c.key + " again (as " + shown(first.header) + " at " +
+                               text_.where(first.offset) + " does): write it once, in one unit");
     }
     columnByKey_[c.key] = static_cast<int>(columns_.size());
 

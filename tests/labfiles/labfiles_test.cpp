@@ -225,6 +225,8 @@ TEST(RecipeFiles, BadFilesGetOnePositionedLine) {
       {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1, \"VOLUME\": 2}]}", "1:54", "the component gives VOLUME twice"},
       {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1}], \"units\": {\"T50\": \"C\"}}", "1:56", "the units must come before the components"},
       {"[1, 2]", "1:1", "a recipe in JSON is an object"},
+      {"{\"components\": [{\"name\": \"A\", \"VOLUME[bbl]\": 1}, {\"name\": \"B\", \"volume\": 2}]}", "1:64",
+       "'volume' gives VOLUME again (as 'VOLUME[bbl]' at recipe.csv:1:31 does): write it once, in one unit"},
   };
   for (const auto& [text, position, message] : cases) {
     Read r;
