@@ -14,6 +14,8 @@ import argparse
 import copy
 import itertools
 import json
+import os
+import resource
 import time
 from pathlib import Path
 
@@ -45,6 +47,12 @@ def cases(count):
     return out
 
 
+def cpu_seconds():
+    """CPU time of this process so far (user and system)."""
+    usage = resource.getrusage(resource.RUSAGE_SELF)
+    return usage.ru_utime + usage.ru_stime
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--workers", type=int, default=2)
@@ -59,17 +67,22 @@ def main():
     started = time.perf_counter()
     with tarn.dask.local_cluster(options.workers, dashboard_address=None, silence_logs=40) as cluster, \
             distributed.Client(cluster) as client:
+        before = client.run(cpu_seconds)
         ready = time.perf_counter()
         table = tarn.dask.optimize_cases(problems, recipe, client)
         solved = time.perf_counter()
-    print("%d cases on %d worker processes: %.1f s (cluster start %.1f s)"
-          % (len(problems), options.workers, solved - ready, ready - started))
+        after = client.run(cpu_seconds)
+    # The CPU time the workers got tells a busy machine from overhead.
+    print("%d cases on %d worker processes: %.1f s (cluster start %.1f s), %.1f s of CPU; "
+          "load average %.1f" % (len(problems), options.workers, solved - ready, ready - started,
+                                 sum(after[w] - before[w] for w in after), os.getloadavg()[0]))
 
     if not options.skip_single:
-        started = time.perf_counter()
+        started, cpu = time.perf_counter(), cpu_seconds()
         alone = tarn.dask.optimize_cases(problems, recipe, client=None)
-        print("%d cases one after another in this process: %.1f s"
-              % (len(problems), time.perf_counter() - started))
+        print("%d cases one after another in this process: %.1f s, %.1f s of CPU; load average %.1f"
+              % (len(problems), time.perf_counter() - started, cpu_seconds() - cpu,
+                 os.getloadavg()[0]))
         assert alone["objective"].equals(table["objective"]), "the two runs differ"
 
     table.insert(0, "case", [p["title"] for p in problems])
