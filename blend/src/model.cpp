@@ -71,6 +71,8 @@ void Model::setNeeded(const int* indexes, int count) {
   }
   if (count == 0) std::fill(std::begin(wanted), std::end(wanted), true);
   closeOverInputs(wanted);
+  // The same list again keeps the last evaluation.
+  if (std::equal(std::begin(wanted), std::end(wanted), std::begin(wanted_))) return;
   std::copy(std::begin(wanted), std::end(wanted), std::begin(wanted_));
   changed();
 }

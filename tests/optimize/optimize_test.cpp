@@ -173,8 +173,8 @@ TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
 }
 
 // After a solve the product's model holds every blended property, limited or
-// not, at the recipe the solve reports: a model built afresh from the recipe
-// gives the same figures there. (The optimiser evaluates only the limited
+// not, with its derivatives, at the recipe the solve reports: a model built
+// afresh from the recipe gives the same figures there. (The optimiser evaluates only the limited
 // properties while it solves, and an infeasible problem tries each
 // relaxation alone, at other recipes, before it answers.)
 TEST_F(Optimizer, TheProductModelIsLeftWholeAtTheReportedRecipe) {
@@ -210,6 +210,8 @@ TEST_F(Optimizer, TheProductModelIsLeftWholeAtTheReportedRecipe) {
           << key;
     }
     EXPECT_EQ(blendtest::figure(solved, "EPA.NOX").status, TARNBLEND_COMPUTED);
+    std::vector<double> jacobian(static_cast<std::size_t>(count) * 6);
+    EXPECT_EQ(tarnblend_model_jacobian(solved, jacobian.data(), count, 6), TARNBLEND_OK) << tarnblend_last_error();
   }
 }
 

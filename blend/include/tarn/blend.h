@@ -289,7 +289,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_evaluate_at(tarnblend_model* model, 
  * property comes out not computed, with the reason "not evaluated: the model
  * was asked for other properties only", and its derivatives missing. A count
  * of 0 asks for every property again, the default; changing the product
- * kind does too. TARNBLEND_ERROR_ARGUMENT for an index out of range, a
+ * kind does too. Asking for what is already asked keeps the last evaluation.
+ * TARNBLEND_ERROR_ARGUMENT for an index out of range, a
  * negative count, or a null list with a positive count (nothing changes). */
 TARNBLEND_API int TARN_CALL tarnblend_model_set_needed(tarnblend_model* model, const int* properties, int count);
 
