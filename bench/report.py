@@ -312,16 +312,35 @@ def main(argv):
                 before, after = paired(earlier, name, "direct"), paired(m, name, "direct")
                 lines.append((f"{ident}, {mode} (direct call)", fmt_ns(before), fmt_ns(after),
                               fmt_x(speedup(before, after))))
+        for mode, label in ((0, "values"), (1, "with derivatives")):
+            name = f"BM_BlendModel/derivatives:{mode}"
+            before, after = earlier.get(name, {}).get("ns"), m.get(name, {}).get("ns")
+            if before and after:
+                lines.append((f"Blend model, 10 components, {label}", fmt_ns(before), fmt_ns(after),
+                              fmt_x(speedup(before, after))))
         say(table(["call", "earlier run", "this run", "speed-up"], lines) + "\n")
     if pools:
         say("The blend optimiser (`tarnblend_problem_solve`): ten streams shared by a regular and a "
             "premium gasoline, 16 limits each (volatility, distillation points, octanes, "
             "composition), greatest margin; by default IPOPT runs from two starts (the "
-            "proportional one and an even split) and the better optimum is kept, "
+            "proportional one and an even split; octane limits bind here, so the second start "
+            "is taken) and the better optimum is kept, "
             "`tarnblend_problem_set_starts(problem, 1)` runs the first only.\n")
-        say(table(["starts", "per solve", "IPOPT iterations per solve"],
-                  [(starts, fmt_ns(pool["ns"]), f"{pool['run'].get('iterations', 0):.0f}")
-                   for starts, pool in sorted(pools.items(), reverse=True)]) + "\n")
+        before = {} if earlier is None else {arg(name, "starts"): entry for name, entry in earlier.items()
+                                             if name.startswith("BM_OptimizeGasolinePool/")}
+        header = ["starts", "per solve", "IPOPT iterations per solve"]
+        if before:
+            header += ["earlier run, per solve", "its iterations", "speed-up"]
+        lines = []
+        for starts, pool in sorted(pools.items(), reverse=True):
+            line = [starts, fmt_ns(pool["ns"]), f"{pool['run'].get('iterations', 0):.0f}"]
+            if before:
+                then = before.get(starts)
+                line += [fmt_ns(then["ns"]) if then else "–",
+                         f"{then['run'].get('iterations', 0):.0f}" if then else "–",
+                         fmt_x(speedup(then["ns"], pool["ns"])) if then else "–"]
+            lines.append(tuple(line))
+        say(table(header, lines) + "\n")
     find = sorted((arg(name, "n"), e["ns"]) for name, e in m.items()
                   if name.startswith("BM_FindPoints/"))
     if find:
@@ -382,6 +401,29 @@ def main(argv):
             "the call into the library and the checks on its inputs and outputs; many rows "
             "from an array pay for them once.\n")
         say(table(["evaluation", "package", "plain Python", "package / plain"], python_rows) + "\n")
+
+    # ---- blend models and the optimiser from Python ---------------------------
+    c_blend = blend_model.get(1)
+    # tarn.optimize solves with the problem's default starts (two).
+    c_pool = pools[2]["ns"] if 2 in pools else None
+    blend_rows = []
+    for what, name, reference in (
+            ("Recipe.properties_at(), values and derivatives, per call",
+             "python/blend/properties_at/derivatives:1", c_blend),
+            ("Recipe.blend(), every property with its texts and derivatives, per call",
+             "python/blend/blend/derivatives:1", c_blend),
+            ("tarn.optimize(), the pool problem, two starts, per solve (results read out)",
+             "python/optimize/pool", c_pool)):
+        ns = python_per_call(python, name)
+        if ns is not None:
+            blend_rows.append((what, fmt_ns(ns), fmt_ns(reference), fmt_ratio(ns, reference)))
+    if blend_rows:
+        say("## Blend models and the optimiser from Python\n")
+        say("The package on the C benchmarks' problems (the ten streams as a `tarn.Recipe`, the "
+            "pool problem as a dict), next to the C call: what the package adds is the "
+            "conversion of missing values to NaN, and for `blend()` and `optimize()` reading "
+            "every label, unit, reason and method out of the library.\n")
+        say(table(["call", "package", "C", "package / C"], blend_rows) + "\n")
 
     sys.stdout.write("\n".join(out))
 
