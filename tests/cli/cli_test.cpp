@@ -92,33 +92,21 @@ std::vector<std::string> split(const std::string& line) {
   return cells;
 }
 
-// The sample recipe as the tool prints it (it has no quoted cells).
-struct Sample {
-  std::vector<std::string> headers, names;
-  std::vector<std::vector<double>> rows;  // without the name
-  std::vector<double> column(const std::string& header) const {
-    const auto at = std::find(headers.begin(), headers.end(), header) - headers.begin() - 1;
-    std::vector<double> out;
-    for (const auto& r : rows) out.push_back(r.at(static_cast<std::size_t>(at)));
-    return out;
-  }
-};
-
-Sample sample() {
-  Sample s;
+// A column of the sample recipe as the tool prints it (it has no quoted cells).
+std::vector<double> sampleColumn(const std::string& header) {
+  std::vector<double> out;
+  std::size_t at = std::string::npos;
   std::stringstream text(run({"sample"}).out);
   for (std::string line; std::getline(text, line);) {
     if (line.empty() || line[0] == '#') continue;
     const auto cells = split(line);
-    if (s.headers.empty()) {
-      s.headers = cells;
-      continue;
+    if (at == std::string::npos) {
+      at = static_cast<std::size_t>(std::find(cells.begin(), cells.end(), header) - cells.begin());
+    } else {
+      out.push_back(std::stod(cells.at(at)));
     }
-    s.names.push_back(cells[0]);
-    s.rows.emplace_back();
-    for (std::size_t i = 1; i < cells.size(); ++i) s.rows.back().push_back(std::stod(cells[i]));
   }
-  return s;
+  return out;
 }
 
 double figure(const Json& report, const std::string& key) {
@@ -136,23 +124,24 @@ class CliTest : public ::testing::Test {
 };
 
 TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
-  const Sample s = sample();
   const Outcome r = run({"blend", "--json"});
   ASSERT_EQ(r.code, 0) << r.err;
   const Json report = Json::parse(r.out);
-  const std::vector<double> volume = s.column("VOLUME[bbl]");
+  const std::vector<double> volume = sampleColumn("VOLUME[bbl]");
   const int n = static_cast<int>(volume.size());
   double total = 0;
   for (double v : volume) total += v;
   std::vector<double> fractions, index, curves;
   for (double v : volume) fractions.push_back(v / total);
-  for (double rvp : s.column("RVP[psi]")) index.push_back(gfx_RVPIndex(rvp, 0, nullptr));
+  for (double rvp : sampleColumn("RVP[psi]")) index.push_back(gfx_RVPIndex(rvp, 0, nullptr));
   const double rvp = gfx_RVP(gfx_LinearByVolume(volume.data(), n, index.data()), 0, nullptr);
   EXPECT_NEAR(figure(report, "RVP"), rvp, 1e-9);
 
   const char* points[] = {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"};
+  std::vector<std::vector<double>> columns;
+  for (const char* p : points) columns.push_back(sampleColumn(std::string(p) + "[F]"));
   for (int i = 0; i < n; ++i) {
-    for (const char* p : points) curves.push_back(s.column(std::string(p) + "[F]")[i]);
+    for (const auto& column : columns) curves.push_back(column[static_cast<std::size_t>(i)]);
   }
   // The report takes components boiling within 10 F (butane, ethanol) as pure
   // compounds that keep their curves through the TBP conversion, and searches
@@ -163,15 +152,16 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   ASSERT_EQ(gfx_D86(n, fractions.data(), curves.data(), curve, nullptr, 0, 0, 'F'), 0);
   for (int k = 0; k < 7; ++k) EXPECT_NEAR(figure(report, points[k]), curve[k], 1e-9) << points[k];
 
-  std::vector<double> ron = s.column("RON"), mon = s.column("MON"), olefins = s.column("OLF[vol%]"),
-                      aromatics = s.column("ARO[vol%]");
+  std::vector<double> ron = sampleColumn("RON"), mon = sampleColumn("MON"), olefins = sampleColumn("OLF[vol%]"),
+                      aromatics = sampleColumn("ARO[vol%]");
   double octane[2];
   ASSERT_EQ(gfx_Healy(0, fractions.data(), n, ron.data(), mon.data(), olefins.data(), aromatics.data(), octane,
                       nullptr),
             0);
   EXPECT_NEAR(figure(report, "RON"), octane[0], 1e-9);
   EXPECT_NEAR(figure(report, "MON"), octane[1], 1e-9);
-  const std::vector<double> gravity = s.column("SPG"), sulfur = s.column("SUL[ppm]"), ethanol = s.column("ETOH[vol%]");
+  const std::vector<double> gravity = sampleColumn("SPG"), sulfur = sampleColumn("SUL[ppm]"),
+                            ethanol = sampleColumn("ETOH[vol%]");
   EXPECT_NEAR(figure(report, "SUL"), gfx_LinearByMass(volume.data(), n, gravity.data(), sulfur.data()), 1e-9);
   const double etoh = gfx_LinearByVolume(volume.data(), n, ethanol.data());
   EXPECT_NEAR(figure(report, "DI"), gfx_DriveabilityIndexE(0, 'F', curve[1], curve[3], curve[5], nullptr, etoh), 1e-9);
