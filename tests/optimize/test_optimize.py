@@ -55,8 +55,8 @@ class Model:
     def __init__(self):
         table = {"NAME": NAMES, "VOLUME[bbl]": list(RECIPE.values())}
         table.update({key: [DATA[n][key] for n in NAMES] for key in KEYS})
-        self.recipe = tarn.Recipe(table, temperature_unit="F", units={**UNITS, "RVP": "psi", "OLF": "vol%",
-                                                                        "BNZ": "vol%", "ETOH": "vol%"})
+        self.recipe = tarn.Recipe(table, temperature_unit="F", units={**UNITS, "OLF": "vol%", "BNZ": "vol%",
+                                                                        "ETOH": "vol%"})
         self.keys = self.recipe.blend(derivatives=False).keys
 
     def index(self, key):
