@@ -25,21 +25,6 @@ class BlendTest : public ::testing::Test {
   }
 };
 
-struct Snapshot {
-  std::vector<double> values;
-  std::vector<int> statuses;
-};
-
-Snapshot evaluateAt(tarnblend_model* m, const std::vector<double>& volumes) {
-  int count = 0;
-  tarnblend_model_property_count(m, &count);
-  Snapshot s{std::vector<double>(static_cast<std::size_t>(count)), std::vector<int>(static_cast<std::size_t>(count))};
-  EXPECT_EQ(tarnblend_model_set_volumes(m, volumes.data(), static_cast<int>(volumes.size())), TARNBLEND_OK);
-  EXPECT_EQ(tarnblend_model_evaluate(m, 0), TARNBLEND_OK) << tarnblend_last_error();
-  tarnblend_model_values(m, s.values.data(), s.statuses.data(), count);
-  return s;
-}
-
 // Every derivative the model reports against the central difference of its
 // own values (one-sided for a component without volume, which cannot go
 // below zero). libtarn's curve blend and emission models give their
@@ -47,43 +32,33 @@ Snapshot evaluateAt(tarnblend_model* m, const std::vector<double>& volumes) {
 // Returns the number of derivatives compared (of the properties whose key
 // starts with `prefix`).
 int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const std::string& prefix = "") {
-  int n = 0, count = 0;
-  tarnblend_model_component_count(m, &n);
-  tarnblend_model_property_count(m, &count);
-  std::vector<double> volumes(static_cast<std::size_t>(n));
+  const std::vector<double> volumes = volumesOf(m);
+  const std::size_t n = volumes.size();
   double total = 0.0;
-  for (int i = 0; i < n; ++i) {
-    tarnblend_model_volume(m, i, &volumes[static_cast<std::size_t>(i)]);
-    total += volumes[static_cast<std::size_t>(i)];
-  }
-  std::vector<double> values(static_cast<std::size_t>(count)), jacobian(static_cast<std::size_t>(count * n));
-  EXPECT_EQ(tarnblend_model_evaluate_at(m, volumes.data(), n, values.data(), jacobian.data()), TARNBLEND_OK);
+  for (double v : volumes) total += v;
+  const Evaluation here = evaluateAt(m, volumes);
   int compared = 0;
-  for (int i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n; ++i) {
     const double h = 1e-4 * total;
-    const bool oneSided = volumes[static_cast<std::size_t>(i)] == 0.0;
+    const bool oneSided = volumes[i] == 0.0;
     std::vector<double> up = volumes, down = volumes;
-    up[static_cast<std::size_t>(i)] += h;
-    if (!oneSided) down[static_cast<std::size_t>(i)] -= h;
-    const Snapshot plus = evaluateAt(m, up), minus = evaluateAt(m, down);
-    for (int k = 0; k < count; ++k) {
-      if (plus.statuses[static_cast<std::size_t>(k)] != TARNBLEND_COMPUTED ||
-          minus.statuses[static_cast<std::size_t>(k)] != TARNBLEND_COMPUTED || values[static_cast<std::size_t>(k)] == TARN_MISSING) {
+    up[i] += h;
+    down[i] -= oneSided ? 0.0 : h;
+    const Evaluation plus = evaluateAt(m, up, false), minus = evaluateAt(m, down, false);
+    for (std::size_t k = 0; k < here.values.size(); ++k) {
+      const std::string key = keyOf(m, k);
+      if (plus.statuses[k] != TARNBLEND_COMPUTED || minus.statuses[k] != TARNBLEND_COMPUTED ||
+          here.values[k] == TARN_MISSING || key.compare(0, prefix.size(), prefix) != 0) {
         continue;
       }
-      const char* key = "";
-      tarnblend_model_property_info(m, k, &key, nullptr, nullptr, nullptr, nullptr, nullptr);
-      if (std::string(key).compare(0, prefix.size(), prefix) != 0) continue;
-      const double difference = (plus.values[static_cast<std::size_t>(k)] - minus.values[static_cast<std::size_t>(k)]) /
-                                (oneSided ? h : 2.0 * h);
-      const double reported = jacobian[static_cast<std::size_t>(k * n + i)];
-      const double scale = (std::fabs(values[static_cast<std::size_t>(k)]) + 1.0) / total;
+      const double difference = (plus.values[k] - minus.values[k]) / (oneSided ? h : 2.0 * h);
+      const double reported = here.jacobian[k * n + i], scale = (std::fabs(here.values[k]) + 1.0) / total;
       EXPECT_NEAR(reported, difference, relative * std::max(std::fabs(difference), std::fabs(reported)) + 1e-4 * scale)
           << key << " by the volume of component " << i;
       ++compared;
     }
   }
-  EXPECT_EQ(tarnblend_model_set_volumes(m, volumes.data(), n), TARNBLEND_OK);
+  EXPECT_EQ(tarnblend_model_set_volumes(m, volumes.data(), static_cast<int>(n)), TARNBLEND_OK);
   return compared;
 }
 
@@ -165,48 +140,40 @@ TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
   } cases[] = {{TARNBLEND_GASOLINE, kGasoline, {"AKI", "T90", "E100"}}, {TARNBLEND_DIESEL, kDiesel, {"T90", "CI4"}}};
   for (const auto& c : cases) {
     Model m = build(c.product, c.table);
-    int n = 0, count = 0, checked = 0;
-    tarnblend_model_component_count(m.get(), &n);
-    tarnblend_model_property_count(m.get(), &count);
-    std::vector<double> a(static_cast<std::size_t>(n)), values(static_cast<std::size_t>(count));
-    for (int i = 0; i < n; ++i) tarnblend_model_volume(m.get(), i, &a[static_cast<std::size_t>(i)]);
-    auto at = [&](const std::vector<double>& v, int k) {
-      EXPECT_EQ(tarnblend_model_evaluate_at(m.get(), v.data(), n, values.data(), nullptr), TARNBLEND_OK);
-      return values[static_cast<std::size_t>(k)];
-    };
-    for (int k = 0; k < count; ++k) {
-      const char* key = "";
+    const std::vector<double> a = volumesOf(m.get()), b(a.rbegin(), a.rend());
+    int checked = 0;
+    for (std::size_t k = 0; k < evaluateAt(m.get(), a, false).values.size(); ++k) {
+      auto valueAt = [&](const std::vector<double>& v) { return evaluateAt(m.get(), v, false).values[k]; };
       int flags = 0;
-      tarnblend_model_property_info(m.get(), k, &key, nullptr, nullptr, nullptr, nullptr, &flags);
+      tarnblend_model_property_info(m.get(), static_cast<int>(k), nullptr, nullptr, nullptr, nullptr, nullptr, &flags);
       const bool linear = (flags & TARNBLEND_FLAG_LINEAR_LIMITS) != 0;
-      const double target = at(a, k);
-      if ((!linear && !c.controls.count(key)) || target == TARN_MISSING) continue;
+      const double target = valueAt(a);
+      if ((!linear && !c.controls.count(keyOf(m.get(), k))) || target == TARN_MISSING) continue;
       // The recipe reversed, brought to the same value by adding the
       // component whose own value lies furthest on the other side (bisection).
-      const std::vector<double> b(a.rbegin(), a.rend());
-      const double side = at(b, k) > target ? 1.0 : -1.0;
+      const double side = valueAt(b) > target ? 1.0 : -1.0;
       std::size_t pick = 0;
       double furthest = 0.0;
       for (std::size_t j = 0; j < a.size(); ++j) {
         std::vector<double> alone(a.size(), 0.0);
         alone[j] = 1.0;
-        const double own = at(alone, k);
+        const double own = valueAt(alone);
         if (own != TARN_MISSING && side * (target - own) > furthest) furthest = side * (target - own), pick = j;
       }
-      auto added = [&](double volume) {
+      auto above = [&](double volume) {
         std::vector<double> t = b;
         t[pick] += volume;
-        return t;
+        return side * (valueAt(t) - target) > 0;
       };
       double low = 0.0, high = 1e4;
-      while (side * (at(added(high), k) - target) > 0 && high < 1e12) high *= 10;
-      for (int step = 0; step < 100; ++step) {
-        ((side * (at(added((low + high) / 2), k) - target) > 0) ? low : high) = (low + high) / 2;
-      }
-      std::vector<double> mix = added(high);
+      while (above(high) && high < 1e12) high *= 10;
+      for (int step = 0; step < 100; ++step) (above((low + high) / 2) ? low : high) = (low + high) / 2;
+      std::vector<double> mix = b;
+      mix[pick] += high;
       for (std::size_t i = 0; i < a.size(); ++i) mix[i] += a[i];
-      const double moved = std::fabs(at(mix, k) - target), tolerance = 1e-8 * (1.0 + std::fabs(target));
-      EXPECT_TRUE(linear ? moved < tolerance : moved > 100 * tolerance) << key << (linear ? " moved " : " kept ") << moved;
+      const double moved = std::fabs(valueAt(mix) - target), tolerance = 1e-8 * (1.0 + std::fabs(target));
+      EXPECT_TRUE(linear ? moved < tolerance : moved > 100 * tolerance)
+          << keyOf(m.get(), k) << (linear ? " moved " : " kept ") << moved;
       ++checked;
     }
     EXPECT_GE(checked, 9);
@@ -220,20 +187,17 @@ TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
 TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   Model whole = build(TARNBLEND_GASOLINE, kGasoline), part = build(TARNBLEND_GASOLINE, kGasoline);
   const std::vector<double> volumes = {300, 1500, 3000, 3300, 1900, 500};
-  int count = 0, k = -1;
-  tarnblend_model_property_count(whole.get(), &count);
-  std::vector<double> vw(static_cast<std::size_t>(count)), jw(vw.size() * 6), vp(vw), jp(jw);
-  ASSERT_EQ(tarnblend_model_evaluate_at(whole.get(), volumes.data(), 6, vw.data(), jw.data()), TARNBLEND_OK);
+  const Evaluation w = evaluateAt(whole.get(), volumes);
   // VLI reads RVP and E70, E70 the curve; EPA.NOX reads E200, E300 and oxygen
   // by oxygenate, and the model's five figures come together.
-  const int asked[] = {tarnblend_model_property_find(part.get(), "VLI", &k) == TARNBLEND_OK ? k : -1,
-                       tarnblend_model_property_find(part.get(), "EPA.NOX", &k) == TARNBLEND_OK ? k : -1};
+  const int count = static_cast<int>(w.values.size()), asked[] = {static_cast<int>(at(part.get(), "VLI")),
+                                                                  static_cast<int>(at(part.get(), "EPA.NOX"))};
   ASSERT_EQ(tarnblend_model_set_needed(part.get(), asked, 2), TARNBLEND_OK);
-  ASSERT_EQ(tarnblend_model_evaluate_at(part.get(), volumes.data(), 6, vp.data(), jp.data()), TARNBLEND_OK);
+  const Evaluation p = evaluateAt(part.get(), volumes);
   for (const char* key : {"VLI", "RVP", "E70", "IBP", "FBP", "EPA.VOC", "E300", "T90", "EHO", "SUL"}) {
-    tarnblend_model_property_find(part.get(), key, &k);
-    const auto at = static_cast<std::size_t>(k);
-    EXPECT_TRUE(vp[at] == vw[at] && std::equal(&jp[at * 6], &jp[at * 6 + 6], &jw[at * 6])) << key;
+    const std::size_t k = at(part.get(), key);
+    EXPECT_TRUE(p.values[k] == w.values[k] && std::equal(&p.jacobian[k * 6], &p.jacobian[k * 6 + 6], &w.jacobian[k * 6]))
+        << key;
   }
   for (const char* key : {"RON", "TVL20", "E100", "DI", "CARB.THC"}) {
     EXPECT_EQ(figure(part.get(), key).reason, "not evaluated: the model was asked for other properties only");
