@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -288,75 +289,78 @@ TEST_F(CliTest, WhatCannotBeComputedIsNullWithItsReason) {
   }
 }
 
-TEST_F(CliTest, CatalogueParametersAndCodes) {
-  const Json correlations = Json::parse(run({"list", "--json"}).out);
-  ASSERT_EQ(correlations.size(), 57u);
-  EXPECT_EQ(correlations[9]["id"], "RVPINDEX");
-  EXPECT_EQ(correlations[9]["inputs"], Json::array({"RVP"}));
-  EXPECT_NE(run({"list"}).out.find("POFF1\xE2\x80\xA6POFF10"), std::string::npos);
-  // Coefficients show their current values, including one changed for the run.
-  const Json tvl = Json::parse(run({"describe", "tvl", "--json", "--coef", "TVL.P1=120"}).out);
-  EXPECT_EQ(tvl["index"], 0);
-  EXPECT_EQ(tvl["coefficients"][1]["name"], "P1");
-  EXPECT_EQ(tvl["coefficients"][1]["value"], 120.0);
-  const Json pair = Json::parse(run({"describe", "13", "--json"}).out);
-  EXPECT_EQ(pair["pair"], 14);
-  EXPECT_EQ(pair["outputs"][0]["kind"], nullptr);
-  // Kind codes and switch values in words, a switch set for the run included.
-  const std::string epa = run({"describe", "EPA", "--coef", "EPA.SEASON=2"}).out;
-  const auto line = [&](const std::string& start) {
-    const auto at = epa.find(start);
-    return at == std::string::npos ? std::string() : epa.substr(at, epa.find('\n', at) - at);
+// The catalogue, coefficients (with one changed for the run), a setting
+// that changes the report of the same run, and evaluations by index: their
+// JSON answers at a JSON pointer. The TVL figures are the library's own
+// evaluation; derivatives are input-major (T50 moves only E200), read with
+// as many outputs per input as a configured correlation has.
+TEST_F(CliTest, CatalogueCoefficientsAndEvaluationAnswers) {
+  double in[3] = {9.0, 120.0, 210.0}, out[1], d[3];
+  ASSERT_EQ(gfx_tarnGenCalc(0, 1, 0, in, out, d), 0);
+  using Args = std::vector<std::string>;
+  const Args list = {"list", "--json"}, tvl = {"describe", "tvl", "--json", "--coef", "TVL.P1=120"},
+             pair = {"describe", "13", "--json"}, report = {"blend", "--json", "--set", "REIDVAPORPRESSURE.X=1.3"},
+             once = {"eval", "tvl", "9", "120", "210", "--derivs", "--json"},
+             epa = {"eval", "54", "200", "330", "--derivs", "--json"},
+             evaporative = {"eval", "EVAPORATIVE", "100", "140", "180", "220", "260", "300", "340", "--derivs",
+                            "--json", "--set", "EVAPORATIVE.NPTS=2", "--set", "EVAPORATIVE.P00=200", "--set",
+                            "EVAPORATIVE.P01=340"};
+  const std::vector<std::tuple<Args, std::string, Json>> cases = {
+      {list, "/9/id", "RVPINDEX"},
+      {list, "/9/inputs", Json::array({"RVP"})},
+      {list, "/56/index", 56},
+      {tvl, "/index", 0},
+      {tvl, "/coefficients/1/name", "P1"},
+      {tvl, "/coefficients/1/value", 120.0},
+      {pair, "/pair", 14},
+      {pair, "/outputs/0/kind", nullptr},
+      {report, "/blend/RVP/method", "vapour-pressure index RVP^1.3, blended by volume"},
+      {once, "/temperature_unit", "F"},
+      {once, "/outputs/TVL", out[0]},
+      {once, "/derivatives/RVP/TVL", d[0]},
+      {once, "/derivatives/T50/TVL", d[2]},
+      {epa, "/derivatives/T50/E200", -0.49},
+      {epa, "/derivatives/T50/E300", 0.0},
+      {epa, "/derivatives/T90/E300", -0.22},
+      {evaporative, "/outputs", Json::parse(R"({"EVP0": 40.0, "EVP1": 100.0})")},
+      {evaporative, "/derivatives/T50/EVP0", -0.25},
+      {evaporative, "/derivatives/FBP/EVP1", -0.25},
   };
-  EXPECT_NE(line("0  VOC").find("20 emission result or index"), std::string::npos) << epa;
-  EXPECT_NE(line("SEASON").find("2  winter"), std::string::npos) << epa;
-  EXPECT_NE(line("AREA").find("1  VOC control region 1 (south)"), std::string::npos) << epa;
+  std::map<Args, Json> answers;
+  for (const auto& [args, pointer, expected] : cases) {
+    if (!answers.count(args)) answers[args] = Json::parse(run(args).out);
+    const Json::json_pointer at(pointer);
+    EXPECT_TRUE(answers[args].contains(at) && answers[args][at] == expected) << args[1] << " " << pointer;
+  }
+  EXPECT_EQ(answers[list].size(), 57u);
+  EXPECT_EQ(answers[evaporative]["derivatives"]["IBP"].size(), 2u);
+  EXPECT_NE(run({"list"}).out.find("POFF1\xE2\x80\xA6POFF10"), std::string::npos);
+  // Kind codes and switch values in words, a switch set for the run included.
+  const std::string epaText = run({"describe", "EPA", "--coef", "EPA.SEASON=2"}).out;
+  const auto line = [&](const std::string& start) {
+    const auto at = epaText.find(start);
+    return at == std::string::npos ? std::string() : epaText.substr(at, epaText.find('\n', at) - at);
+  };
+  EXPECT_NE(line("0  VOC").find("20 emission result or index"), std::string::npos) << epaText;
+  EXPECT_NE(line("SEASON").find("2  winter"), std::string::npos) << epaText;
+  EXPECT_NE(line("AREA").find("1  VOC control region 1 (south)"), std::string::npos) << epaText;
   const Outcome params = run({"params", "reidvaporpressure", "--csv", "--set", "REIDVAPORPRESSURE.any=1.3"});
   ASSERT_EQ(params.code, 0) << params.err;
   EXPECT_EQ(params.out.substr(0, params.out.find("RVP^e")),
             "correlation,alias,parameter,value,default,unit,description\n"
             "REIDVAPORPRESSURE,,*,1.3,1.25,,exponent e of the vapour-pressure blending index ");
-  // A setting changes the report computed in the same run.
-  const Json report = Json::parse(run({"blend", "--json", "--set", "REIDVAPORPRESSURE.X=1.3"}).out);
-  EXPECT_EQ(report["blend"]["RVP"]["method"], "vapour-pressure index RVP^1.3, blended by volume");
-
   // The status-code list carries the library's own message where a code has
   // one, and the meaning where it has none.
-  const Json codes = Json::parse(run({"codes", "--json"}).out);
-  const auto entry = [&](int code) {
-    const auto same = [&](const Json& c) { return c["code"] == code; };
-    return *std::find_if(codes.begin(), codes.end(), same);
-  };
-  EXPECT_EQ(entry(-4)["message"], "Invalid Correlation index passed.");
-  EXPECT_EQ(entry(-1105)["family"], "router");
-  EXPECT_TRUE(entry(-999)["message"].is_null());
+  std::map<int, Json> codes;
+  for (const Json& c : Json::parse(run({"codes", "--json"}).out)) codes[c["code"].get<int>()] = c;
+  EXPECT_EQ(codes[-4]["message"], "Invalid Correlation index passed.");
+  EXPECT_EQ(codes[-1105]["family"], "router");
+  EXPECT_TRUE(codes.count(-999) && codes[-999]["message"].is_null());
 }
 
 TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   double in[3] = {9.0, 120.0, 210.0}, out[1], d[3];
   ASSERT_EQ(gfx_tarnGenCalc(0, 1, 0, in, out, d), 0);
-  const Outcome once = run({"eval", "tvl", "9", "120", "210", "--derivs", "--json"});
-  ASSERT_EQ(once.code, 0) << once.err;
-  const Json tvl = Json::parse(once.out);
-  EXPECT_EQ(tvl["temperature_unit"], "F");
-  EXPECT_EQ(tvl["outputs"]["TVL"].get<double>(), out[0]);
-  EXPECT_EQ(tvl["derivatives"]["RVP"]["TVL"].get<double>(), d[0]);
-  EXPECT_EQ(tvl["derivatives"]["T50"]["TVL"].get<double>(), d[2]);
-  // Several outputs: rows are inputs, columns outputs (T50 moves only E200).
-  const Json epa = Json::parse(run({"eval", "54", "200", "330", "--derivs", "--json"}).out);
-  EXPECT_EQ(epa["derivatives"]["T50"]["E200"].get<double>(), -0.49);
-  EXPECT_EQ(epa["derivatives"]["T50"]["E300"].get<double>(), 0.0);
-  EXPECT_EQ(epa["derivatives"]["T90"]["E300"].get<double>(), -0.22);
-  // A configured number of outputs: only those are shown, and the
-  // derivatives are read with that many per input.
-  const Json evaporated = Json::parse(run({"eval", "EVAPORATIVE", "100", "140", "180", "220", "260", "300", "340",
-                                           "--derivs", "--json", "--set", "EVAPORATIVE.NPTS=2", "--set",
-                                           "EVAPORATIVE.P00=200", "--set", "EVAPORATIVE.P01=340"})
-                                          .out);
-  EXPECT_EQ(evaporated["outputs"], Json::parse(R"({"EVP0": 40.0, "EVP1": 100.0})"));
-  EXPECT_EQ(evaporated["derivatives"]["T50"]["EVP0"].get<double>(), -0.25);
-  EXPECT_EQ(evaporated["derivatives"]["FBP"]["EVP1"].get<double>(), -0.25);
-  EXPECT_EQ(evaporated["derivatives"]["IBP"].size(), 2u);
   // The unit flag set for the run is the unit the values are read in.
   const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
   EXPECT_EQ(celsius["temperature_unit"], "C");
