@@ -211,8 +211,8 @@ std::string editedSample(const std::function<void(std::vector<std::string>&)>& e
 // Off-specification has its own exit status (3) and names the failing limit;
 // without its butane the sample passes. The plot draws the grade's limits and
 // windows, every component with its share, and components without T30/T70
-// through their estimated points. A diesel recipe gets distillate figures only.
-TEST_F(CliTest, GradeChecksPlotAndProductKinds) {
+// through their estimated points.
+TEST_F(CliTest, GradeChecksAndPlot) {
   const Outcome offSpec = run({"blend", "--json", "--grade", "US-CONVENTIONAL", "--class", "9.0"});
   EXPECT_EQ(offSpec.code, 3) << offSpec.err;
   const Json report = Json::parse(offSpec.out);
@@ -245,15 +245,6 @@ TEST_F(CliTest, GradeChecksPlotAndProductKinds) {
                             "Temperature (\xC2\xB0" "F)", "</svg>"}) {
     EXPECT_NE(svg.find(label), std::string::npos) << label;
   }
-
-  TempFile diesel("NAME,VOLUME[m3],DEN[kg/m3],IBP[C],T10[C],T50[C],T90[C],FBP[C],FLASH[C],SUL[mg/kg]\n"
-                  "Gasoil,70,845,180,215,270,335,360,70,8\nKerosene,30,800,150,170,205,245,265,45,5\n");
-  const Outcome d = run({"blend", diesel.path(), "--product", "diesel", "--json", "--grade", "EN590", "--class", "C"});
-  EXPECT_EQ(d.code, 0) << d.err;
-  const Json blend = Json::parse(d.out);
-  EXPECT_EQ(blend["product"], "diesel");
-  EXPECT_TRUE(blend["blend"].contains("CI4") && !blend["blend"].contains("RON") && !blend["blend"].contains("E200"));
-  EXPECT_GT(blend["grade"]["unchecked"].get<int>(), 0);  // CFPP, viscosity ... are not in this recipe
 }
 
 // A figure the blend cannot compute reaches the report as null with its
