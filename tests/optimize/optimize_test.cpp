@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -88,36 +87,24 @@ TEST_F(Optimizer, RefusedRequestsNameTheirFault) {
 }
 
 TEST_F(Optimizer, ProblemsThatCannotBePosedSayWhy) {
-  // No component gives a D86 point here: the blend's distillation cannot be
-  // computed with or without any of them.
-  const char* noCurves = "NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,10\nB,1,8,20\nC,1,7,30\nD,1,6,40\nE,1,5,50\nF,1,4,60\n";
-  struct Case {
-    std::function<void(tarnblend_problem*)> shape;
-    int status;
-    const char* words;
-    const char* table = kGasoline;
-  };
-  const Case cases[] = {
-      {[](tarnblend_problem* q) { tarnblend_problem_set_cost(q, 3, TARN_MISSING); }, TARNBLEND_ERROR_VALUE,
-       "'FCC naphtha' has no cost"},
-      {[](tarnblend_problem* q) { tarnblend_problem_set_demand(q, 0, TARN_MISSING, TARN_MISSING); },
-       TARNBLEND_ERROR_VALUE, "'Regular' has no demand"},
-      {[](tarnblend_problem* q) {
-         tarnblend_problem_set_price(q, 0, 100);
-         tarnblend_problem_add_product(q, "Premium", 0, nullptr);
-         tarnblend_problem_set_demand(q, 1, 100, 200);
-       },
-       TARNBLEND_ERROR_VALUE, "'Premium' has no price"},
-      {[](tarnblend_problem* q) { tarnblend_problem_add_limit(q, 0, "T50", 170, TARN_MISSING, "F"); },
-       TARNBLEND_ERROR_STATE, "T50 is limited but cannot be computed", noCurves},
-  };
-  for (const Case& c : cases) {
-    Problem p = gasoline(c.table);
-    c.shape(p.get());
+  const auto solveRefused = [](const Problem& p, int status, const char* words) {
     int outcome = -5;
-    refused(tarnblend_problem_solve(p.get(), &outcome), c.status, c.words);
+    refused(tarnblend_problem_solve(p.get(), &outcome), status, words);
     EXPECT_EQ(outcome, -5) << "no outcome is written for a refused solve";
-  }
+  };
+  Problem cost = gasoline(), demand = gasoline(), price = gasoline();
+  tarnblend_problem_set_cost(cost.get(), 3, TARN_MISSING);
+  solveRefused(cost, TARNBLEND_ERROR_VALUE, "'FCC naphtha' has no cost");
+  tarnblend_problem_set_demand(demand.get(), 0, TARN_MISSING, TARN_MISSING);
+  solveRefused(demand, TARNBLEND_ERROR_VALUE, "'Regular' has no demand");
+  tarnblend_problem_set_price(price.get(), 0, 100);
+  tarnblend_problem_add_product(price.get(), "Premium", 0, nullptr);
+  tarnblend_problem_set_demand(price.get(), 1, 100, 200);
+  solveRefused(price, TARNBLEND_ERROR_VALUE, "'Premium' has no price");
+  // No component gives a D86 point: the distillation cannot be computed with or without any of them.
+  Problem noCurves = gasoline("NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,10\nB,1,8,20\nC,1,7,30\nD,1,6,40\nE,1,5,50\nF,1,4,60\n");
+  tarnblend_problem_add_limit(noCurves.get(), 0, "T50", 170, TARN_MISSING, "F");
+  solveRefused(noCurves, TARNBLEND_ERROR_STATE, "T50 is limited but cannot be computed");
 }
 
 TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
