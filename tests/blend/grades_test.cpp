@@ -30,9 +30,9 @@ Grade open(const char* name, const char* gradeClass) {
 }
 
 struct Row {
-  int property = -2, verdict = -1;
-  double minimum = 0, maximum = 0, value = 0, margin = 0;
-  std::string unit, reason;
+  int verdict = -1;
+  double minimum = 0, maximum = 0, margin = 0;
+  std::string unit;
 };
 
 // The check row of a property key (the first limit on it).
@@ -40,14 +40,12 @@ Row row(tarnblend_model* m, const tarnblend_grade* g, const std::string& key) {
   int count = 0;
   tarnblend_grade_limit_count(g, &count);
   for (int k = 0; k < count; ++k) {
-    const char* limitKey = "";
+    const char *limitKey = "", *unit = "";
     tarnblend_grade_limit(g, k, &limitKey, nullptr, nullptr, nullptr, nullptr);
     if (key != limitKey) continue;
     Row r;
-    const char *unit = "", *reason = "";
-    tarnblend_model_check_row(m, k, &r.property, &r.minimum, &r.maximum, &r.value, &r.margin, &r.verdict, &unit, &reason);
+    tarnblend_model_check_row(m, k, nullptr, &r.minimum, &r.maximum, nullptr, &r.margin, &r.verdict, &unit, nullptr);
     r.unit = unit;
-    r.reason = reason;
     return r;
   }
   ADD_FAILURE() << "no limit on " << key;
