@@ -175,10 +175,9 @@ TEST_F(Optimizer, TheModelIsLeftWholeAtTheRecipeAndASecondStartOnlyWhereNonLinea
       EXPECT_NEAR(objective[1], objective[0], 1e-6 * objective[0]);
     }
     const blendtest::Model fresh = blendtest::build(TARNBLEND_GASOLINE, kGasoline);
-    int count = 0;
-    tarnblend_model_property_count(fresh.get(), &count);
-    std::vector<double> expected(static_cast<std::size_t>(count)), found(expected), jacobian(expected.size() * 6);
-    ASSERT_EQ(tarnblend_model_evaluate_at(fresh.get(), volumes, 6, expected.data(), nullptr), TARNBLEND_OK);
+    const std::vector<double> expected = blendtest::evaluateAt(fresh.get(), {volumes, volumes + 6}, false).values;
+    std::vector<double> found(expected.size()), jacobian(expected.size() * 6);
+    const int count = static_cast<int>(expected.size());
     ASSERT_EQ(tarnblend_model_values(solved, found.data(), nullptr, count), TARNBLEND_OK);
     for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_NEAR(found[k], expected[k], 1e-9 * (1 + std::fabs(expected[k])));
     EXPECT_EQ(blendtest::figure(solved, "EPA.NOX").status, TARNBLEND_COMPUTED);
