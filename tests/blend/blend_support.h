@@ -93,6 +93,13 @@ inline double value(tarnblend_model* m, const char* key) {
   return f.value;
 }
 
+// A refused call: its status, and a last error holding `words`.
+inline void refused(int status, int expected, const std::string& words) {
+  EXPECT_EQ(status, expected) << words;
+  EXPECT_NE(std::string(tarnblend_last_error()).find(words), std::string::npos)
+      << "message: " << tarnblend_last_error() << "\nexpected to contain: " << words;
+}
+
 // A model's values, statuses and (when asked) Jacobian, property-major, at
 // the volumes given; `at(k)` is the index of a property key.
 struct Evaluation {

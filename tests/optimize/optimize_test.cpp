@@ -18,6 +18,7 @@ namespace {
 
 using blendtest::kDiesel;
 using blendtest::kGasoline;
+using blendtest::refused;
 
 struct ProblemFree {
   void operator()(tarnblend_problem* p) const { tarnblend_problem_free(p); }
@@ -42,13 +43,6 @@ class Optimizer : public ::testing::Test {
     return p;
   }
 };
-
-// A refused call: its status, and a message holding `words`.
-void refused(int status, int expected, const std::string& words) {
-  EXPECT_EQ(status, expected) << words;
-  EXPECT_NE(std::string(tarnblend_last_error()).find(words), std::string::npos)
-      << "message: " << tarnblend_last_error() << "\nexpected to contain: " << words;
-}
 
 TEST_F(Optimizer, RefusedRequestsNameTheirFault) {
   Problem p = gasoline();
