@@ -177,6 +177,9 @@ def test_grade_checks(samples, tmp_path):
     assert (checked.unchecked, checked.failures) == (2, 0)
     assert list(rows["verdict"]) == ["PASS", "not checked", "not checked"]
     assert all("FBP" in reason for reason in rows["reason"][1:]) and numpy.isnan(rows["margin"][1:]).all()
+    # Verdicts on estimated figures say so: T95 from T90 and FBP, CFPP from the cloud point.
+    diesel = tarn.Recipe(samples["diesel"]).check("EN590", "B").table
+    assert sorted(diesel[diesel.estimate].property) == ["CFPP", "T95"]
     listed = tarn.grades()
     assert {"ASTM-D4814", "EN228", "EN590"} <= set(listed.index)
     assert listed.loc["EN590", "product"] == "diesel"

@@ -172,6 +172,12 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
   if (!options.grade.empty()) {
     report.check = checkGrade(model, options);
     report.checked = true;
+    // A verdict on an estimated figure (CFPP from the cloud point, T95 from
+    // T90 and FBP) is only as good as the estimate: the grade table says so.
+    for (LimitCheck& c : report.check.limits) {
+      const Figure* f = report.find(c.key);
+      c.estimate = f != nullptr && f->estimate && !isMissing(c.margin);
+    }
   }
   return report;
 }

@@ -45,6 +45,7 @@ struct Curve {
 struct LimitCheck {
   std::string key, unit, source, verdict, reason;  // verdict PASS, FAIL or "not checked"
   double minimum = 0.0, maximum = 0.0, value = 0.0, margin = 0.0;  // 1e30 where none
+  bool estimate = false;  // the value checked is an estimate, not a blended measurement
 };
 
 struct GradeCheck {
