@@ -208,7 +208,7 @@ std::string editedSample(const std::function<void(std::vector<std::string>&)>& e
   return text;
 }
 
-// Off-specification has its own exit status (3) and names the failing limit;
+// A blend outside its grade has its own exit status (3) and names the failing limit;
 // without its butane the sample passes. The plot draws the grade's limits and
 // windows, every component with its share, and components without T30/T70
 // through their estimated points.

@@ -38,14 +38,14 @@ def problem(products, objective=None, scale=1.0):
                 **({"objective": objective} if objective else {}))
 
 
-def solve(spec, outcome="optimal"):
-    solved = tarn.optimize(spec, as_frame=False)
+def solve(task, outcome="optimal"):
+    solved = tarn.optimize(task, as_frame=False)
     assert solved.outcome == outcome, solved.summary
     return solved
 
 
-def margin(spec):
-    return spec.get("objective") != "min cost" and any("price" in p for p in spec["products"])
+def margin(task):
+    return task.get("objective") != "min cost" and any("price" in p for p in task["products"])
 
 
 class Model:
@@ -83,12 +83,12 @@ LINEAR = {
 }
 
 
-def linprog_optimum(spec):
+def linprog_optimum(task):
     """The exact LP optimum, built from the component table: a limit L on a
     volume-blended property q is sum v_i (q_i - L) on one side of 0, on a
     mass-blended one sum v_i SPG_i (q_i - L)."""
-    n, products = len(NAMES), spec["products"]
-    cost = np.array([c["cost"] for c in spec["components"]])
+    n, products = len(NAMES), task["products"]
+    cost = np.array([c["cost"] for c in task["components"]])
     c, a_ub, b_ub, a_eq, b_eq = [], [], [], [], []
 
     def row(p, coefficients):
@@ -98,7 +98,7 @@ def linprog_optimum(spec):
 
     ones, eye = np.ones(n), np.eye(n)
     for p, product in enumerate(products):
-        c.extend(cost - (product["price"] if margin(spec) else 0))
+        c.extend(cost - (product["price"] if margin(task) else 0))
         demand = product["demand"]
         low, high = (demand, demand) if not isinstance(demand, dict) else (demand.get("min", 0), demand.get("max"))
         if low == high:
@@ -120,7 +120,7 @@ def linprog_optimum(spec):
         for ratio in product.get("ratios", []):
             a, b = NAMES.index(ratio["numerator"]), NAMES.index(ratio["denominator"])
             a_ub.append(row(p, ratio["min"] * eye[b] - eye[a])), b_ub.append(0)
-    for i, comp in enumerate(spec["components"]):
+    for i, comp in enumerate(task["components"]):
         a_ub.append(np.tile(eye[i], len(products))), b_ub.append(comp["max"])
     result = linprog(c, A_ub=np.array(a_ub), b_ub=b_ub, A_eq=np.array(a_eq) if a_eq else None,
                      b_eq=b_eq or None, bounds=(0, None), method="highs")
@@ -147,16 +147,16 @@ NONLINEAR = {
 }
 
 
-def slsqp_optimum(spec):
+def slsqp_optimum(task):
     """SLSQP on the same problem, with the blend model's values and
     derivatives as the only thing shared with the optimiser (volumes in
     thousands, the objective scaled to a few units so its steps are sound)."""
-    products, n, scale = spec["products"], len(NAMES), 1000.0
+    products, n, scale = task["products"], len(NAMES), 1000.0
     model = Model()
-    cost = np.array([c["cost"] for c in spec["components"]])
-    c = np.concatenate([cost - (p.get("price", 0) if margin(spec) else 0) for p in products]) * scale
+    cost = np.array([c["cost"] for c in task["components"]])
+    c = np.concatenate([cost - (p.get("price", 0) if margin(task) else 0) for p in products]) * scale
     norm = np.abs(c).max() * 10
-    most = np.array([comp["max"] for comp in spec["components"]])
+    most = np.array([comp["max"] for comp in task["components"]])
     constraints, even, proportional = [], [], []
 
     def linear(row, bound):  # row @ x >= bound
@@ -202,9 +202,9 @@ PROBLEMS = {**LINEAR, **NONLINEAR}
 
 @pytest.mark.parametrize("name", PROBLEMS)
 def test_optimum_meets_an_independent_solver(name):
-    spec = PROBLEMS[name]
-    reference, rel = (linprog_optimum(spec), 1e-6) if name in LINEAR else (slsqp_optimum(spec), 1e-4)
-    assert (-1 if margin(spec) else 1) * solve(spec).objective == pytest.approx(reference, rel=rel)
+    task = PROBLEMS[name]
+    reference, rel = (linprog_optimum(task), 1e-6) if name in LINEAR else (slsqp_optimum(task), 1e-4)
+    assert (-1 if margin(task) else 1) * solve(task).objective == pytest.approx(reference, rel=rel)
 
 
 @pytest.mark.parametrize("name", ["two products sharing components, margin", "vapour pressure and octane",
@@ -213,9 +213,9 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
     """Each binding limit, availability and demand moved a little each way:
     the central difference of the optimal objective is the reported
     sensitivity, within 2 %."""
-    spec = PROBLEMS[name]
-    solved = solve(spec)
-    cases, seen = [], {}  # (reported slope per unit of the number in spec, path to that number)
+    task = PROBLEMS[name]
+    solved = solve(task)
+    cases, seen = [], {}  # (reported slope per unit of the number in task, path to that number)
     limits = solved.limits
     for r, (product, binding) in enumerate(zip(limits["product"], limits["binding"])):
         p = solved.product_names.index(product)
@@ -223,10 +223,10 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
         if binding:
             # The shadow price is per unit of the recipe's unit; the limit may
             # be written in another (DEN in kg/m3 against SPG).
-            given = spec["products"][p]["limits"][k][binding]
+            given = task["products"][p]["limits"][k][binding]
             bound = limits["minimum" if binding == "min" else "maximum"][r]
             cases.append((limits["shadow_price"][r] * bound / given, ("products", p, "limits", k, binding)))
-    for p, product in enumerate(spec["products"]):
+    for p, product in enumerate(task["products"]):
         binding = solved.products["demand_binding"][p]
         if binding:
             cases.append((solved.products["demand_value"][p],
@@ -237,13 +237,13 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
     assert len(cases) >= 4
     for reported, path in cases:
         def optimum(step):
-            changed = copy.deepcopy(spec)
+            changed = copy.deepcopy(task)
             holder = changed
             for key in path[:-1]:
                 holder = holder[key]
             holder[path[-1]] += step
             return solve(changed).objective
-        base = spec
+        base = task
         for key in path:
             base = base[key]
         h = 2e-5 * max(1.0, abs(base))
@@ -259,8 +259,8 @@ def test_least_relaxations_are_least_and_enough(limits):
     """Each limit that alone can restore feasibility, moved by its reported
     least relaxation (and a hair more), gives a recipe; moved by 97 % of it,
     none."""
-    spec = problem([{"name": "Regular", "demand": 8000, "limits": limits}])
-    solved = solve(spec, "infeasible")
+    task = problem([{"name": "Regular", "demand": 8000, "limits": limits}])
+    solved = solve(task, "infeasible")
     relaxations = solved.relaxations
     alone = [(p, s, a) for p, s, a in zip(relaxations["property"], relaxations["side"], relaxations["alone"])
              if not np.isnan(a)]
@@ -270,7 +270,7 @@ def test_least_relaxations_are_least_and_enough(limits):
         k = [limit["property"] for limit in limits].index(key)
         outcomes = []
         for share in (1.001, 0.97):
-            moved = copy.deepcopy(spec)
+            moved = copy.deepcopy(task)
             moved["products"][0]["limits"][k][side] += share * amount * (1 if side == "max" else -1)
             outcomes.append(tarn.optimize(moved, as_frame=False).outcome)
         assert outcomes[0] in ("optimal", "feasible") and outcomes[1] == "infeasible", (key, outcomes)

@@ -355,7 +355,7 @@ void writeReportTable(const Report& r, std::ostream& out) {
     out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
         << (r.check.failures ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) +
                                    " limits failed"
-                             : "on spec, no limit failed")
+                             : "ON-SPEC, no limit failed")
         << (r.check.unchecked ? " (" + std::to_string(r.check.unchecked) + " not checked)" : "")
         << "; margin = distance inside the limit (giveaway), negative when outside\n";
     Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
