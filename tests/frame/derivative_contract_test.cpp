@@ -81,6 +81,7 @@ const std::multimap<int, Vector> kMoreRows = {
     {2, {7.5, 200, 300, 32, 6, 2.3, 40, 0.9}},          // aromatics above the range
     {7, {0, 0, 3.5, 0, 600, 7.2, 50, 85, 52, 6, 0.7}},  // sulfur and aromatics above
     {43, {7.5, 210, 320, 9}},                           // at the T50 switch
+    {43, {7.5, 210, 320, 6}},                           // below it
     {49, {0.5, 2, 6, 18, 36, 60, 87, 93, 97, 99.5, 10, 0.2, 0.5, 1, 2, 60, 100, 100, 100, 100, 100}},
 };
 
