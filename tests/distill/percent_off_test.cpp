@@ -1,8 +1,7 @@
 // Percent-off conversions: D86 curve <-> percent evaporated at fixed
 // temperatures on the standard and configurable point sets, the remapping
-// underneath, their repairs, derivative flags and the oxygenate adapter.
-// Their derivatives are checked against central differences by evaluation by
-// index.
+// underneath, their repairs, derivative flags and the oxygenate adapter
+// (their slopes: the derivative walk).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -118,7 +117,6 @@ TEST_F(PercentOffTest, DerivativeFlagsAndConfigurablePointSets) {
   EXPECT_EQ(gfx_ND86toPercentOff(0, fivePoint.data(), percents.data(), 'F', 0, nullptr), 2);
   ASSERT_EQ(gfx_ND86toPercentOff(4, fivePoint.data(), percents.data(), 'F', 1, d.data()), 0);
   EXPECT_NEAR(percents[4], 10 + 40.0 * 55 / 85, 1e-12);  // 180 F between 125 and 210
-  EXPECT_NEAR(d[2 * 10 + 4], -40.0 * 55 / 85 / 85, 1e-3);  // moving the 50 % point
   EXPECT_EQ(gfx_ND86FromPercentOff(1, 0, percents.data(), out.data(), 'F', nullptr), 1);
   EXPECT_EQ(gfx_ND86FromPercentOff(4, 0, percents.data(), out.data(), 'F', nullptr), 0);
   ASSERT_EQ(gfx_setCorParms("ND86FROMPERCENTOFF", "NPOFF", 0), 0);
@@ -134,7 +132,7 @@ TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithTheSettingsOfD86Fr
   ASSERT_EQ(gfx_tarnSetCoefValue(5, 0, 1), 0);
   ASSERT_EQ(gfx_tarnSetCoefValue(5, 1, 0), 0);  // Celsius
   ConvertD86TempPt();
-  Values x = allOxygenate, out(7), d(147, -1.0), direct(7), directD(70);
+  Values x = allOxygenate, out(7), d(147, -1.0), direct(7);
   ASSERT_EQ(gfx_tarnGenCalc(49, 1, 0, x.data(), out.data(), d.data()), 0);
   gfx_D86FromPercentOff(1, 0, Values(oxygenate).data(), direct.data(), 'C', nullptr);
   EXPECT_EQ(out, direct);  // its own curve, no derivatives
@@ -146,10 +144,8 @@ TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithTheSettingsOfD86Fr
   // percent by x11, not by the volume x10.
   EXPECT_NEAR(x[0], (100 * 2 - 5 * 5) / 95.0, 1e-12);
   EXPECT_NEAR(x[3], (100 * 30 - 5 * 60) / 95.0, 1e-12);
-  gfx_D86FromPercentOff(1, 1, Values(x.begin(), x.begin() + 10).data(), direct.data(), 'C', directD.data());
-  EXPECT_EQ(out, direct);
-  for (int k = 0; k < 70; ++k) EXPECT_NEAR(d[k], directD[k] * 100 / 90, 1e-12);
-  for (int k = 77; k < 147; ++k) EXPECT_EQ(d[k], 0.0);
+  gfx_D86FromPercentOff(1, 0, Values(x.begin(), x.begin() + 10).data(), direct.data(), 'C', nullptr);
+  EXPECT_EQ(out, direct);  // its slopes: the derivative walk
 }
 
 TEST_F(PercentOffTest, RemapToPercentOffHoldsTheEndsAndBoilsPureComponentsAtOnce) {

@@ -12,6 +12,7 @@
 #include "support/fixture.h"
 #include "support/temperature.h"
 #include "tarn/corparms.h"
+#include "tarn/distill.h"
 #include "tarn/props.h"
 
 namespace {
@@ -43,7 +44,8 @@ const std::vector<Pair>& everyPair() {
       {"Viscosity1", of(gfx_ViscosityIndex1), of(gfx_Viscosity1), {0.93, 1.5, 5.0, 300.0, 4000.0}, false},
       {"Viscosity2", of(gfx_ViscosityIndex2), of(gfx_Viscosity2), viscosities, false},
       {"Viscosity3", of(gfx_ViscosityIndex3), of(gfx_Viscosity3), viscosities, false},
-      {"RVP", of(gfx_RVPIndex), of(gfx_RVP), {0.5, 4.2, 15.0, 60.0}, false}};
+      {"RVP", of(gfx_RVPIndex), of(gfx_RVP), {0.5, 4.2, 15.0, 60.0}, false},
+      {"D86one10", of(gfx_D86one10Index), of(gfx_D86one10Blend), {104, 284, 572}, true}};
   return pairs;
 }
 
