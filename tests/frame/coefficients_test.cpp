@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "frame/transcription.h"
+#include "support/catalogue_rows.h"
 #include "support/data.h"
 #include "params/params.h"
 #include "support/fixture.h"
@@ -20,6 +21,7 @@
 
 namespace {
 
+using tarn::testing::coefficient;
 using tarn::testing::expandList;
 
 struct PublishedCoefficient {
@@ -82,12 +84,6 @@ std::pair<int, int> sharedWith(int index, int k) {
     }
   }
   return {-1, -1};
-}
-
-double coefficient(int index, int k) {
-  double value = NAN;
-  EXPECT_EQ(gfx_tarnGetCoef(index, k, nullptr, &value), 0);
-  return value;
 }
 
 std::map<std::pair<int, int>, double> allCoefficients() {
