@@ -49,10 +49,8 @@ Values remap(const Values& in, int toPercentOff) {
 TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
   for (char unit : {'F', 'C'}) {
     if (unit == 'C') ConvertD86TempPt();
-    // A TBP curve straight in percent, 40 + 3.6 p F: the ten percents read
-    // off it lie on one line, so remapping them recovers its inner points.
-    // For each method a D86 curve whose forward conversion is that TBP
-    // curve, and the inner points its reverse conversion then gives.
+    // A TBP curve straight in percent (40 + 3.6 p F) is recovered by remapping;
+    // per method the D86 curve converting to it, and its inner points back.
     const Values tbpF = {40, 76, 148, 220, 292, 364, 400};
     const Values tbp = unit == 'C' ? tarn::testing::celsiusOf(tbpF) : tbpF;
     const Values hc94 = apply(gfx_HC94R, unit, tbp), threeA11 = apply(gfx_THREEA11R, unit, tbp);

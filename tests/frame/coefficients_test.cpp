@@ -117,9 +117,8 @@ std::vector<double> allKeywordValues() {
   return values;
 }
 
-// A set through each coefficient, by its published rule, shows in it (and in
-// the entry published as sharing its field), through its keyword if it has
-// one, and nowhere else among the coefficients and keyword values.
+// A set through each coefficient shows, by its published rule, in it, its
+// sharing partner and its keyword, and nowhere else.
 TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) {
   // Which coefficients view a keyword field: "first k, group, keywords".
   std::map<std::pair<int, int>, std::pair<std::string, std::string>> keywordOf;
