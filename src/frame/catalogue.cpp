@@ -16,13 +16,15 @@
 
 namespace tarn::frame {
 
-// Each row's evaluation under its NaN rule, with the row's counts.
+// Each row's evaluation under its NaN rule, with the row's counts. The row
+// is a constant here, so that its settings are read from fixed places.
 template <int I>
-int evaluateByRule(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                   double* derivs) {
+int evaluateByRule(int /*index*/, int derivFlag, int /*direction*/, double* inputs,
+                   double* outputs, double* derivs) {
   constexpr const CorrelationRow& r = kCatalogueRows[I];
-  return evaluateUnderNaNRule<r.compute, r.nanRule, static_cast<std::size_t>(r.inputs.count),
-                              static_cast<std::size_t>(r.outputs.count)>(row, inputs, outputs,
+  return evaluateUnderNaNRule<r.compute, r.nanRule, r.rewritesInputs,
+                              static_cast<std::size_t>(r.inputs.count),
+                              static_cast<std::size_t>(r.outputs.count)>(r, inputs, outputs,
                                                                           derivFlag, derivs);
 }
 
@@ -487,6 +489,12 @@ struct RowBuilder {
     return with(&CorrelationRow::compute, compute);
   }
   constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
+  // Writes into its input array: the oxygenate removals, the emission
+  // adapters, the filling of missing 30 % and 70 % points, and the curve
+  // repairs of ChangeData (the rows that take a curve).
+  constexpr RowBuilder rewritesInputs() const {
+    return with(&CorrelationRow::rewritesInputs, true);
+  }
   constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
     return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
   }
@@ -498,7 +506,7 @@ struct RowBuilder {
 
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
-  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr,
+  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, false,
            NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
 }
 
@@ -517,20 +525,23 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<1>("TVL2", kGeneral).in(kTvl2In).out(kTvl).kind(kTvlKind)
         .coefficients(kCorfOnly<1>).by(kEvaluateTvl2).from(kNoSource),
     row<2>("CARB", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
-        .coefficients(kCarbCoefs).by(kAdapter<emissions::carbCatalogueAdapter>).from(kCarbPhase2),
+        .coefficients(kCarbCoefs).by(kAdapter<emissions::carbCatalogueAdapter>)
+        .rewritesInputs().from(kCarbPhase2),
     row<3>("CARB3", kGeneral).in(kCarb3In).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
         .coefficients(kCarb3Coefs).by(kAdapter<emissions::carb3CatalogueAdapter>)
-        .from(kCarbPhase3),
+        .rewritesInputs().from(kCarbPhase3),
     row<4>("CARB3M", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
         .coefficients(kCarb3mCoefs).by(kAdapter<emissions::carb3mCatalogueAdapter>)
-        .from(kCarbPhase3),
+        .rewritesInputs().from(kCarbPhase3),
     row<5>("D86FROMPERCENTOFF", kIndexToProperty).in(kPercentOff).out(kD86Curve)
         .kind(kCurveKinds).coefficients(kPercentOffCoefs<5>)
-        .by(kFromPercentOff<gfx_D86FromPercentOff>).from(kD86Tbp),
+        .by(kFromPercentOff<gfx_D86FromPercentOff>).rewritesInputs().from(kD86Tbp),
     row<6>("D86TOPERCENTOFF", kPropertyToIndex).in(kD86Curve).out(kPercentOff).pair(5)
-        .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>).from(kD86Tbp),
+        .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>)
+        .rewritesInputs().from(kD86Tbp),
     row<7>("EPA", kGeneral).in(kEpaIn).out(kEpaOut).kind(kAll<kind::ModelResult, 5>)
-        .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>).from(kEpaComplex),
+        .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>)
+        .rewritesInputs().from(kEpaComplex),
     row<8>("RVP", kIndexToProperty).in(kRvpIndex).out(kRvp).kind(kRvpKind)
         .coefficients(kRvpCoefs).by(kAdapter<props::rvpCatalogueAdapter>).from(kNoSource),
     row<9>("RVPINDEX", kPropertyToIndex).in(kRvp).out(kRvpIndex).pair(8)
@@ -612,12 +623,12 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .coefficients(kMtmCoefs).by(kAdapter<blending::mtmrCatalogueAdapter>).from(kNoSource),
     row<41>("ND86TOPERCENTOFF", kPropertyToIndex).in(kPercentPoints).out(kTemperaturePoints)
         .pair(42).coefficients(kNd86Coefs<41>).by(kToPercentOff<gfx_ND86toPercentOff>)
-        .outputsCounted(P.nd86.npoff, P.nd86.npoff).from(kD86Tbp),
+        .outputsCounted(P.nd86.npoff, P.nd86.npoff).rewritesInputs().from(kD86Tbp),
     // Its count is reported while the percent-off count is set (intended).
     row<42>("ND86FROMPERCENTOFF", kIndexToProperty).in(kTemperaturePoints).out(kPercentPoints)
         .kind(kAll<kind::DistillationPoint, 13>).coefficients(kNd86Coefs<42>)
         .by(kFromPercentOff<gfx_ND86FromPercentOff>).outputsCounted(P.nd86.ntemp, P.nd86.npoff)
-        .from(kD86Tbp),
+        .rewritesInputs().from(kD86Tbp),
     row<43>("CARBOB", kGeneral).in(kCarbobIn).out(kRvpT50T90).kind(kVolatilityKinds)
         .coefficients(kCarbobCoefs).by(kAdapter<emissions::carbobCatalogueAdapter>)
         .from(kNoSource),
@@ -629,30 +640,32 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .by(kAdapter<blending::oxygenateFreePointAdapter>).from(kNoSource),
     // Evaluated in the unit of D86ONE90BLEND (intended: it has no flag of its own).
     row<47>("CD86ONE90BLEND", kIndexToProperty).in(kCd86One90In).out(kObsT90).kind(kPoint)
-        .settingsOf(15).by(kAdapter<blending::oxygenateFreeT90Adapter>).from(kNoSource),
+        .settingsOf(15).by(kAdapter<blending::oxygenateFreeT90Adapter>)
+        .rewritesInputs().from(kNoSource),
     row<48>("CRVP", kIndexToProperty).in(kCrvpIn).out(kObsRvp).kind(kRvpKind)
-        .by(kAdapter<blending::oxygenateFreeRvpAdapter>).from(kNoSource),
+        .by(kAdapter<blending::oxygenateFreeRvpAdapter>).rewritesInputs().from(kNoSource),
     // Converts with the method and unit of D86FROMPERCENTOFF.
     row<49>("CD86FROMPERCENTOFF", kIndexToProperty).in(kCd86In).out(kObsCurve)
         .kind(kCurveKinds).settingsOf(5)
-        .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).from(kD86Tbp),
+        .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).rewritesInputs().from(kD86Tbp),
     row<50>("CARBOB2", kGeneral).in(kCarbob2In).out(kEthanolBlendOut).kind(kEthanolBlendKinds)
         .slack(7).coefficients(kCarbob2Coefs).by(kAdapter<emissions::carbob2CatalogueAdapter>)
-        .from(kNoSource),
+        .rewritesInputs().from(kNoSource),
     row<51>("CARBOB3", kGeneral).in(kBlendstockIn).out(kEthanolBlendOut)
         .kind(kEthanolBlendKinds).coefficients(kCarbob3Coefs)
-        .by(kAdapter<emissions::carbob3CatalogueAdapter>).from(kNoSource),
+        .by(kAdapter<emissions::carbob3CatalogueAdapter>).rewritesInputs().from(kNoSource),
     row<52>("VAPORLOCKINDEX", kGeneral).in(kVaporLockIn).out(kVaporLock)
         .kind(kAll<kind::ModelResult, 1>).coefficients(kVaporLockCoefs).by(kEvaluateVaporLock)
         .from(kEn228Vli),
     row<53>("EVAPORATIVE", kGeneral).in(kD86Curve).out(kEvaporativeOut)
         .kind(kAll<kind::PercentEvaporated, 12>).coefficients(kEvaporativeCoefs)
         .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts)
-        .from(kNoSource),
+        .rewritesInputs().from(kNoSource),
     row<54>("E200E300EPA", kGeneral).in(kT50T90).out(kE200E300).kind(kAll<kind::ModelResult, 2>)
         .coefficients(kE200E300Coefs).by(kEvaluateE200E300).from(kNoSource),
     row<55>("RBOB", kGeneral).in(kBlendstockIn).out(kRbobOut).kind(kRbobKinds)
-        .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>).from(kNoSource),
+        .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>)
+        .rewritesInputs().from(kNoSource),
     row<56>("T20GAUSS", kGeneral).in(kT10T30).out(kT20).kind(kFrontEnd)
         .coefficients(kT20GaussCoefs).by(kEvaluateT20Gauss).from(kNoSource),
 };

@@ -61,6 +61,13 @@ struct CorrelationRow;
 using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs,
                           int derivFlag, double* derivs);
 
+// A row's evaluation under its NaN rule, its row bound in: what evaluation
+// by index calls once it has found the row. It takes the arguments of
+// gfx_tarnGenCalc as they come (index and direction are not read), so that
+// the entry point hands a call on as it stands.
+using RowEvaluation = int (*)(int index, int derivFlag, int direction, double* inputs,
+                              double* outputs, double* derivs);
+
 inline constexpr int kNoPair = -1;
 
 struct CorrelationRow {
@@ -75,8 +82,9 @@ struct CorrelationRow {
   int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
   Evaluator compute;   // unpacks the inputs and calls the correlation
+  bool rewritesInputs;  // may write into its input array (an evaluation on copies needs them kept)
   NaNRule nanRule;
-  Evaluator evaluate;  // compute under the NaN rule: what evaluation by index calls
+  RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
   OutputCount outputCount;
   const char* source;  // the published source of the correlation, or null where none is on file
 };
@@ -90,11 +98,15 @@ extern const CorrelationRow kCatalogueRows[kCatalogueSize];
 // The whole catalogue, indexed by correlation number.
 inline const CorrelationRow* catalogue() { return kCatalogueRows; }
 
+// True for an index of the catalogue, 0..56.
+inline bool inCatalogue(int index) {
+  // Compared unsigned, so a negative index is refused too.
+  return static_cast<unsigned>(index) < static_cast<unsigned>(kCatalogueSize);
+}
+
 // The row of a correlation, or null for an index outside 0..56.
 inline const CorrelationRow* findCorrelation(int index) {
-  // Compared unsigned, so a negative index is refused too.
-  if (static_cast<unsigned>(index) >= static_cast<unsigned>(kCatalogueSize)) return nullptr;
-  return &kCatalogueRows[index];
+  return inCatalogue(index) ? &kCatalogueRows[index] : nullptr;
 }
 
 // The temperature unit flag that evaluation passes to the correlation: 'F'
