@@ -16,16 +16,12 @@
 
 namespace tarn::frame {
 
-// Each row's evaluation under its NaN rule, with the row's counts. The row
-// is a constant here, so that its settings are read from fixed places.
+// Each row's evaluation under its NaN rule, with the arguments of
+// gfx_tarnGenCalc.
 template <int I>
 int evaluateByRule(int /*index*/, int derivFlag, int /*direction*/, double* inputs,
                    double* outputs, double* derivs) {
-  constexpr const CorrelationRow& r = kCatalogueRows[I];
-  return evaluateUnderNaNRule<r.compute, r.nanRule, r.rewritesInputs,
-                              static_cast<std::size_t>(r.inputs.count),
-                              static_cast<std::size_t>(r.outputs.count)>(r, inputs, outputs,
-                                                                          derivFlag, derivs);
+  return evaluateUnderNaNRule<kCatalogueRows, I>(inputs, outputs, derivFlag, derivs);
 }
 
 namespace {
@@ -490,10 +486,13 @@ struct RowBuilder {
   }
   constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
   // Writes into its input array: the oxygenate removals, the emission
-  // adapters, the filling of missing 30 % and 70 % points, and the curve
-  // repairs of ChangeData (the rows that take a curve).
+  // adapters' missing inputs, the filling of missing 30 % and 70 % points;
+  // or only in the curve repairs of ChangeData.
   constexpr RowBuilder rewritesInputs() const {
-    return with(&CorrelationRow::rewritesInputs, true);
+    return with(&CorrelationRow::rewritesInputs, InputRewrite::Always);
+  }
+  constexpr RowBuilder repairsInputs() const {
+    return with(&CorrelationRow::rewritesInputs, InputRewrite::WhenRepairing);
   }
   constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
     return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
@@ -506,8 +505,8 @@ struct RowBuilder {
 
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
-  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, false,
-           NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
+  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr,
+           InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
 }
 
 constexpr int kGeneral = TARN_TYPE_GENERAL;
@@ -535,7 +534,7 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .rewritesInputs().from(kCarbPhase3),
     row<5>("D86FROMPERCENTOFF", kIndexToProperty).in(kPercentOff).out(kD86Curve)
         .kind(kCurveKinds).coefficients(kPercentOffCoefs<5>)
-        .by(kFromPercentOff<gfx_D86FromPercentOff>).rewritesInputs().from(kD86Tbp),
+        .by(kFromPercentOff<gfx_D86FromPercentOff>).repairsInputs().from(kD86Tbp),
     row<6>("D86TOPERCENTOFF", kPropertyToIndex).in(kD86Curve).out(kPercentOff).pair(5)
         .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>)
         .rewritesInputs().from(kD86Tbp),
@@ -628,7 +627,7 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<42>("ND86FROMPERCENTOFF", kIndexToProperty).in(kTemperaturePoints).out(kPercentPoints)
         .kind(kAll<kind::DistillationPoint, 13>).coefficients(kNd86Coefs<42>)
         .by(kFromPercentOff<gfx_ND86FromPercentOff>).outputsCounted(P.nd86.ntemp, P.nd86.npoff)
-        .rewritesInputs().from(kD86Tbp),
+        .repairsInputs().from(kD86Tbp),
     row<43>("CARBOB", kGeneral).in(kCarbobIn).out(kRvpT50T90).kind(kVolatilityKinds)
         .coefficients(kCarbobCoefs).by(kAdapter<emissions::carbobCatalogueAdapter>)
         .from(kNoSource),
@@ -650,22 +649,22 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).rewritesInputs().from(kD86Tbp),
     row<50>("CARBOB2", kGeneral).in(kCarbob2In).out(kEthanolBlendOut).kind(kEthanolBlendKinds)
         .slack(7).coefficients(kCarbob2Coefs).by(kAdapter<emissions::carbob2CatalogueAdapter>)
-        .rewritesInputs().from(kNoSource),
+        .from(kNoSource),
     row<51>("CARBOB3", kGeneral).in(kBlendstockIn).out(kEthanolBlendOut)
         .kind(kEthanolBlendKinds).coefficients(kCarbob3Coefs)
-        .by(kAdapter<emissions::carbob3CatalogueAdapter>).rewritesInputs().from(kNoSource),
+        .by(kAdapter<emissions::carbob3CatalogueAdapter>).from(kNoSource),
     row<52>("VAPORLOCKINDEX", kGeneral).in(kVaporLockIn).out(kVaporLock)
         .kind(kAll<kind::ModelResult, 1>).coefficients(kVaporLockCoefs).by(kEvaluateVaporLock)
         .from(kEn228Vli),
     row<53>("EVAPORATIVE", kGeneral).in(kD86Curve).out(kEvaporativeOut)
         .kind(kAll<kind::PercentEvaporated, 12>).coefficients(kEvaporativeCoefs)
         .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts)
-        .rewritesInputs().from(kNoSource),
+        .repairsInputs().from(kNoSource),
     row<54>("E200E300EPA", kGeneral).in(kT50T90).out(kE200E300).kind(kAll<kind::ModelResult, 2>)
         .coefficients(kE200E300Coefs).by(kEvaluateE200E300).from(kNoSource),
     row<55>("RBOB", kGeneral).in(kBlendstockIn).out(kRbobOut).kind(kRbobKinds)
         .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>)
-        .rewritesInputs().from(kNoSource),
+        .from(kNoSource),
     row<56>("T20GAUSS", kGeneral).in(kT10T30).out(kT20).kind(kFrontEnd)
         .coefficients(kT20GaussCoefs).by(kEvaluateT20Gauss).from(kNoSource),
 };
@@ -681,6 +680,13 @@ constexpr bool everyRowComputes() {
   return true;
 }
 static_assert(everyRowComputes(), "a catalogue row out of place or of a type that is not computed");
+
+constexpr RowEvaluations evaluationsOf(const CorrelationRow (&rows)[kCatalogueSize]) {
+  RowEvaluations e{};
+  for (int i = 0; i < kCatalogueSize; ++i) e.byIndex[i] = rows[i].evaluate;
+  return e;
+}
+extern constexpr RowEvaluations kRowEvaluations = evaluationsOf(kCatalogueRows);
 
 namespace {
 

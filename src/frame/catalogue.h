@@ -53,6 +53,11 @@ enum class NaNRule : unsigned char {
   Kept,       // handed on with the correlation's own status (the three-point indices)
 };
 
+// Whether evaluation writes into a row's input array: never, only when the
+// ChangeData switch has it repair a curve, or whenever it likes (oxygenate
+// removals, the emission adapters' missing inputs, filled curve points).
+enum class InputRewrite : unsigned char { Never, WhenRepairing, Always };
+
 struct CorrelationRow;
 
 // Evaluates a correlation from the catalogue's flat arrays: unpacks inputs,
@@ -78,11 +83,11 @@ struct CorrelationRow {
   NameList outputs;
   KindList kinds;
   int pair;            // the inverse correlation of a property-to-index one, or kNoPair
-  int slackCount;      // trailing inputs that are slack values
+  int slackCount;      // trailing inputs that are slack values (offsets added to outputs)
   int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
   Evaluator compute;   // unpacks the inputs and calls the correlation
-  bool rewritesInputs;  // may write into its input array (an evaluation on copies needs them kept)
+  InputRewrite rewritesInputs;  // an evaluation on copies needs the inputs kept when they may change
   NaNRule nanRule;
   RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
   OutputCount outputCount;
@@ -94,6 +99,13 @@ inline constexpr int kCatalogueSize = kCorrelationCount;
 // The table itself (catalogue.cpp). Every row has a type from -7 to -4
 // (checked where the table is built).
 extern const CorrelationRow kCatalogueRows[kCatalogueSize];
+
+// Each row's evaluation, indexed by correlation number: the rows' own
+// evaluate, side by side, where the entry point finds them in one step.
+struct RowEvaluations {
+  RowEvaluation byIndex[kCatalogueSize];
+};
+extern const RowEvaluations kRowEvaluations;
 
 // The whole catalogue, indexed by correlation number.
 inline const CorrelationRow* catalogue() { return kCatalogueRows; }

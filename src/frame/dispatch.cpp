@@ -148,8 +148,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int 
                                                   double* inputs, double* outputs,
                                                   double* derivs) {
   if (tarn::frame::inCatalogue(index) && callable(inputs, outputs, derivFlag, derivs)) {
-    return tarn::frame::kCatalogueRows[index].evaluate(index, derivFlag, direction, inputs, outputs,
-                                                       derivs);
+    return tarn::frame::kRowEvaluations.byIndex[index](index, derivFlag, direction, inputs, outputs, derivs);
   }
   return otherCalculation(index, derivFlag, direction, inputs, outputs, derivs);
 }

@@ -8,16 +8,17 @@
 // A row whose NaN rule is Kept (T10INDEX, T50INDEX, T90INDEX: an undefined
 // index of NaN is reported as computed, intended) is evaluated as it is.
 //
-// The rule is instantiated per catalogue row with its counts (catalogue.cpp).
-// The common case costs one look at the results: the row runs on the
-// caller's arrays, and only when a NaN is among its results is the row run
-// again, on copies, to tell the NaN it computed from the caller's.
+// The rule is instantiated per catalogue row (catalogue.cpp). The common
+// case costs one look at the results: the row runs on the caller's arrays,
+// and only when a NaN may be among its results is it run again, on copies,
+// to tell the NaN it computed from the caller's.
 #pragma once
 
 #include <cmath>
 #include <cstddef>
 
 #include "frame/catalogue.h"
+#include "params/params.h"
 
 namespace tarn::frame {
 
@@ -28,31 +29,57 @@ inline constexpr std::size_t kMostInputs = 25;
 inline constexpr std::size_t kMostOutputs = 25;
 inline constexpr std::size_t kMostDerivatives = 13 * 25;
 
+// Adds the upper half of 2 Width running sums onto the lower, down to one.
+template <std::size_t Width>
+inline void foldLanes(double* lane) {
+  if constexpr (Width > 0) {
+    for (std::size_t l = 0; l < Width; ++l) lane[l] += lane[l + Width];
+    foldLanes<Width / 2>(lane);
+  }
+}
+
 // False when none of the N values is NaN. Their sum is NaN when one of them
 // is; infinities of both signs may make it NaN as well, which only costs the
 // careful look that follows. Long arrays (the derivatives of the blend
-// models) are summed in sixteen running sums, so that the additions do not
-// wait on one another.
+// models) are summed in up to sixteen running sums, so that the additions do
+// not wait on one another. Each sum takes its own stretch of the array, one
+// value at a time: the row has just written these values one by one, and a
+// read spanning two of them would wait for the writes to reach the cache.
 template <std::size_t N>
 inline bool mayHoldNaN(const double* values) {
   constexpr std::size_t kLanes = N >= 32 ? 16 : N >= 8 ? 4 : 1;
-  constexpr std::size_t kWhole = N - N % kLanes;  // the values the sums share out evenly
+  constexpr std::size_t kStretch = N / kLanes;
   if constexpr (N == 0) {
     return false;
   } else {
     double lane[kLanes];
-    for (std::size_t l = 0; l < kLanes; ++l) lane[l] = values[l];
-    for (std::size_t i = kLanes; i < kWhole; i += kLanes) {
-      for (std::size_t l = 0; l < kLanes; ++l) lane[l] += values[i + l];
+    for (std::size_t l = 0; l < kLanes; ++l) lane[l] = values[l * kStretch];
+    for (std::size_t i = 1; i < kStretch; ++i) {
+      for (std::size_t l = 0; l < kLanes; ++l) lane[l] += values[l * kStretch + i];
     }
-    if constexpr (N % kLanes != 0) {
-      for (std::size_t i = kWhole; i < N; ++i) lane[i - kWhole] += values[i];
-    }
-    for (std::size_t width = kLanes / 2; width > 0; width /= 2) {
-      for (std::size_t l = 0; l < width; ++l) lane[l] += lane[l + width];
-    }
+    for (std::size_t i = kLanes * kStretch; i < N; ++i) lane[0] += values[i];
+    foldLanes<kLanes / 2>(lane);
     return std::isnan(lane[0]);
   }
+}
+
+// The same for a count known only at run time.
+inline bool mayHoldNaN(const double* values, std::size_t count) {
+  const std::size_t stretch = count / 4;
+  double lane[4] = {0.0, 0.0, 0.0, 0.0};
+  for (std::size_t i = 0; i < stretch; ++i) {
+    for (std::size_t l = 0; l < 4; ++l) lane[l] += values[l * stretch + i];
+  }
+  for (std::size_t i = 4 * stretch; i < count; ++i) lane[0] += values[i];
+  return std::isnan((lane[0] + lane[1]) + (lane[2] + lane[3]));
+}
+
+// The outputs a row of a variable size writes: its configured count while
+// that is in range, else (nothing configured, or too many) the catalogue's.
+inline std::size_t producedOutputs(const OutputCount& produced, std::size_t most) {
+  if (*produced.gate <= 0 || *produced.count <= 0) return most;
+  const std::size_t count = static_cast<std::size_t>(*produced.count);
+  return count < most ? count : most;
 }
 
 // After a row whose results may hold NaN: given holds the inputs as the
@@ -63,30 +90,46 @@ inline bool mayHoldNaN(const double* values) {
 int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs,
                       int derivFlag, double* derivs);
 
-// Evaluates a row (computing with Compute, with In inputs and Out outputs)
-// under its NaN rule.
-template <Evaluator Compute, NaNRule Rule, bool RewritesInputs, std::size_t In, std::size_t Out>
-int evaluateUnderNaNRule(const CorrelationRow& row, double* inputs, double* outputs,
-                         int derivFlag, double* derivs) {
-  if constexpr (Rule == NaNRule::Kept) {
-    return Compute(row, inputs, outputs, derivFlag, derivs);
+// Evaluates row I of the catalogue Rows under its NaN rule.
+template <const CorrelationRow (&Rows)[kCatalogueSize], int I>
+int evaluateUnderNaNRule(double* inputs, double* outputs, int derivFlag, double* derivs) {
+  constexpr const CorrelationRow& row = Rows[I];
+  constexpr Evaluator compute = row.compute;
+  constexpr std::size_t In = static_cast<std::size_t>(row.inputs.count);
+  constexpr std::size_t Out = static_cast<std::size_t>(row.outputs.count);
+  static_assert(In <= kMostInputs && Out <= kMostOutputs && In * Out <= kMostDerivatives);
+  if constexpr (row.nanRule == NaNRule::Kept) {
+    return compute(row, inputs, outputs, derivFlag, derivs);
   } else {
-    static_assert(In <= kMostInputs && Out <= kMostOutputs && In * Out <= kMostDerivatives);
     // A row that rewrites its inputs would run again on what it wrote: keep
     // them as given. Each is read on its own, as the caller wrote it: a wide
     // read across values written one by one would wait for the writes to
     // reach the cache.
-    double kept[RewritesInputs ? In : 1];
+    double kept[row.rewritesInputs != InputRewrite::Never ? In : 1];
     const double* given = inputs;
-    if constexpr (RewritesInputs) {
-      const volatile double* written = inputs;
-      for (std::size_t j = 0; j < In; ++j) kept[j] = written[j];
-      given = kept;
+    if constexpr (row.rewritesInputs != InputRewrite::Never) {
+      if (row.rewritesInputs == InputRewrite::Always || params().changeData) {
+        const volatile double* written = inputs;
+        for (std::size_t j = 0; j < In; ++j) kept[j] = written[j];
+        given = kept;
+      }
     }
-    const int status = Compute(row, inputs, outputs, derivFlag, derivs);
-    if (!mayHoldNaN<Out>(outputs) && (derivFlag == 0 || !mayHoldNaN<In * Out>(derivs))) {
-      return status;
+    // The slopes to slack values, the trailing rows of the derivatives, are
+    // those of offsets added to outputs: the constants 1 and 0.
+    constexpr std::size_t Sloped = In - static_cast<std::size_t>(row.slackCount);
+    const int status = compute(row, inputs, outputs, derivFlag, derivs);
+    bool clear;
+    if constexpr (row.outputCount.count == nullptr) {
+      clear = !mayHoldNaN<Out>(outputs) && (derivFlag == 0 || !mayHoldNaN<Sloped * Out>(derivs));
+    } else {
+      static_assert(Sloped == In, "a row of a variable size has no slack values");
+      // Only what the configured count lets the row write (its derivatives
+      // are laid out by that count).
+      const std::size_t produced = producedOutputs(row.outputCount, Out);
+      clear = !mayHoldNaN(outputs, produced) &&
+              (derivFlag == 0 || !mayHoldNaN(derivs, In * produced));
     }
+    if (clear) return status;
     return reportComputedNaN(row, given, status, outputs, derivFlag, derivs);
   }
 }
