@@ -338,28 +338,24 @@ constexpr CoefficientRun kT20GaussCoefs[] = {single("P1", &P.t20Gaussian.p1),
 // ---- Evaluators -------------------------------------------------------------
 // Each unpacks the catalogue's flat input array x into the argument list of
 // its correlation, passing the row's unit byte; out receives the outputs and
-// d the input-major derivatives. What goes beyond that is an adapter of the
-// correlation's own subsystem.
+// d the input-major derivatives. A correlation of one output gives its value
+// (the missing value for status 1). What goes beyond that is an adapter of
+// the correlation's own subsystem.
 
 #define TARN_EVALUATOR(...)                                                            \
   []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] double* x,            \
      [[maybe_unused]] double* out, [[maybe_unused]] int flag,                           \
      [[maybe_unused]] double* d) -> int { __VA_ARGS__ }
-
-// Stores a single-valued result in outputs[0]: status 1 when it is the
-// missing value, else 0.
-inline int storeSingle(double* outputs, double result) {
-  outputs[0] = result;
-  return isMissing(result) ? 1 : 0;
-}
+#define TARN_VALUE(...)                                                                \
+  []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] const double* x,      \
+     [[maybe_unused]] int flag, [[maybe_unused]] double* d) -> double { __VA_ARGS__ }
 
 // One input, one output, no unit: f(x0, flag, d).
 template <double (*F)(double, int, double*)>
-constexpr Evaluator kPlain = TARN_EVALUATOR(return storeSingle(out, F(x[0], flag, d)););
+constexpr SingleValue kPlain = TARN_VALUE(return F(x[0], flag, d););
 // One temperature in or out: f(unit, x0, flag, d).
 template <double (*F)(char, double, int, double*)>
-constexpr Evaluator kWithUnit =
-    TARN_EVALUATOR(return storeSingle(out, F(unitOf(row), x[0], flag, d)););
+constexpr SingleValue kWithUnit = TARN_VALUE(return F(unitOf(row), x[0], flag, d););
 
 // A catalogue adapter of the correlation's subsystem, with the unit and
 // method of the row's settings source.
@@ -378,41 +374,41 @@ constexpr Evaluator kToPercentOff = TARN_EVALUATOR(
 // T10INDEX, T50INDEX, T90INDEX: the three-point index which (0, 1, 2), with
 // forward-difference slopes only when asked for.
 template <int Which>
-constexpr Evaluator kThreePointIndex = TARN_EVALUATOR(
-    return storeSingle(out, gfx_D86BV1(Which, unitOf(row), x[0], x[1], x[2], flag ? d : nullptr)););
+constexpr SingleValue kThreePointIndex =
+    TARN_VALUE(return gfx_D86BV1(Which, unitOf(row), x[0], x[1], x[2], flag ? d : nullptr););
 
-constexpr Evaluator kEvaluateTvl =
-    TARN_EVALUATOR(return storeSingle(out, gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateTvl2 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_TVL2(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
+constexpr SingleValue kEvaluateTvl =
+    TARN_VALUE(return gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateTvl2 =
+    TARN_VALUE(return gfx_TVL2(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
 // The pressure byte 'K' (75) means kPa: this row has no unit flag of its own.
-constexpr Evaluator kEvaluateVaporLock =
-    TARN_EVALUATOR(return storeSingle(out, gfx_VaporLockIndex(flag, 'K', x[0], x[1], d)););
+constexpr SingleValue kEvaluateVaporLock =
+    TARN_VALUE(return gfx_VaporLockIndex(flag, 'K', x[0], x[1], d););
 constexpr Evaluator kEvaluateEvaporative =
     TARN_EVALUATOR(return gfx_Evaporative(flag, x, out, d););
-constexpr Evaluator kEvaluateT20Gauss =
-    TARN_EVALUATOR(return storeSingle(out, gfx_T20Gaussian(x[0], x[1], flag, d)););
-constexpr Evaluator kEvaluateDriveability = TARN_EVALUATOR(
-    return storeSingle(out, gfx_DriveabilityIndex(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateDriveabilityE = TARN_EVALUATOR(
-    return storeSingle(out, gfx_DriveabilityIndexE(flag, unitOf(row), x[0], x[1], x[2], d,
-                                                   params().settings.driveabilityEohvol)););
-constexpr Evaluator kEvaluateCetane2 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex2(flag, unitOf(row), x[0], x[1], d)););
-constexpr Evaluator kEvaluateCetane4 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex4(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
-constexpr Evaluator kEvaluateCetane5 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex5(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
-constexpr Evaluator kEvaluateCetaneImprover = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneImprover(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateCfppImprover = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CFPPImprover(flag, unitOf(row), x[0], x[1], d)););
-constexpr Evaluator kEvaluateDon =
-    TARN_EVALUATOR(return storeSingle(out, gfx_DON(flag, x[0], x[1], d)););
+constexpr SingleValue kEvaluateT20Gauss =
+    TARN_VALUE(return gfx_T20Gaussian(x[0], x[1], flag, d););
+constexpr SingleValue kEvaluateDriveability =
+    TARN_VALUE(return gfx_DriveabilityIndex(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateDriveabilityE = TARN_VALUE(
+    return gfx_DriveabilityIndexE(flag, unitOf(row), x[0], x[1], x[2], d,
+                                  params().settings.driveabilityEohvol););
+constexpr SingleValue kEvaluateCetane2 =
+    TARN_VALUE(return gfx_CetaneIndex2(flag, unitOf(row), x[0], x[1], d););
+constexpr SingleValue kEvaluateCetane4 =
+    TARN_VALUE(return gfx_CetaneIndex4(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
+constexpr SingleValue kEvaluateCetane5 =
+    TARN_VALUE(return gfx_CetaneIndex5(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
+constexpr SingleValue kEvaluateCetaneImprover =
+    TARN_VALUE(return gfx_CetaneImprover(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateCfppImprover =
+    TARN_VALUE(return gfx_CFPPImprover(flag, unitOf(row), x[0], x[1], d););
+constexpr SingleValue kEvaluateDon = TARN_VALUE(return gfx_DON(flag, x[0], x[1], d););
 constexpr Evaluator kEvaluateE200E300 =
     TARN_EVALUATOR(return gfx_E200E300EPA(unitOf(row), x, out, flag, d););
 
 #undef TARN_EVALUATOR
+#undef TARN_VALUE
 
 // ---- Published sources ------------------------------------------------------
 // Where a correlation's form and constants were published. Rows without a
@@ -484,6 +480,9 @@ struct RowBuilder {
   constexpr RowBuilder by(Evaluator compute) const {
     return with(&CorrelationRow::compute, compute);
   }
+  constexpr RowBuilder by(SingleValue value) const {
+    return with(&CorrelationRow::value, value).by(&storeValue);
+  }
   constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
   // Writes into its input array: the oxygenate removals, the emission
   // adapters' missing inputs, the filling of missing 30 % and 70 % points;
@@ -505,7 +504,7 @@ struct RowBuilder {
 
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
-  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr,
+  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, nullptr,
            InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
 }
 
@@ -542,7 +541,7 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>)
         .rewritesInputs().from(kEpaComplex),
     row<8>("RVP", kIndexToProperty).in(kRvpIndex).out(kRvp).kind(kRvpKind)
-        .coefficients(kRvpCoefs).by(kAdapter<props::rvpCatalogueAdapter>).from(kNoSource),
+        .coefficients(kRvpCoefs).by(kPlain<props::rvpOfCatalogueIndex>).from(kNoSource),
     row<9>("RVPINDEX", kPropertyToIndex).in(kRvp).out(kRvpIndex).pair(8)
         .coefficients(kRvpCoefs).by(kPlain<gfx_RVPIndex>).from(kNoSource),
     row<10>("DRIVEABILITYINDEX", kGeneral).in(kT10T50T90).out(kDriveability)

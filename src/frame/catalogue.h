@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+#include "common/missing.h"
 #include "common/units.h"
 #include "params/params.h"
 
@@ -66,6 +67,11 @@ struct CorrelationRow;
 using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs,
                           int derivFlag, double* derivs);
 
+// A correlation of one output, computed as its value: the missing value is
+// its status 1.
+using SingleValue = double (*)(const CorrelationRow& row, const double* inputs, int derivFlag,
+                               double* derivs);
+
 // A row's evaluation under its NaN rule, its row bound in: what evaluation
 // by index calls once it has found the row. It takes the arguments of
 // gfx_tarnGenCalc as they come (index and direction are not read), so that
@@ -87,6 +93,7 @@ struct CorrelationRow {
   int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
   Evaluator compute;   // unpacks the inputs and calls the correlation
+  SingleValue value;   // the correlation of a one-output row (compute stores it), or null
   InputRewrite rewritesInputs;  // an evaluation on copies needs the inputs kept when they may change
   NaNRule nanRule;
   RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
@@ -95,6 +102,15 @@ struct CorrelationRow {
 };
 
 inline constexpr int kCatalogueSize = kCorrelationCount;
+
+// The evaluation of a row computed as a value: the value in outputs[0],
+// status 1 when it is the missing value.
+inline int storeValue(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
+                      double* derivs) {
+  const double result = row.value(row, inputs, derivFlag, derivs);
+  outputs[0] = result;
+  return isMissing(result) ? 1 : 0;
+}
 
 // The table itself (catalogue.cpp). Every row has a type from -7 to -4
 // (checked where the table is built).

@@ -40,38 +40,39 @@ inline void foldLanes(double* lane) {
 
 // False when none of the N values is NaN. Their sum is NaN when one of them
 // is; infinities of both signs may make it NaN as well, which only costs the
-// careful look that follows. Long arrays (the derivatives of the blend
-// models) are summed in up to sixteen running sums, so that the additions do
-// not wait on one another. Each sum takes its own stretch of the array, one
-// value at a time: the row has just written these values one by one, and a
-// read spanning two of them would wait for the writes to reach the cache.
+// careful look that follows. Up to 31 values are added in one chain, one
+// read each: the row has just written them one by one, and a wide read
+// spanning two of them would wait for the writes to reach the cache. Longer
+// arrays (the derivatives of the blend models) go into sixteen running
+// sums, lane l taking every value whose position is l modulo 16, so that
+// the additions do not wait on one another.
 template <std::size_t N>
 inline bool mayHoldNaN(const double* values) {
-  constexpr std::size_t kLanes = N >= 32 ? 16 : N >= 8 ? 4 : 1;
-  constexpr std::size_t kStretch = N / kLanes;
   if constexpr (N == 0) {
     return false;
+  } else if constexpr (N < 32) {
+    double sum = values[0];
+    for (std::size_t i = 1; i < N; ++i) sum += values[i];
+    return std::isnan(sum);
   } else {
+    constexpr std::size_t kLanes = 16;
+    constexpr std::size_t kWhole = N - N % kLanes;  // the values every lane has its share of
     double lane[kLanes];
-    for (std::size_t l = 0; l < kLanes; ++l) lane[l] = values[l * kStretch];
-    for (std::size_t i = 1; i < kStretch; ++i) {
-      for (std::size_t l = 0; l < kLanes; ++l) lane[l] += values[l * kStretch + i];
+    for (std::size_t l = 0; l < kLanes; ++l) lane[l] = values[l];
+    for (std::size_t i = kLanes; i < kWhole; i += kLanes) {
+      for (std::size_t l = 0; l < kLanes; ++l) lane[l] += values[i + l];
     }
-    for (std::size_t i = kLanes * kStretch; i < N; ++i) lane[0] += values[i];
+    for (std::size_t l = 0; l < N - kWhole; ++l) lane[l] += values[kWhole + l];
     foldLanes<kLanes / 2>(lane);
     return std::isnan(lane[0]);
   }
 }
 
-// The same for a count known only at run time.
+// The same for a count known only at run time, in one chain.
 inline bool mayHoldNaN(const double* values, std::size_t count) {
-  const std::size_t stretch = count / 4;
-  double lane[4] = {0.0, 0.0, 0.0, 0.0};
-  for (std::size_t i = 0; i < stretch; ++i) {
-    for (std::size_t l = 0; l < 4; ++l) lane[l] += values[l * stretch + i];
-  }
-  for (std::size_t i = 4 * stretch; i < count; ++i) lane[0] += values[i];
-  return std::isnan((lane[0] + lane[1]) + (lane[2] + lane[3]));
+  double sum = 0.0;
+  for (std::size_t i = 0; i < count; ++i) sum += values[i];
+  return std::isnan(sum);
 }
 
 // The outputs a row of a variable size writes: its configured count while
@@ -117,6 +118,17 @@ int evaluateUnderNaNRule(double* inputs, double* outputs, int derivFlag, double*
     // The slopes to slack values, the trailing rows of the derivatives, are
     // those of offsets added to outputs: the constants 1 and 0.
     constexpr std::size_t Sloped = In - static_cast<std::size_t>(row.slackCount);
+    if constexpr (row.value != nullptr) {
+      // One comparison finds both the missing value (status 1) and NaN.
+      constexpr SingleValue value = row.value;
+      const double result = value(row, inputs, derivFlag, derivs);
+      outputs[0] = result;
+      const bool slopesClear = derivFlag == 0 || !mayHoldNaN<Sloped>(derivs);
+      if (result < kMissing && slopesClear) return 0;
+      const int status = isMissing(result) ? 1 : 0;
+      if (!std::isnan(result) && slopesClear) return status;
+      return reportComputedNaN(row, given, status, outputs, derivFlag, derivs);
+    }
     const int status = compute(row, inputs, outputs, derivFlag, derivs);
     bool clear;
     if constexpr (row.outputCount.count == nullptr) {
