@@ -1,12 +1,14 @@
 #!/usr/bin/python3
 """Turns the JSON output of tarn_bench (Google Benchmark) into BENCHMARKS.md.
 
-usage: report.py BENCH_JSON [PYTHON_JSON] > BENCHMARKS.md
+usage: report.py BENCH_JSON [PYTHON_JSON] [--before EARLIER_BENCH_JSON] > BENCHMARKS.md
 
 BENCH_JSON is written by build/bench/tarn_bench with --benchmark_out; every
 figure is the median CPU time over the repetitions of that run. PYTHON_JSON,
 when given, is written by bench/python_batch.py (the Python package against
-the same formulas in plain Python) and adds the Python rows.
+the same formulas in plain Python) and adds the Python rows. An earlier run
+of tarn_bench (--before) adds the speed-ups of the heaviest calls against it,
+and the targets set on them.
 """
 
 import json
@@ -24,7 +26,12 @@ SINGLE_INPUT_TARGET = 1.15
 D86_ROW_TARGET = 1.2
 PYTHON_TARGET = 3.0
 BLEND_MODEL_TARGET_US = 1000.0
+OPTIMIZE_TARGET_MS = 50.0
 PYTHON_EVALUATE_TARGET_NS = 3000.0
+# Speed-ups against an earlier run: gfx_D86 with derivatives by blend size,
+# and the EPA model with derivatives.
+D86_SPEEDUP_TARGETS = {20: 4.0, 50: 5.0}
+EPA_SPEEDUP_TARGET = 1.25
 
 REPRODUCE = """\
 ```sh
@@ -34,7 +41,10 @@ build/bench/tarn_bench --benchmark_repetitions=9 --benchmark_min_time=0.1 \\
     --benchmark_out=build/bench.json --benchmark_out_format=json
 /usr/bin/python3 bench/python_batch.py --out build/python_batch.json
 /usr/bin/python3 bench/report.py build/bench.json build/python_batch.json > BENCHMARKS.md
-```"""
+```
+
+Add `--before EARLIER_BENCH_JSON` (a run of an earlier build, same command) for the speed-ups
+against it."""
 
 
 def load(path):
@@ -116,7 +126,28 @@ def arg(name, key):
     return None
 
 
+def d86_derivatives(m):
+    """{n: gfx_D86 with derivatives, ns} of a run."""
+    return {arg(name, "n"): e["run"].get("derivatives_ns") for name, e in m.items()
+            if name.startswith("BM_D86/")}
+
+
+def paired(m, name, side):
+    entry = m.get(name)
+    return entry["run"].get(side + "_ns") if entry else None
+
+
+def speedup(before, after):
+    return before / after if before and after else None
+
+
 def main(argv):
+    earlier, earlier_context = None, {}
+    if "--before" in argv:
+        at = argv.index("--before")
+        earlier_report = load(argv[at + 1])
+        earlier, earlier_context = medians(earlier_report), earlier_report.get("context", {})
+        argv = argv[:at] + argv[at + 2:]
     if len(argv) < 2:
         sys.exit(__doc__)
     report = load(argv[1])
@@ -184,6 +215,18 @@ def main(argv):
         target_rows.append(("gfx_D86: cost per derivative row / one blend without derivatives",
                             f"≤ {D86_ROW_TARGET}", f"{worst:.2f} (worst over n)",
                             "met" if worst <= D86_ROW_TARGET else "not met"))
+    if earlier is not None:
+        now, then = d86_derivatives(m), d86_derivatives(earlier)
+        for n, goal in D86_SPEEDUP_TARGETS.items():
+            ratio = speedup(then.get(n), now.get(n))
+            if ratio is not None:
+                target_rows.append((f"gfx_D86 with derivatives, {n} components: earlier run / this run",
+                                    f"≥ {goal:g}", f"{ratio:.1f}", "met" if ratio >= goal else "not met"))
+        epa = "catalogue/emissions/EPA/derivatives"
+        ratio = speedup(paired(earlier, epa, "direct"), paired(m, epa, "direct"))
+        if ratio is not None:
+            target_rows.append(("EPA with derivatives: earlier run / this run", f"≥ {EPA_SPEEDUP_TARGET:g}",
+                                f"{ratio:.2f}", "met" if ratio >= EPA_SPEEDUP_TARGET else "not met"))
     c_batch = batch_ns(m, "BM_RvpIndexBatch/", 0)
     py_batch = batch_ns(python, "python/batch/numpy", 0) or batch_ns(python, "python/batch/", 0)
     if c_batch and py_batch:
@@ -203,6 +246,14 @@ def main(argv):
         target_rows.append(("Blend model, 10 components, every property with all derivatives",
                             f"< {BLEND_MODEL_TARGET_US:.0f} µs", fmt_ns(blend_model[1]),
                             "met" if us < BLEND_MODEL_TARGET_US else "not met"))
+    pools = {arg(name, "starts"): entry for name, entry in m.items()
+             if name.startswith("BM_OptimizeGasolinePool/")}
+    for starts, pool in sorted(pools.items(), reverse=True):
+        ms = pool["ns"] / 1e6
+        target_rows.append((f"Blend optimiser, 10 components, two products, 16 limits each, per solve "
+                            f"({'two starts, the default' if starts == 2 else 'one start'})",
+                            f"< {OPTIMIZE_TARGET_MS:.0f} ms", f"{ms:.1f} ms",
+                            "met" if ms < OPTIMIZE_TARGET_MS else "not met"))
     say(table(["target", "goal", "this run", ""], target_rows) + "\n")
 
     # ---- catalogue ----------------------------------------------------------
@@ -245,6 +296,32 @@ def main(argv):
         say(table(["values", "with derivatives", "with/without"],
                   [(fmt_ns(blend_model.get(0)), fmt_ns(blend_model.get(1)),
                     fmt_ratio(blend_model.get(1), blend_model.get(0)))]) + "\n")
+    if earlier is not None:
+        load_before = earlier_context.get("load_avg")
+        say(f"Against the earlier run (`--before`, run {earlier_context.get('date', '?')}"
+            + (f", load average {', '.join(f'{x:.1f}' for x in load_before)}" if load_before else "")
+            + "): the heaviest calls, each side the median of its own run, so the ratios carry the "
+            "difference in the machine's load between the runs.\n")
+        now, then = d86_derivatives(m), d86_derivatives(earlier)
+        lines = [(f"gfx_D86 with derivatives, n = {n}", fmt_ns(then.get(n)), fmt_ns(now.get(n)),
+                  fmt_x(speedup(then.get(n), now.get(n)))) for n in sorted(now)]
+        for ident in ("EPA", "VISCOSITYINDEX1", "VISCOSITY1"):
+            family = "emissions" if ident == "EPA" else "props"
+            for mode in ("values", "derivatives"):
+                name = f"catalogue/{family}/{ident}/{mode}"
+                before, after = paired(earlier, name, "direct"), paired(m, name, "direct")
+                lines.append((f"{ident}, {mode} (direct call)", fmt_ns(before), fmt_ns(after),
+                              fmt_x(speedup(before, after))))
+        say(table(["call", "earlier run", "this run", "speed-up"], lines) + "\n")
+    if pools:
+        say("The blend optimiser (`tarnblend_problem_solve`): ten streams shared by a regular and a "
+            "premium gasoline, 16 limits each (volatility, distillation points, octanes, "
+            "composition), greatest margin; by default IPOPT runs from two starts (the "
+            "proportional one and an even split) and the better optimum is kept, "
+            "`tarnblend_problem_set_starts(problem, 1)` runs the first only.\n")
+        say(table(["starts", "per solve", "IPOPT iterations per solve"],
+                  [(starts, fmt_ns(pool["ns"]), f"{pool['run'].get('iterations', 0):.0f}")
+                   for starts, pool in sorted(pools.items(), reverse=True)]) + "\n")
     find = sorted((arg(name, "n"), e["ns"]) for name, e in m.items()
                   if name.startswith("BM_FindPoints/"))
     if find:

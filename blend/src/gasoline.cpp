@@ -224,7 +224,7 @@ void carbModel(Engine& e) {
   const double kept[8] = {in[0], in[1], in[2], in[3], in[4], in[5], in[6], in[7]};
   const Operand operands[8] = {{P::RVP}, {P::T50, t}, {P::T90, t}, {P::ARO},
                                {P::OLF}, {P::OXY}, {P::SUL, kPpmPerWeightPercent}, {P::BNZ}};
-  double out[3], d[24] = {0};
+  double out[3] = {0}, d[24] = {0};  // libtarn reads the output array before writing it
   if (!emissionModel(e, "CARB", in, 8, outputs, 3, out, d)) return;
   for (int k = 0; k < 3; ++k) {
     e.set(outputs[k], out[k]);
@@ -254,7 +254,7 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
   const Operand operands[11] = {oxygen.epaOperands[0], oxygen.epaOperands[1], oxygen.epaOperands[2],
                                 oxygen.epaOperands[3], {P::SUL, kPpmPerWeightPercent}, {P::RVP}, {P::E200},
                                 {P::E300}, {P::ARO}, {P::OLF}, {P::BNZ}};
-  double out[5], d[55] = {0};
+  double out[5] = {0}, d[55] = {0};  // libtarn reads the output array before writing it
   if (!emissionModel(e, "EPA", in, 11, outputs, 5, out, d)) return;
   for (int k = 0; k < 5; ++k) {
     e.set(outputs[k], out[k]);

@@ -113,8 +113,11 @@ TARN_API int TARN_CALL gfx_ETHYLSR_REV(char unit, const double* tbp, double* d86
 /* Blend of n D86 curves (curves n x 7, fractions n summing to 1) into out (7),
  * held inside the lowest IBP and highest FBP of the components whose fraction
  * is at least MinVol. With derivFlag set (and derivs given), derivs holds per
- * component 8 rows of 7: the fraction, then each of its seven points (a
- * fraction row whose step takes the sum out of (0.999, 1.001) is 0). Returns
+ * component 8 rows of 7: the fraction, then each of its seven points,
+ * forward differences with step |x| DDelta (a fraction row whose step takes
+ * the sum out of (0.999, 1.001) is 0). The rows keep the IBP and FBP limits
+ * of the unperturbed curves: raising the FBP that holds the blend's FBP gives
+ * 0 in that entry, not 1. Returns
  * 0; 1 for n < 1, a null array, an out-of-order curve (ChangeData off), a
  * method above 5 or below 0, fractions that do not sum to 1, or a blended TBP
  * curve the reverse method rejects; with derivatives, the status of the last

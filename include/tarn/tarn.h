@@ -177,7 +177,12 @@ TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
 /* ---- Evaluation by index ------------------------------------------------ */
 /* inputs hold one value per input property and outputs receive one per
  * output property, in catalogue order. derivs receives the derivatives
- * input-major: entry (input j, output k) at j * outputCount + k. It may be
+ * input-major: entry (input j, output k) at j * outputCount + k, except for
+ * MTMF, whose eight entries are, in order, dTRON/dRON, dTMON/dOLE,
+ * dTMON/dRON, dTRON/dOLE, dTRON/dARO, dTMON/dARO, dTRON/dMON, dTMON/dMON.
+ * docs/derivatives.md says for every correlation how its derivatives are
+ * obtained (analytic, forward or central differences, with their steps) and
+ * where they deliberately differ from the slope of the outputs. It may be
  * null when derivFlag is 0, except that MTMF and MTMR (8 entries) and
  * CT10BLEND..CRVP (3 entries) write into it whatever the flag, and
  * D86TOPERCENTOFF and CD86FROMPERCENTOFF fill all of it whenever it is given:

@@ -17,143 +17,69 @@
 namespace tarn::distill {
 namespace {
 
-// Bracket start values: any real curve lies inside them.
-constexpr double kBracketLow = 9999.0;
-constexpr double kBracketHigh = -9999.0;
 // Window for the sum of the fractions.
 constexpr double kSumLow = 0.999;
 constexpr double kSumHigh = 1.001;
-constexpr int kMaxEvaluations = 100;
 constexpr double kSmallestTolerance = 1e-14;
-constexpr double kAllEvaporated = 100.0;
-
-// Percent evaporated at t on a strictly increasing curve, from its segment
-// slopes: the same arithmetic as percentAtTemperature, with each quotient
-// formed once per search.
-double percentFromShape(const double* curve, const double* grid, const ComponentShape& shape,
-                        double t) {
-  constexpr int last = kCurvePoints - 1;
-  if (t < curve[0]) return clampPercent(grid[0] + shape.slope[0] * (t - curve[0]));
-  if (t >= curve[last]) {
-    return clampPercent(grid[last - 1] + shape.slope[last - 1] * (t - curve[last - 1]));
-  }
-  for (int k = 1; k < kCurvePoints; ++k) {
-    if (t <= curve[k]) return shape.slope[k - 1] * (t - curve[k - 1]) + grid[k - 1];
-  }
-  return std::numeric_limits<double>::quiet_NaN();  // only a NaN temperature gets here
-}
-
-class BlendPercent {
- public:
-  BlendPercent(int n, const double* curves, const double* fractions, const double* grid,
-               double divisor, const ComponentShape* shapes)
-      : n_(n),
-        curves_(curves),
-        fractions_(fractions),
-        grid_(grid),
-        divisor_(divisor),
-        shapes_(shapes) {}
-
-  // Blended percent evaporated at temperature t. A component whose curve is
-  // not strictly increasing adds fraction x 1e30: one bad curve spoils the
-  // blend instead of failing it (intended).
-  double operator()(double t) const {
-    double sum = 0.0;
-    for (int i = 0; i < n_; ++i) {
-      const double* curve = curves_ + static_cast<long>(i) * kCurvePoints;
-      double percent;
-      if (shapes_ != nullptr) {
-        percent = shapes_[i].increasing ? percentFromShape(curve, grid_, shapes_[i], t) : kMissing;
-      } else {
-        percent = isStrictlyIncreasing(curve, kCurvePoints)
-                      ? percentAtTemperature(curve, grid_, kCurvePoints, t)
-                      : kMissing;
-      }
-      sum += fractions_[i] * percent;
-    }
-    return sum / divisor_;
-  }
-
- private:
-  int n_;
-  const double* curves_;
-  const double* fractions_;
-  const double* grid_;
-  double divisor_;
-  const ComponentShape* shapes_;  // per component, or null to work out at each call
-};
-
-// Temperature in [lo, hi] at which the blend reaches percent q. Ends on the
-// bracket width, on the evaluation count or on the percent tolerance, and
-// answers the last midpoint rather than the last evaluated point (intended,
-// also when the evaluated point already met the target).
-double bisect(const BlendPercent& percentAt, double q, double lo, double hi, double tol,
-              double percentTol) {
-  double t = (lo + hi) / 2.0;
-  if (std::fabs(q) <= percentTol) return t;
-  int evaluations = 0;
-  double p = 0.0;
-  do {
-    if (hi - lo < tol || evaluations == kMaxEvaluations) break;
-    p = percentAt(t);
-    ++evaluations;
-    if (q > p) {
-      lo = t;
-    } else if (p > q) {
-      hi = t;
-    }
-    t = (lo + hi) / 2.0;
-  } while (std::fabs(p - q) > percentTol);
-  return t;
-}
 
 }  // namespace
 
-int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
-                     FractionRule rule, ComponentShape* shapes) {
-  const GenericD86Params& settings = params().genericD86;
-  const double tol = std::max(kSmallestTolerance, settings.bTol);
-  double grid[kCurvePoints];
-  std::copy(percentGrid(), percentGrid() + kCurvePoints, grid);
+void describeShape(const double* curve, const double* grid, ComponentShape& shape) {
+  shape.increasing = isStrictlyIncreasing(curve, kCurvePoints);
+  for (int k = 1; k < kCurvePoints; ++k) {
+    shape.slope[k - 1] = (grid[k] - grid[k - 1]) / (curve[k] - curve[k - 1]);
+  }
+}
 
-  double tlo = kBracketLow, thi = kBracketHigh, total = 0.0;
+bool widensLimits(double fraction) {
+  return fraction > 0.0 && fraction > params().genericD86.minVol;
+}
+
+SearchLimits searchLimits(int n, const double* curves, const double* fractions) {
+  SearchLimits limits;
   for (int i = 0; i < n; ++i) {
     const double* curve = curves + static_cast<long>(i) * kCurvePoints;
-    if (fractions[i] > 0.0) {
-      total += fractions[i];
-      if (fractions[i] > settings.minVol) {
-        tlo = std::min(tlo, curve[kIbp]);
-        thi = std::max(thi, curve[kFbp]);
-      }
+    if (fractions[i] > 0.0) limits.total += fractions[i];
+    if (widensLimits(fractions[i])) {
+      limits.low = std::min(limits.low, curve[kIbp]);
+      limits.high = std::max(limits.high, curve[kFbp]);
     }
   }
+  setTolerances(limits);
+  return limits;
+}
+
+void setTolerances(SearchLimits& limits) {
+  limits.tol = std::max(kSmallestTolerance, params().genericD86.bTol);
+  limits.percentTol = std::fabs(limits.high - limits.low) * limits.tol;
+}
+
+bool totalInWindow(double total) { return kSumLow < total && total < kSumHigh; }
+
+int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
+                     FractionRule rule, ComponentShape* shapes) {
+  double grid[kCurvePoints];
+  std::copy(percentGrid(), percentGrid() + kCurvePoints, grid);
+  const SearchLimits limits = searchLimits(n, curves, fractions);
   double divisor = 1.0;
   if (rule == FractionRule::Normalised) {
-    if (!(kSumLow < total && total < kSumHigh)) return 1;
-    divisor = total;
+    if (!totalInWindow(limits.total)) return 1;
+    divisor = limits.total;
   }
-
   if (shapes != nullptr) {
     for (int i = 0; i < n; ++i) {
-      const double* curve = curves + static_cast<long>(i) * kCurvePoints;
-      shapes[i].increasing = isStrictlyIncreasing(curve, kCurvePoints);
-      for (int k = 1; k < kCurvePoints; ++k) {
-        shapes[i].slope[k - 1] = (grid[k] - grid[k - 1]) / (curve[k] - curve[k - 1]);
-      }
+      describeShape(curves + static_cast<long>(i) * kCurvePoints, grid, shapes[i]);
     }
   }
   // Components with a zero or negative fraction still enter the sum.
   const BlendPercent percentAt(n, curves, fractions, grid, divisor, shapes);
-  const double percentTol = std::fabs(thi - tlo) * tol;
   double points[kCurvePoints];
-  points[kIbp] = grid[kIbp] > 0.0 ? bisect(percentAt, grid[kIbp], tlo, thi, tol, percentTol) : tlo;
-  points[kFbp] = grid[kFbp] < kAllEvaporated
-                     ? bisect(percentAt, grid[kFbp], tlo, thi, tol, percentTol)
-                     : thi;
-  // Each inner point is searched upwards from the one below it.
-  for (int k = 1; k < kFbp; ++k) {
-    points[k] = bisect(percentAt, grid[k], points[k - 1], thi, tol, percentTol);
-  }
+  searchBlendPoints(
+      grid, limits,
+      [&](double q, double lo, double hi, int) {
+        return bisectPercent(percentAt, q, lo, hi, limits.tol, limits.percentTol);
+      },
+      points);
   std::copy(points, points + kCurvePoints, out);
   return 0;
 }

@@ -1,13 +1,15 @@
 // gfx_D86: the volume blend of several D86 curves. Each curve is converted
 // to a TBP curve, the TBP curves are blended by volume, and the blend is
 // converted back; derivatives come from forward differences that reuse the
-// unperturbed TBP curves and allocate nothing per row.
+// unperturbed TBP curves, and whose blends (BlendRows) read only the changed
+// component's curve at most steps of their search.
 #include <algorithm>
 #include <cmath>
 
 #include "common/guard.h"
 #include "common/scratch.h"
 #include "distill/blend_points.h"
+#include "distill/blend_rows.h"
 #include "distill/conversion.h"
 #include "distill/curve.h"
 #include "distill/curve_repair.h"
@@ -52,32 +54,30 @@ void clamp(double* curve, const Bracket& b) {
   curve[kFbp] = std::min(curve[kFbp], b.high);
 }
 
-struct Blend {
-  int n;
-  ComponentShape* shapes;     // scratch for the blend search
-  const double* fractions;    // the working copy (one entry perturbed per fraction row)
-  double* curves;             // the caller's D86 curves
-  const double* tbp;          // n TBP curves
+// One derivative row: the blend with one component changed, converted back,
+// clamped, as (perturbed - base)/h. A blend whose fractions miss the window
+// keeps the unperturbed blend, so that row comes out 0 (intended).
+struct Rows {
+  BlendRows* blends;
+  const double* blended;  // the unperturbed blend, TBP
+  const double* base;     // and D86
   const ConversionMethod* method;
   char unit;
+  Bracket bracket;        // of the unperturbed blend
 };
 
-// One derivative row: blends the TBP curves as they stand, converts back,
-// clamps, and writes (perturbed - base)/h. A blend whose fractions miss the
-// window keeps the unperturbed blend, so that row comes out 0 (intended).
-int derivativeRow(const Blend& blend, const double* baseBlend, const double* base, double h,
-                  double* row) {
+int derivativeRow(const Rows& rows, int component, double h, double* row) {
   double blended[kCurvePoints];
-  std::copy(baseBlend, baseBlend + kCurvePoints, blended);
-  blendCurvePoints(blend.n, blend.tbp, blend.fractions, blended, FractionRule::Normalised,
-                   blend.shapes);
+  std::copy(rows.blended, rows.blended + kCurvePoints, blended);
+  rows.blends->blend(component, blended);
   double perturbed[kCurvePoints];
-  std::copy(base, base + kCurvePoints, perturbed);
-  const int status = blend.method->reverse(blend.unit, blended, perturbed);
-  // The clamp follows the perturbed inputs, so the IBP and FBP rows are the
-  // derivatives of the blend as a whole.
-  if (status == 0) clamp(perturbed, d86Bracket(blend.n, blend.fractions, blend.curves));
-  for (int j = 0; j < kCurvePoints; ++j) row[j] = (perturbed[j] - base[j]) / h;
+  std::copy(rows.base, rows.base + kCurvePoints, perturbed);
+  const int status = rows.method->reverse(rows.unit, blended, perturbed);
+  // The clamp keeps the bracket of the unperturbed blend: a perturbed IBP or
+  // FBP does not move its own limit, so where the limit is active the row
+  // shows the reverse conversion's slope on one side and 0 on the other.
+  if (status == 0) clamp(perturbed, rows.bracket);
+  for (int j = 0; j < kCurvePoints; ++j) row[j] = (perturbed[j] - rows.base[j]) / h;
   return status;
 }
 
@@ -121,14 +121,15 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
   std::copy(base, base + kCurvePoints, out);
   if (derivFlag == 0 || derivs == nullptr) return 0;
 
-  const Blend blend{n, shapes.data(), workFractions, curves, tbp, method, unit};
+  BlendRows blends(n, tbp, workFractions, shapes.data(), blended);
+  const Rows rows{&blends, blended, base, method, unit, bracket};
   for (int i = 0; i < n; ++i) {
-    double* rows = derivs + static_cast<std::size_t>(i) * 8 * kCurvePoints;
+    double* block = derivs + static_cast<std::size_t>(i) * 8 * kCurvePoints;
     // Row 0: the fraction, on the unchanged TBP curves.
     const double fraction = workFractions[i];
     double h = differenceStep(fraction, step);
     workFractions[i] = fraction + h;
-    status = derivativeRow(blend, blended, base, h, rows);
+    status = derivativeRow(rows, i, h, block);
     workFractions[i] = fraction;
 
     // Rows 1..7: the points; only this component is converted again.
@@ -141,7 +142,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
       h = differenceStep(x, step);
       curve[p] = x + h;
       convertForwardOrKeep(*method, unit, curve, componentTbp);
-      status = derivativeRow(blend, blended, base, h, rows + (p + 1) * kCurvePoints);
+      status = derivativeRow(rows, i, h, block + (p + 1) * kCurvePoints);
       curve[p] = x;
       std::copy(savedTbp, savedTbp + kCurvePoints, componentTbp);
     }

@@ -99,10 +99,16 @@ double exponent(const Equation& eq, const Fuel& f) {
   return sum;
 }
 
-// exp(x(target)) / exp(x(baseline)).
-double ratioToBaseline(const Equation& eq, const Fuel& target, const Fuel& baseline) {
-  return std::exp(exponent(eq, target) - exponent(eq, baseline));
+// exp(x(target)) / exp(x(baseline)), given the baseline's exponent.
+double ratioToBaseline(const Equation& eq, const Fuel& target, double baselineExponent) {
+  return std::exp(exponent(eq, target) - baselineExponent);
 }
+
+// The exponents of one pair of equations (normal and higher emitters) at the
+// baseline fuel.
+struct BaselinePair {
+  double normal, higher;
+};
 
 using T = FuelTerm;
 
@@ -160,7 +166,7 @@ constexpr Weights kVocWeights[2] = {{0.52, 0.48}, {0.444, 0.556}};
 constexpr Weights kNoxWeights[2] = {{0.82, 0.18}, {0.738, 0.262}};
 
 // Percent change of exhaust VOC against the baseline fuel.
-double exhaustVocChange(const Fuel& target, const Fuel& baseline, int phase) {
+double exhaustVocChange(const Fuel& target, const BaselinePair& baseline, int phase) {
   const VocLimits& lim = kVocLimits[phase - 1];
   Fuel edge = target;
   double dE200 = 0.0, dE300 = 0.0, dAromatics = 0.0;
@@ -202,8 +208,8 @@ double exhaustVocChange(const Fuel& target, const Fuel& baseline, int phase) {
            (s.e300PerE300 * edge.e300 + s.e300Constant + s.e300PerAromatics * edge.aromatics) * dE300 +
            (s.aromaticsPerE300 * edge.e300 + s.aromaticsConstant) * dAromatics;
   };
-  const double n = ratioToBaseline(equation(kVocNormal), edge, baseline);
-  const double h = ratioToBaseline(equation(kVocHigher), edge, baseline);
+  const double n = ratioToBaseline(equation(kVocNormal), edge, baseline.normal);
+  const double h = ratioToBaseline(equation(kVocHigher), edge, baseline.higher);
   const Weights& w = kVocWeights[phase - 1];
   return 100.0 * w.normal * (n - 1.0) + 100.0 * w.higher * (h - 1.0) +
          100.0 * w.normal * n * extrapolation(kVocNormalSlopes) +
@@ -243,7 +249,7 @@ constexpr double kNoxSulfurFloor = 10.0;
 constexpr double kNoxSulfurCeiling = 450.0;
 constexpr double kE300Cap = 95.0;  // NOx and toxics evaluate higher E300 here
 
-double noxChange(const Fuel& target, const Fuel& baseline, int phase) {
+double noxChange(const Fuel& target, const BaselinePair& baseline, int phase) {
   Fuel edge = target;
   double dSulfur = 0.0, dAromatics = 0.0, dOlefins = 0.0;
 
@@ -275,8 +281,8 @@ double noxChange(const Fuel& target, const Fuel& baseline, int phase) {
            (s.aromaticsPerAromatics * edge.aromatics + s.aromaticsConstant) * dAromatics +
            (s.olefinsPerOlefins * edge.olefins + s.olefinsConstant) * dOlefins;
   };
-  const double n = ratioToBaseline(equation(kNoxNormal), edge, baseline);
-  const double h = ratioToBaseline(equation(kNoxHigher), edge, baseline);
+  const double n = ratioToBaseline(equation(kNoxNormal), edge, baseline.normal);
+  const double h = ratioToBaseline(equation(kNoxHigher), edge, baseline.higher);
   const Weights& w = kNoxWeights[phase - 1];
   return 100.0 * w.normal * (n - 1.0) + 100.0 * w.higher * (h - 1.0) +
          100.0 * w.normal * n * extrapolation(kNoxNormalSlopes) +
@@ -326,10 +332,46 @@ constexpr ToxicSpecies kToxics[4] = {
 // Polycyclic organic matter per unit of modelled exhaust VOC (both mg/mile).
 constexpr double kPomPerExhaustVoc = 0.003355;
 
-double toxicChange(const ToxicSpecies& species, const Fuel& target, const Fuel& baseline, int phase) {
+double toxicChange(const ToxicSpecies& species, const Fuel& target, const BaselinePair& baseline,
+                   int phase) {
   const Weights& w = kVocWeights[phase - 1];
-  return 100.0 * (w.normal * ratioToBaseline(species.normal, target, baseline) +
-                  w.higher * ratioToBaseline(species.higher, target, baseline) - 1.0);
+  return 100.0 * (w.normal * ratioToBaseline(species.normal, target, baseline.normal) +
+                  w.higher * ratioToBaseline(species.higher, target, baseline.higher) - 1.0);
+}
+
+// ---- The baseline fuel's exponents ------------------------------------------
+
+// Every exhaust equation at the baseline fuel of a season (in winter with the
+// exhaust RVP every equation sees). The model reads no settings, so these
+// depend on the season alone: each season's are worked out once, on first
+// use, instead of at each of the 23 evaluations behind one set of
+// sensitivities.
+struct BaselineExponents {
+  BaselinePair voc, nox, toxic[4];
+};
+
+BaselineExponents exponentsAt(const Fuel& baseline) {
+  const auto pair = [&baseline](const Equation& normal, const Equation& higher) {
+    return BaselinePair{exponent(normal, baseline), exponent(higher, baseline)};
+  };
+  BaselineExponents e{};
+  e.voc = pair(equation(kVocNormal), equation(kVocHigher));
+  e.nox = pair(equation(kNoxNormal), equation(kNoxHigher));
+  for (int i = 0; i < 4; ++i) e.toxic[i] = pair(kToxics[i].normal, kToxics[i].higher);
+  return e;
+}
+
+Fuel baselineFuel(bool winter) {
+  if (!winter) return kSummerBaseline;
+  Fuel f = kWinterBaseline;
+  f.rvp = kWinterExhaustRvp;
+  return f;
+}
+
+const BaselineExponents& baselineExponents(bool winter) {
+  static const BaselineExponents summer = exponentsAt(baselineFuel(false));
+  static const BaselineExponents inWinter = exponentsAt(baselineFuel(true));
+  return winter ? inWinter : summer;
 }
 
 // ---- Non-exhaust VOC and benzene (summer) ----------------------------------
@@ -473,15 +515,13 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
 
   const Fuel given = fuelFromInputs(inputs);
   Fuel target = given;
-  Fuel baseline = options.winter ? kWinterBaseline : kSummerBaseline;
-  if (options.winter) {
-    target.rvp = kWinterExhaustRvp;
-    baseline.rvp = kWinterExhaustRvp;
-  }
+  if (options.winter) target.rvp = kWinterExhaustRvp;
+  const BaselineExponents& baseline = baselineExponents(options.winter);
 
   EpaEvaluation e{};
-  e.exhaustVoc = kExhaustVocBaseline[phase - 1][season] * (1.0 + exhaustVocChange(target, baseline, phase) / 100.0);
-  e.nox = kNoxBaseline[phase - 1][season] * (1.0 + noxChange(target, baseline, phase) / 100.0);
+  e.exhaustVoc =
+      kExhaustVocBaseline[phase - 1][season] * (1.0 + exhaustVocChange(target, baseline.voc, phase) / 100.0);
+  e.nox = kNoxBaseline[phase - 1][season] * (1.0 + noxChange(target, baseline.nox, phase) / 100.0);
 
   // The toxics equations see aromatics of at least 10 and E300 of at most 95,
   // and no other limit.
@@ -491,7 +531,8 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
   double toxic[4];
   for (int i = 0; i < 4; ++i) {
     const ToxicSpecies& sp = kToxics[i];
-    toxic[i] = sp.baseline[phase - 1][season] * (1.0 + toxicChange(sp, toxicsFuel, baseline, phase) / 100.0);
+    toxic[i] = sp.baseline[phase - 1][season] *
+               (1.0 + toxicChange(sp, toxicsFuel, baseline.toxic[i], phase) / 100.0);
   }
   e.exhaustBenzene = toxic[kBenzeneSpecies];
   e.formaldehyde = toxic[kFormaldehydeSpecies];

@@ -30,33 +30,30 @@ bool admitViscosity(double& viscosity, double c, Bound bound) {
   return true;
 }
 
-// log10(log10(viscosity + c)) and its derivative.
+// log10(log10(viscosity + c)), and its derivative into *slope when slope
+// is not null (a logarithm and a division that a caller without derivatives
+// does not pay for).
 double doubleLog(double viscosity, double c, double* slope) {
   const double shifted = viscosity + c;
-  *slope = 1.0 / (std::log(shifted) * kLn10 * shifted);
+  if (slope != nullptr) *slope = 1.0 / (std::log(shifted) * kLn10 * shifted);
   return std::log10(std::log10(shifted));
 }
 
-// The viscosity whose double log is the index, and its derivative.
+// The viscosity whose double log is the index, and its derivative into
+// *slope when slope is not null.
 double inverseDoubleLog(double index, double c, double* slope) {
   const double inner = std::pow(10.0, index);
-  *slope = std::pow(10.0, inner + index) * kLn10 * kLn10;
+  if (slope != nullptr) *slope = std::pow(10.0, inner + index) * kLn10 * kLn10;
   return std::pow(10.0, inner) - c;
 }
 
 double plainIndex(double viscosity, double c, Bound bound, int wantDerivative, double* derivative) {
   if (!admitViscosity(viscosity, c, bound)) return kMissing;
-  double slope = 0.0;
-  const double index = doubleLog(viscosity, c, &slope);
-  if (wantDerivative && derivative != nullptr) *derivative = slope;
-  return index;
+  return doubleLog(viscosity, c, wantDerivative ? derivative : nullptr);
 }
 
 double plainViscosity(double index, double c, int wantDerivative, double* derivative) {
-  double slope = 0.0;
-  const double viscosity = inverseDoubleLog(index, c, &slope);
-  if (wantDerivative && derivative != nullptr) *derivative = slope;
-  return viscosity;
+  return inverseDoubleLog(index, c, wantDerivative ? derivative : nullptr);
 }
 
 }  // namespace
@@ -90,16 +87,18 @@ extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex3(double viscosity, int w
                                                          double* derivative) {
   const double a = params().viscosity3[0], b = params().viscosity3[1], c = params().viscosity3[2];
   if (!tarn::props::admitViscosity(viscosity, c, Bound::Exclusive)) return tarn::kMissing;
+  const bool slopeWanted = wantDerivative && derivative != nullptr;
   double slope = 0.0;
-  const double doubleLog = tarn::props::doubleLog(viscosity, c, &slope);
-  if (wantDerivative && derivative != nullptr) *derivative = -b * slope;
+  const double doubleLog = tarn::props::doubleLog(viscosity, c, slopeWanted ? &slope : nullptr);
+  if (slopeWanted) *derivative = -b * slope;
   return a - b * doubleLog;
 }
 
 extern "C" TARN_API double TARN_CALL gfx_Viscosity3(double index, int wantDerivative, double* derivative) {
   const double a = params().viscosity3[0], b = params().viscosity3[1], c = params().viscosity3[2];
+  const bool slopeWanted = wantDerivative && derivative != nullptr;
   double slope = 0.0;
-  const double viscosity = tarn::props::inverseDoubleLog((a - index) / b, c, &slope);
-  if (wantDerivative && derivative != nullptr) *derivative = -slope / b;
+  const double viscosity = tarn::props::inverseDoubleLog((a - index) / b, c, slopeWanted ? &slope : nullptr);
+  if (slopeWanted) *derivative = -slope / b;
   return viscosity;
 }

@@ -10,6 +10,7 @@
 #include "tarn/ubml.h"
 #include "tarn/status.h"
 #include "tarn/blend.h"
+#include "tarn/optimize.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -46,6 +47,12 @@ int main(void) {
                 tarnblend_model_property_find(model, "RVP", &k) == TARNBLEND_OK &&
                 tarnblend_model_result(model, k, &rvpBlend, NULL, NULL, NULL, NULL) == TARNBLEND_OK &&
                 tarnblend_product_parse("diesel", &product) == TARNBLEND_OK && product == TARNBLEND_DIESEL;
+  /* The optimiser takes the model's components. */
+  tarnblend_problem* problem = NULL;
+  int components = 0;
+  blended = blended && tarnblend_problem_create(model, &problem) == TARNBLEND_OK &&
+            tarnblend_problem_component_count(problem, &components) == TARNBLEND_OK && components == 1;
+  tarnblend_problem_free(problem);
   tarnblend_model_free(model);
   /* The version the library reports is the build's project version. */
   int versioned = strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;

@@ -1,19 +1,17 @@
 // Evaluation by index: every correlation against values worked from its
-// published formula, every derivative against central differences of
-// gfx_tarnGenCalc itself, the special steps branch by branch, the type
-// handling of the entry points, and the batch form.
+// published formula, the special steps branch by branch, the type handling of
+// the entry points, and the batch form. Every derivative against the slope of
+// the evaluated outputs: derivative_contract_test.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "frame/catalogue.h"
 #include "frame/dispatch.h"
 #include "frame/evaluation.h"
-#include "support/derivatives.h"
 #include "tarn/distill.h"
 #include "tarn/props.h"
 #include "tarn/tarn.h"
@@ -32,7 +30,7 @@ using DispatchTest = EvaluationTest;
 // settings; and no slope written without a request, but by the rows that do
 // so on purpose. The correlations worked nowhere independently there
 // (emission models, curve conversions) are checked by their own tests, and by
-// index through the walks below.
+// index through the derivative walk.
 TEST_F(DispatchTest, EveryWorkedValueComesOutOfItsCorrelationWithoutSlopes) {
   // MTMF, MTMR and the oxygenate rows write some slopes whatever the flag;
   // D86TOPERCENTOFF and CD86FROMPERCENTOFF fill any array they are given.
@@ -96,58 +94,6 @@ TEST_F(DispatchTest, PercentOffRowsConvertWithTheirOwnMethod) {
   }
 }
 
-// Deliberate differences between a reported derivative and the slope of the
-// value: the correlations, the entries of the input-major array left out, the
-// tolerance, and why.
-const struct Deviation {
-  std::vector<int> indices, skipped;
-  double relative;
-  const char* reason;
-} kDeviations[] = {
-    {{2, 3, 4}, {}, 1e-4, "central differences of the model, relative step 1e-6"},
-    {{7}, {}, 1e-4, "central differences of the model"},
-    {{5, 42, 49}, {}, 5e-2, "forward differences, relative step 1e-4"},
-    {{6, 35, 36, 37, 41}, {}, 5e-2, "forward differences, relative step 1e-3"},
-    {{39}, {1, 2, 3, 4, 5, 6, 7}, 1e-5, "MTMF hands its derivatives on in its own order"},
-    {{44, 45, 46}, {2}, 1e-5, "no slope to the oxygenate's own value"},
-    {{47, 48}, {1, 2}, 1e-5, "volume slope divided by 1 - x1; none to the oxygenate's value"},
-};
-
-TEST_F(DispatchTest, EveryDerivativeIsTheSlopeOfTheEvaluatedValueInBothUnits) {
-  // The variable-size rows use only their configured points; the slack
-  // inputs of CARBOB2 that are not given (missing) have no slope. In C every
-  // unit flag is 0 and the realistic values are read as degrees C.
-  const std::map<int, int> usedInputs = {{41, 7}, {42, 10}, {50, 8}};
-  for (const double fahrenheit : {1.0, 0.0}) {
-    setEveryUnitFlag(fahrenheit);
-    for (const CatalogueRow& w : realisticRows()) {
-      const int index = w.index;
-      const int used = usedInputs.count(index) ? usedInputs.at(index)
-                                                : static_cast<int>(w.inputs.size());
-      const int actual = tarn_GetActualNumberOutput(index);
-      const std::size_t outputs = actual > 0 ? actual : genCalc(index, w.inputs, 0).out.size();
-      const Result reported = genCalc(index, w.inputs);
-      ASSERT_EQ(reported.status, 0) << index;
-      const auto evaluate = [&](const std::vector<double>& x) {
-        std::vector<double> full = w.inputs;
-        std::copy(x.begin(), x.end(), full.begin());
-        return genCalc(index, full, 0).out;
-      };
-      std::vector<double> expected = centralJacobian(
-          evaluate, std::vector<double>(w.inputs.begin(), w.inputs.begin() + used), outputs);
-      std::vector<double> slopes(reported.d.begin(), reported.d.begin() + expected.size());
-      double tolerance = 1e-5, floor = 1e-7;
-      for (const Deviation& deviation : kDeviations) {
-        if (std::count(deviation.indices.begin(), deviation.indices.end(), index) == 0) continue;
-        tolerance = floor = deviation.relative;
-        for (const int k : deviation.skipped) slopes[k] = expected[k] = 0.0;
-      }
-      expectJacobianNear(slopes, expected, outputs, tolerance, floor,
-                         "correlation " + std::to_string(index) + (fahrenheit ? " F" : " C"));
-    }
-  }
-}
-
 // Special steps, each branch with the input that takes it. Arrays start at
 // kUnset; a nan among the expected derivatives means "left as it was".
 struct Branch {
@@ -198,12 +144,6 @@ TEST_F(DispatchTest, SpecialStepsTakeEachBranchAndWriteSlopesWhateverTheFlag) {
   };
   for (const Branch& b : branches) expectBranch(b);
 
-  // The slope to the oxygenate volume is the true one times (100 - x1)/(1 - x1).
-  const auto t90 = [](double volume) { return genCalc(47, {50, volume, 40}, 0).out[0]; };
-  EXPECT_NEAR(genCalc(47, {50, 10, 40}).d[1], centralDifference(t90, 10) * 90 / -9, 1e-6);
-  // MTMF's entry 1 is the slope of TMON to the olefins, not to RON.
-  const auto tmon = [](double olefins) { return genCalc(39, {95, 85, olefins, 30}, 0).out[1]; };
-  EXPECT_TRUE(derivativeNear(genCalc(39, {95, 85, 10, 30}).d[1], centralDifference(tmon, 10)));
   // CARBOB3 reports EHO and OXY as one value; RBOB reads its own RVP multiplier (P6).
   const Result carbob3 = genCalc(51, {7.5, 210, 320, 25, 0.8, 8, 20});
   EXPECT_EQ(carbob3.out[5], carbob3.out[7]);

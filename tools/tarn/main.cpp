@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "errors.h"
 #include "numbers.h"
+#include "optimize.h"
 #include "recipe.h"
 #include "tarn/blend.h"
 #include "tarn/tarn.h"
@@ -39,7 +40,8 @@ int main(int argc, char** argv) {
                "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
   app.footer(
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
-      "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for.\n"
+      "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for\n"
+      "(optimize: no recipe meets every limit).\n"
       "Errors are one line on standard error.");
   // libtarn and the tool are built together, so they share the project's version.
   app.set_version_flag("--version", std::string("tarn ") + TARN_VERSION_TEXT + " (libtarn " + TARN_VERSION_TEXT +
@@ -117,6 +119,9 @@ int main(int argc, char** argv) {
       ->needs(csvIn);
   evalApp->add_flag("--json", evalFormat.json, "Write JSON (single evaluation)")->excludes(csvIn);
 
+  OptimizeOptions optimize;
+  auto* optimizeApp = addOptimizeCommand(app, optimize);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -129,7 +134,7 @@ int main(int argc, char** argv) {
     std::string message = e.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
       message = "unknown command '" + std::string(argv[1]) +
-                "' (commands: blend, sample, grades, list, describe, eval, params, codes)";
+                "' (commands: blend, optimize, sample, grades, list, describe, eval, params, codes)";
     }
     return fail(kExitBadInput, message + " (see 'tarn --help')");
   }
@@ -168,6 +173,7 @@ int main(int argc, char** argv) {
     }
     if (codes->parsed()) codesCommand(markdown, codesFormat.format(), std::cout);
     if (evalApp->parsed()) code = evalCommand(eval, evalFormat.format(), std::cout);
+    if (optimizeApp->parsed()) code = optimizeCommand(optimize, std::cout);
   } catch (const InputError& e) {
     code = fail(kExitBadInput, e.what());
   } catch (const CalculationError& e) {

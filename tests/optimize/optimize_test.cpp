@@ -1,0 +1,231 @@
+// The blend optimiser's C interface: every refused request answered with its
+// status and a message that names the fault; problem files with their
+// faults placed; components lacking an input kept out; results only after a
+// solve. The optimiser's answers are checked against independent solvers in
+// test_optimize.py.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include "blend/blend_support.h"
+#include "tarn/optimize.h"
+
+namespace {
+
+using blendtest::kDiesel;
+using blendtest::kGasoline;
+
+struct ProblemFree {
+  void operator()(tarnblend_problem* p) const { tarnblend_problem_free(p); }
+};
+using Problem = std::unique_ptr<tarnblend_problem, ProblemFree>;
+
+class Optimizer : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(gfx_tarnInitializeAllocate(nullptr), 0); }
+  void TearDown() override { gfx_tarnFree(); }
+
+  // The sample gasoline with costs, one product of 8000 (its total is 10000).
+  Problem gasoline(const std::string& table = kGasoline) {
+    const blendtest::Model model = blendtest::build(TARNBLEND_GASOLINE, table);
+    tarnblend_problem* raw = nullptr;
+    EXPECT_EQ(tarnblend_problem_create(model.get(), &raw), TARNBLEND_OK) << tarnblend_last_error();
+    Problem p(raw);
+    const double costs[] = {30, 60, 85, 75, 95, 80};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(tarnblend_problem_set_cost(raw, i, costs[i]), TARNBLEND_OK);
+    EXPECT_EQ(tarnblend_problem_add_product(raw, "Regular", TARNBLEND_ANY_PRODUCT, nullptr), TARNBLEND_OK);
+    EXPECT_EQ(tarnblend_problem_set_demand(raw, 0, 8000, 8000), TARNBLEND_OK);
+    return p;
+  }
+};
+
+// A refused call: its status, and a message holding `words`.
+void refused(int status, int expected, const std::string& words) {
+  EXPECT_EQ(status, expected) << words;
+  EXPECT_NE(std::string(tarnblend_last_error()).find(words), std::string::npos)
+      << "message: " << tarnblend_last_error() << "\nexpected to contain: " << words;
+}
+
+TEST_F(Optimizer, RefusedRequestsNameTheirFault) {
+  Problem p = gasoline();
+  tarnblend_problem* q = p.get();
+  const double nan = std::nan(""), inf = INFINITY;
+  struct Case {
+    std::function<int()> call;
+    int status;
+    const char* words;
+  };
+  const Case cases[] = {
+      {[&] {
+         tarnblend_problem* none = nullptr;
+         return tarnblend_problem_create(nullptr, &none);
+       },
+       TARNBLEND_ERROR_ARGUMENT, "recipe is a null pointer"},
+      {[&] { return tarnblend_problem_set_cost(q, 0, nan); }, TARNBLEND_ERROR_VALUE, "cost of Butane"},
+      {[&] { return tarnblend_problem_set_cost(q, 6, 10); }, TARNBLEND_ERROR_ARGUMENT, "no component 6"},
+      {[&] { return tarnblend_problem_set_availability(q, 0, -1, 10); }, TARNBLEND_ERROR_VALUE, "not negative"},
+      {[&] { return tarnblend_problem_set_availability(q, 0, 20, 10); }, TARNBLEND_ERROR_VALUE, "minimum above"},
+      {[&] { return tarnblend_problem_set_availability(q, 0, 0, inf); }, TARNBLEND_ERROR_VALUE, "finite"},
+      {[&] { return tarnblend_problem_set_demand(q, 1, 10, 20); }, TARNBLEND_ERROR_ARGUMENT, "no product 1"},
+      {[&] { return tarnblend_problem_add_product(q, "Regular", 0, nullptr); }, TARNBLEND_ERROR_DUPLICATE, "twice"},
+      {[&] { return tarnblend_problem_add_product(q, "X", 7, nullptr); }, TARNBLEND_ERROR_ARGUMENT, "kind 7"},
+      {[&] { return tarnblend_problem_add_limit(q, 0, "RVPX", 1, TARN_MISSING, nullptr); }, TARNBLEND_ERROR_PROPERTY,
+       "RVPX"},
+      {[&] { return tarnblend_problem_add_limit(q, 0, "RVP", TARN_MISSING, 9, "furlong"); }, TARNBLEND_ERROR_UNIT,
+       "furlong"},
+      {[&] { return tarnblend_problem_add_limit(q, 0, "RVP", nan, TARN_MISSING, nullptr); }, TARNBLEND_ERROR_VALUE,
+       "neither a minimum nor a maximum"},
+      {[&] { return tarnblend_problem_add_limit(q, 0, "CN", 40, TARN_MISSING, nullptr); }, TARNBLEND_ERROR_PROPERTY,
+       "CN"},
+      {[&] { return tarnblend_problem_add_target(q, 0, "RVP", inf, nullptr); }, TARNBLEND_ERROR_VALUE, "target"},
+      {[&] { return tarnblend_problem_set_share(q, 0, 5, 5, 120); }, TARNBLEND_ERROR_VALUE, "at most 100"},
+      {[&] { return tarnblend_problem_add_ratio(q, 0, 2, 2, 0.5, 1); }, TARNBLEND_ERROR_VALUE, "always 1"},
+      {[&] { return tarnblend_problem_add_ratio(q, 0, 2, 3, TARN_MISSING, TARN_MISSING); }, TARNBLEND_ERROR_VALUE,
+       "neither"},
+      {[&] { return tarnblend_problem_set_objective(q, 9); }, TARNBLEND_ERROR_ARGUMENT, "objective 9"},
+      {[&] { return tarnblend_problem_component_find(q, "Naphtha", nullptr); }, TARNBLEND_ERROR_ARGUMENT, "null"},
+      {[&] {
+         int i = 0;
+         return tarnblend_problem_component_find(q, "Naphtha", &i);
+       },
+       TARNBLEND_ERROR_NOT_FOUND, "components: Butane, Light straight run"},
+      {[&] {
+         tarnblend_grade* diesel = nullptr;
+         tarnblend_grade_open("EN590", "C", &diesel);
+         const int status = tarnblend_problem_set_grade(q, 0, diesel);
+         tarnblend_grade_free(diesel);
+         return status;
+       },
+       TARNBLEND_ERROR_PRODUCT, "grade EN590 is for diesel"},
+      // Results exist only after a solve.
+      {[&] { return tarnblend_problem_solution(q, nullptr, nullptr, nullptr, nullptr, nullptr); },
+       TARNBLEND_ERROR_STATE, "not solved"},
+  };
+  for (const Case& c : cases) refused(c.call(), c.status, c.words);
+}
+
+TEST_F(Optimizer, ProblemsThatCannotBePosedSayWhy) {
+  // No component gives a D86 point here: the blend's distillation cannot be
+  // computed with or without any of them.
+  const char* noCurves = "NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,10\nB,1,8,20\nC,1,7,30\nD,1,6,40\nE,1,5,50\nF,1,4,60\n";
+  struct Case {
+    std::function<void(tarnblend_problem*)> shape;
+    int status;
+    const char* words;
+    const char* table = kGasoline;
+  };
+  const Case cases[] = {
+      {[](tarnblend_problem* q) { tarnblend_problem_set_cost(q, 3, TARN_MISSING); }, TARNBLEND_ERROR_VALUE,
+       "'FCC naphtha' has no cost"},
+      {[](tarnblend_problem* q) { tarnblend_problem_set_demand(q, 0, TARN_MISSING, TARN_MISSING); },
+       TARNBLEND_ERROR_VALUE, "'Regular' has no demand"},
+      {[](tarnblend_problem* q) {
+         tarnblend_problem_set_price(q, 0, 100);
+         tarnblend_problem_add_product(q, "Premium", 0, nullptr);
+         tarnblend_problem_set_demand(q, 1, 100, 200);
+       },
+       TARNBLEND_ERROR_VALUE, "'Premium' has no price"},
+      {[](tarnblend_problem* q) { tarnblend_problem_add_limit(q, 0, "T50", 170, TARN_MISSING, "F"); },
+       TARNBLEND_ERROR_STATE, "T50 is limited but cannot be computed", noCurves},
+  };
+  for (const Case& c : cases) {
+    Problem p = gasoline(c.table);
+    c.shape(p.get());
+    int outcome = -5;
+    refused(tarnblend_problem_solve(p.get(), &outcome), c.status, c.words);
+    EXPECT_EQ(outcome, -5) << "no outcome is written for a refused solve";
+  }
+}
+
+TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
+  // Isomerate has no RVP: it may go into the product without an RVP limit,
+  // not into the one with.
+  std::string table = kGasoline;
+  table += "Isomerate,1000,,90,100,105,110,115,125,150,87.5,85.5,0,0,0,0.5,0,0,0.655\n";
+  Problem p = gasoline(table);
+  tarnblend_problem* q = p.get();
+  ASSERT_EQ(tarnblend_problem_set_cost(q, 6, 1.0), TARNBLEND_OK);  // cheap: used wherever it may go
+  ASSERT_EQ(tarnblend_problem_add_limit(q, 0, "RVP", TARN_MISSING, 9.0, "psi"), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_add_product(q, "Naphtha", 0, nullptr), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_set_demand(q, 1, 1000, 1000), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_add_limit(q, 1, "ARO", TARN_MISSING, 30, nullptr), TARNBLEND_OK);
+  int outcome = -1, notes = 0;
+  ASSERT_EQ(tarnblend_problem_solve(q, &outcome), TARNBLEND_OK) << tarnblend_last_error();
+  ASSERT_EQ(outcome, TARNBLEND_OPTIMAL);
+  double regular[7], naphtha[7];
+  ASSERT_EQ(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_volumes(q, 1, naphtha, 7), TARNBLEND_OK);
+  EXPECT_EQ(regular[6], 0.0);
+  EXPECT_GT(naphtha[6], 100.0);
+  ASSERT_EQ(tarnblend_problem_note_count(q, &notes), TARNBLEND_OK);
+  ASSERT_EQ(notes, 1);
+  const char* note = "";
+  tarnblend_problem_note(q, 0, &note);
+  EXPECT_STREQ(note, "Isomerate is kept out of Regular: it lacks an input of RVP, which is limited");
+  // A change makes the results out of date.
+  ASSERT_EQ(tarnblend_problem_set_cost(q, 0, 31), TARNBLEND_OK);
+  refused(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_ERROR_STATE, "not solved");
+}
+
+TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensityMaximum) {
+  const blendtest::Model model = blendtest::build(TARNBLEND_DIESEL, kDiesel);
+  tarnblend_problem* raw = nullptr;
+  ASSERT_EQ(tarnblend_problem_create(model.get(), &raw), TARNBLEND_OK);
+  Problem p(raw);
+  ASSERT_EQ(tarnblend_problem_add_product(raw, "Diesel", TARNBLEND_ANY_PRODUCT, nullptr), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_add_limit(raw, 0, "DEN", 35.0, TARN_MISSING, "API"), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_problem_add_limit(raw, 0, "FLASH", 131.0, TARN_MISSING, "F"), TARNBLEND_OK);
+  double minimum = 0, maximum = 0;
+  const char* unit = "";
+  ASSERT_EQ(tarnblend_problem_limit(raw, 0, 0, nullptr, nullptr, &minimum, &maximum, nullptr, nullptr, nullptr,
+                                    nullptr, &unit, nullptr),
+            TARNBLEND_OK);
+  // API = 141.5 / SG - 131.5 (SG 60/60 F), density = SG x 999.016 kg/m3.
+  EXPECT_EQ(minimum, TARN_MISSING);
+  EXPECT_NEAR(maximum, 141.5 / (35.0 + 131.5) * 999.016, 1e-9);
+  EXPECT_STREQ(unit, "kg/m3");
+  ASSERT_EQ(tarnblend_problem_limit(raw, 0, 1, nullptr, nullptr, &minimum, &maximum, nullptr, nullptr, nullptr,
+                                    nullptr, &unit, nullptr),
+            TARNBLEND_OK);
+  EXPECT_NEAR(minimum, 55.0, 1e-12);
+  EXPECT_STREQ(unit, "C");
+}
+
+// A problem file with each fault the reader places: the line and column of
+// malformed JSON, the path of a wrong entry.
+TEST_F(Optimizer, ProblemFileFaultsArePlaced) {
+  const std::string components = R"("components": [{"name": "A", "cost": 1, "properties": {"RVP": 9, "ARO": 10}},
+                                                   {"name": "B", "cost": 2, "properties": {"RVP": 5, "ARO": 40}}],)";
+  struct Case {
+    std::string text, words;
+  };
+  const Case cases[] = {
+      {"{\n  \"products\": [\n    {\"name\": \"X\",, }\n  ]\n}", "problem.json:3:18: malformed JSON"},
+      {"{" + components + R"("products": [{"name": "X", "demnad": 5}]})",
+       "products[0]: unknown key 'demnad' (known: name, product, grade"},
+      {"{" + components + R"("products": [{"name": "X", "shares": [{"component": "C", "max": 5}]}]})",
+       "products[0].shares[0].component: no component named 'C'"},
+      {"{" + components + R"("products": [{"name": "X", "limits": [{"property": "RVP", "max": "9"}]}]})",
+       "products[0].limits[0].max: expected a number"},
+      {"{" + components + R"("products": [{"name": "X", "grade": "EN999"}]})", "products[0].grade: "},
+      {"{" + components + R"("objective": "cheapest", "products": [{"name": "X"}]})", "unknown objective 'cheapest'"},
+      {R"({"components": [{"name": "A"}], "products": [{"name": "X"}]})",
+       "components[0]: component 'A' is not in the recipe and has no \"properties\""},
+      {"{" + components + R"("products": []})", "products: the problem has no product"},
+  };
+  const std::string path = ::testing::TempDir() + "problem.json";
+  for (const Case& c : cases) {
+    std::ofstream(path) << c.text;
+    tarnblend_problem* raw = nullptr;
+    const int status = tarnblend_problem_read(path.c_str(), nullptr, &raw);
+    tarnblend_problem_free(raw);
+    EXPECT_EQ(raw, nullptr);
+    refused(status, TARNBLEND_ERROR_FILE, c.words);
+  }
+  std::remove(path.c_str());
+}
+
+}  // namespace
