@@ -68,17 +68,27 @@ inline bool mayHoldNaN(const double* values) {
   }
 }
 
-// The same for a count known only at run time, in one chain.
+// The same for a count known only at run time.
 inline bool mayHoldNaN(const double* values, std::size_t count) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < count; ++i) sum += values[i];
-  return std::isnan(sum);
+  if (count < 32) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < count; ++i) sum += values[i];
+    return std::isnan(sum);
+  }
+  double lane[4] = {0.0, 0.0, 0.0, 0.0};
+  std::size_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    for (std::size_t l = 0; l < 4; ++l) lane[l] += values[i + l];
+  }
+  for (std::size_t l = 0; i + l < count; ++l) lane[l] += values[i + l];
+  return std::isnan((lane[0] + lane[1]) + (lane[2] + lane[3]));
 }
 
-// The outputs a row of a variable size writes: its configured count while
-// that is in range, else (nothing configured, or too many) the catalogue's.
+// The outputs a row of a variable size writes: its configured count, at
+// most the catalogue's; none while nothing is configured (the row then
+// answers with its status alone).
 inline std::size_t producedOutputs(const OutputCount& produced, std::size_t most) {
-  if (*produced.gate <= 0 || *produced.count <= 0) return most;
+  if (*produced.gate <= 0 || *produced.count <= 0) return 0;
   const std::size_t count = static_cast<std::size_t>(*produced.count);
   return count < most ? count : most;
 }
