@@ -29,6 +29,19 @@ inline constexpr std::size_t kMostInputs = 25;
 inline constexpr std::size_t kMostOutputs = 25;
 inline constexpr std::size_t kMostDerivatives = 13 * 25;
 
+// The sum of N values as a tree of halves, neighbours added first: its
+// depth, not N, is what the result waits for, and each value is read on its
+// own (a wide read across values the row has just written one by one may
+// have to wait for the writes to reach the cache).
+template <std::size_t N>
+inline double treeSum(const double* values) {
+  if constexpr (N == 1) {
+    return values[0];
+  } else {
+    return treeSum<N / 2>(values) + treeSum<N - N / 2>(values + N / 2);
+  }
+}
+
 // Adds the upper half of 2 Width running sums onto the lower, down to one.
 template <std::size_t Width>
 inline void foldLanes(double* lane) {
@@ -40,20 +53,17 @@ inline void foldLanes(double* lane) {
 
 // False when none of the N values is NaN. Their sum is NaN when one of them
 // is; infinities of both signs may make it NaN as well, which only costs the
-// careful look that follows. Up to 31 values are added in one chain, one
-// read each: the row has just written them one by one, and a wide read
-// spanning two of them would wait for the writes to reach the cache. Longer
-// arrays (the derivatives of the blend models) go into sixteen running
-// sums, lane l taking every value whose position is l modulo 16, so that
-// the additions do not wait on one another.
+// careful look that follows. Up to 31 values (the outputs, the slopes of
+// the smaller rows) are summed as a tree; longer arrays (the derivatives of
+// the blend models, written well before the row returns) in sixteen running
+// sums, lane l taking every value whose position is l modulo 16, which the
+// compiler may pair into wide reads.
 template <std::size_t N>
 inline bool mayHoldNaN(const double* values) {
   if constexpr (N == 0) {
     return false;
   } else if constexpr (N < 32) {
-    double sum = values[0];
-    for (std::size_t i = 1; i < N; ++i) sum += values[i];
-    return std::isnan(sum);
+    return std::isnan(treeSum<N>(values));
   } else {
     constexpr std::size_t kLanes = 16;
     constexpr std::size_t kWhole = N - N % kLanes;  // the values every lane has its share of
