@@ -350,6 +350,13 @@ constexpr CoefficientRun kT20GaussCoefs[] = {single("P1", &P.t20Gaussian.p1),
   []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] const double* x,      \
      [[maybe_unused]] int flag, [[maybe_unused]] double* d) -> double { __VA_ARGS__ }
 
+// The evaluation of a row computed as a value: the value in outputs[0],
+// status 1 when it is the missing value.
+constexpr Evaluator kStoreValue = TARN_EVALUATOR(
+    const double result = row.value(row, x, flag, d);
+    out[0] = result;
+    return isMissing(result) ? 1 : 0;);
+
 // One input, one output, no unit: f(x0, flag, d).
 template <double (*F)(double, int, double*)>
 constexpr SingleValue kPlain = TARN_VALUE(return F(x[0], flag, d););
@@ -481,7 +488,7 @@ struct RowBuilder {
     return with(&CorrelationRow::compute, compute);
   }
   constexpr RowBuilder by(SingleValue value) const {
-    return with(&CorrelationRow::value, value).by(&storeValue);
+    return with(&CorrelationRow::value, value).by(kStoreValue);
   }
   constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
   // Writes into its input array: the oxygenate removals, the emission
@@ -494,7 +501,7 @@ struct RowBuilder {
     return with(&CorrelationRow::rewritesInputs, InputRewrite::WhenRepairing);
   }
   constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
-    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
+    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate, true});
   }
   constexpr RowBuilder from(const char* published) const {
     return with(&CorrelationRow::source, published);
@@ -505,7 +512,8 @@ struct RowBuilder {
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
   return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, nullptr,
-           InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
+           InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>,
+           {nullptr, nullptr, false}, nullptr}};
 }
 
 constexpr int kGeneral = TARN_TYPE_GENERAL;

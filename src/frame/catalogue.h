@@ -6,7 +6,6 @@
 
 #include <cstddef>
 
-#include "common/missing.h"
 #include "common/units.h"
 #include "params/params.h"
 
@@ -41,10 +40,12 @@ struct CoefficientList {
 
 // The number of outputs a variable-size correlation really produces
 // (tarn_GetActualNumberOutput): the count field while the gate field is
-// positive. Both null for a correlation of fixed size.
+// positive. Neither is set for a correlation of fixed size (variable tells
+// which, as a constant: under the sanitizers an address is none).
 struct OutputCount {
   const int* count;
   const int* gate;
+  bool variable;
 };
 
 // What evaluation by index makes of a NaN that a correlation computes from
@@ -94,7 +95,7 @@ struct CorrelationRow {
   CoefficientList coefficients;
   Evaluator compute;   // unpacks the inputs and calls the correlation
   SingleValue value;   // the correlation of a one-output row (compute stores it), or null
-  InputRewrite rewritesInputs;  // an evaluation on copies needs the inputs kept when they may change
+  InputRewrite rewritesInputs;  // a second run on copies needs the inputs kept when they may change
   NaNRule nanRule;
   RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
   OutputCount outputCount;
@@ -103,14 +104,6 @@ struct CorrelationRow {
 
 inline constexpr int kCatalogueSize = kCorrelationCount;
 
-// The evaluation of a row computed as a value: the value in outputs[0],
-// status 1 when it is the missing value.
-inline int storeValue(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                      double* derivs) {
-  const double result = row.value(row, inputs, derivFlag, derivs);
-  outputs[0] = result;
-  return isMissing(result) ? 1 : 0;
-}
 
 // The table itself (catalogue.cpp). Every row has a type from -7 to -4
 // (checked where the table is built).

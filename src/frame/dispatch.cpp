@@ -148,7 +148,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int 
                                                   double* inputs, double* outputs,
                                                   double* derivs) {
   if (tarn::frame::inCatalogue(index) && callable(inputs, outputs, derivFlag, derivs)) {
-    return tarn::frame::kRowEvaluations.byIndex[index](index, derivFlag, direction, inputs, outputs, derivs);
+    const tarn::frame::RowEvaluation evaluate = tarn::frame::kRowEvaluations.byIndex[index];
+    return evaluate(index, derivFlag, direction, inputs, outputs, derivs);
   }
   return otherCalculation(index, derivFlag, direction, inputs, outputs, derivs);
 }
@@ -192,7 +193,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFla
 // The rows of a variable size say which fields hold their count.
 extern "C" TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row == nullptr || row->outputCount.count == nullptr) return -1;
+  if (row == nullptr || !row->outputCount.variable) return -1;
   return *row->outputCount.gate > 0 ? *row->outputCount.count : -1;
 }
 

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "common/missing.h"
 #include "frame/catalogue.h"
 #include "params/params.h"
 
@@ -151,7 +152,7 @@ int evaluateUnderNaNRule(double* inputs, double* outputs, int derivFlag, double*
     }
     const int status = compute(row, inputs, outputs, derivFlag, derivs);
     bool clear;
-    if constexpr (row.outputCount.count == nullptr) {
+    if constexpr (!row.outputCount.variable) {
       clear = !mayHoldNaN<Out>(outputs) && (derivFlag == 0 || !mayHoldNaN<Sloped * Out>(derivs));
     } else {
       static_assert(Sloped == In, "a row of a variable size has no slack values");
