@@ -1,7 +1,10 @@
 #!/usr/bin/python3
 """Times the Python package against the same formula written in plain Python:
 one evaluation (RVPINDEX, one input; CETANEINDEX4, four) and RVPINDEX over
-10^6 rows from a NumPy array and from a list of rows.
+10^6 rows from a NumPy array and from a list of rows; and the blend model and
+optimiser through the package on the problems of the C benchmarks (the ten
+streams of bench/gasoline_streams.h, the pool of bench/optimize_bench.cpp,
+read from those files so that both sides blend the same).
 
 usage: python_batch.py [--rows N] [--calls N] [--repetitions R] [--out FILE]
 
@@ -15,6 +18,7 @@ import argparse
 import json
 import math
 import os
+import re
 import statistics
 import sys
 import time
@@ -107,6 +111,61 @@ def many_rows(rows, repetitions):
     return out
 
 
+BENCH = os.path.dirname(os.path.abspath(__file__))
+
+
+def ten_streams():
+    """The C benchmarks' ten gasoline streams as a recipe table (the rows of
+    kStreams in gasoline_streams.h: name, volume, RVP, the seven D86 points,
+    RON, MON, ARO, OLF, BNZ, SUL, EHO, ETOH, SPG)."""
+    with open(os.path.join(BENCH, "gasoline_streams.h"), encoding="utf-8") as f:
+        streams = f.read().split("kStreams[] = {", 1)[1].split("};", 1)[0]
+    rows = re.findall(r'\{"([^"]+)", ([^{]+), \{([^}]+)\}, ([^}]+)\}', streams)
+    headers = (["VOLUME[bbl]", "RVP[psi]"] + ["%s[F]" % p for p in ("IBP", "T10", "T30", "T50",
+                                                                     "T70", "T90", "FBP")]
+               + ["RON", "MON", "ARO[vol%]", "OLF[vol%]", "BNZ[vol%]", "SUL[ppm]", "EHO[wt%]",
+                  "ETOH[vol%]", "SPG"])
+    table = {"NAME": [row[0] for row in rows]}
+    numbers = [[float(x) for x in ",".join(row[1:]).replace(" ", "").split(",") if x]
+               for row in rows]
+    for k, header in enumerate(headers):
+        table[header] = [values[k] for values in numbers]
+    assert len(rows) == 10 and all(len(values) == len(headers) for values in numbers)
+    return table
+
+
+def pool_problem():
+    """The optimiser benchmark's problem (the JSON in optimize_bench.cpp)."""
+    with open(os.path.join(BENCH, "optimize_bench.cpp"), encoding="utf-8") as f:
+        return json.loads(re.search(r'R"\((.*?)\)"', f.read(), re.S).group(1))
+
+
+def blends(calls, repetitions):
+    """The blend model at new volumes with all derivatives (properties_at,
+    and blend() with every text), and one solve of the pool problem."""
+    recipe = tarn.Recipe(ten_streams())
+    volumes = recipe.volumes
+    out = []
+
+    def solver_call():
+        for k in range(calls):
+            volumes[k % len(volumes)] *= 1.0001  # as the C benchmark moves them
+            recipe.properties_at(volumes)
+
+    def full_blend():
+        for _ in range(calls):
+            recipe.blend()
+
+    for name, call in (("properties_at", solver_call), ("blend", full_blend)):
+        seconds, samples = median_seconds(call, repetitions)
+        out += entry("python/blend/%s/derivatives:1" % name, calls, seconds, samples)
+    problem = pool_problem()
+    assert tarn.optimize(problem, recipe).outcome == "optimal"
+    seconds, samples = median_seconds(lambda: tarn.optimize(problem, recipe), repetitions)
+    out += entry("python/optimize/pool", 1, seconds, samples)
+    return out
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--rows", type=int, default=1000000)
@@ -116,7 +175,8 @@ def main():
     args = parser.parse_args()
 
     tarn.load()
-    benchmarks = single_calls(args.calls, args.repetitions) + many_rows(args.rows, args.repetitions)
+    benchmarks = (single_calls(args.calls, args.repetitions) + many_rows(args.rows, args.repetitions)
+                  + blends(max(1, args.calls // 1000), args.repetitions))
     report = {"context": {"python": sys.version.split()[0], "numpy": numpy.__version__,
                           "library": tarn.library_path(), "version": tarn.__version__},
               "benchmarks": benchmarks}

@@ -430,6 +430,29 @@ def main(argv):
             "from an array pay for them once.\n")
         say(table(["evaluation", "package", "plain Python", "package / plain"], python_rows) + "\n")
 
+    # ---- blend models and the optimiser from Python ---------------------------
+    c_blend = blend_model.get(1)
+    # tarn.optimize solves with the problem's default starts (two).
+    c_pool = pools[2]["ns"] if 2 in pools else None
+    blend_rows = []
+    for what, name, reference in (
+            ("Recipe.properties_at(), values and derivatives, per call",
+             "python/blend/properties_at/derivatives:1", c_blend),
+            ("Recipe.blend(), every property with its texts and derivatives, per call",
+             "python/blend/blend/derivatives:1", c_blend),
+            ("tarn.optimize(), the pool problem, two starts, per solve (results read out)",
+             "python/optimize/pool", c_pool)):
+        ns = python_per_call(python, name)
+        if ns is not None:
+            blend_rows.append((what, fmt_ns(ns), fmt_ns(reference), fmt_ratio(ns, reference)))
+    if blend_rows:
+        say("## Blend models and the optimiser from Python\n")
+        say("The package on the C benchmarks' problems (the ten streams as a `tarn.Recipe`, the "
+            "pool problem as a dict), next to the C call: what the package adds is the "
+            "conversion of missing values to NaN, and for `blend()` and `optimize()` reading "
+            "every label, unit, reason and method out of the library.\n")
+        say(table(["call", "package", "C", "package / C"], blend_rows) + "\n")
+
     sys.stdout.write("\n".join(out))
 
 

@@ -7,7 +7,7 @@ set -euo pipefail
 
 packages=(cmake g++ make pkgconf binutils libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
           nlohmann-json3-dev coinor-libipopt-dev python3 python3-scipy python3-pytest python3-numpy python3-pip python3-setuptools python3-wheel
-          python3-venv python3-hypothesis python3-mypy "$@")
+          python3-venv python3-hypothesis python3-mypy python3-pandas python3-dask python3-distributed "$@")
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

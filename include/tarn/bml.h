@@ -9,7 +9,8 @@
  * past the combined count gives -1101, a built-in index goes to the
  * gfx_tarn* function unchanged (so a negative one fails there), a plug-in
  * index to the gfx_ubml* bridge made plug-in relative. Both counts are asked
- * afresh on every call.
+ * afresh on every call. What the plug-in answers is checked by the bridge
+ * (tarn/ubml.h): a count it cannot use counts as 0.
  */
 #ifndef TARN_BML_H
 #define TARN_BML_H
@@ -33,13 +34,19 @@ TARN_EXTERN_C_BEGIN
 /* Starts the built-in library (gfx_tarnInitializeAllocate; -1103 if that
  * fails). With a null path returns 0: built-in correlations only, and a
  * plug-in loaded earlier stays. Otherwise the path must name an existing
- * file that is not a directory (-1105, after the built-in start), which is
- * loaded as a shared library with every ubml_* function bound and then
- * started with ubml_InitializeAllocate; a file that cannot be loaded, a
- * missing function or a failed start gives -1104, never a crash. A file that
- * cannot be loaded or bound leaves a plug-in loaded earlier in place. Once a
- * plug-in has started, its correlations are part of the numbering for the
- * rest of the process. */
+ * file that is not a directory (-1105, after the built-in start). Its
+ * headers are read first: a file that is not a complete shared object of
+ * this platform (truncated, or a segment or section reaching past its end)
+ * is refused before the loader maps it. It is then loaded as a shared
+ * library with every ubml_* function bound and started with
+ * ubml_InitializeAllocate; a file refused or not loadable, a missing
+ * function or a failed start gives -1104, never a crash. Any failure
+ * (-1105, -1104) leaves bound the plug-in loaded earlier, usable as before,
+ * or none if none was. A plug-in that starts replaces the one bound before,
+ * which is stopped (ubml_Free) and unloaded; loading the same file again
+ * restarts it. Once a plug-in has started, the numbering includes a
+ * plug-in's correlations for the rest of the process. A file replaced or
+ * truncated while it is being loaded is not guarded against. */
 TARN_API int TARN_CALL gfx_bmlInitializeAllocate(void* arg, const char* userLibraryPath);
 
 /* gfx_tarnInitializeCoefs, then the plug-in's ubml_InitializeCoefs. Returns 0. */
@@ -51,7 +58,9 @@ TARN_API int TARN_CALL gfx_bmlFree(void);
 
 /* ---- Catalogue ---------------------------------------------------------- */
 
-/* Writes 57 plus the plug-in's count. Returns 0. */
+/* Writes 57 plus the plug-in's count and returns 0. When the plug-in's
+ * count query fails or its count is refused (tarn/ubml.h), writes 57 and
+ * returns that status. */
 TARN_API int TARN_CALL gfx_bmlGetCorrelationCount(int* count);
 
 /* Writes the identifier, upper-cased (also the plug-in's). */
@@ -71,10 +80,13 @@ TARN_API int TARN_CALL gfx_bmlGetCorrelationOutPropType(int index, int k, int* k
  * plug-in correlations have none. -1101 past the end. */
 TARN_API int TARN_CALL gfx_bmlGetCorrelationSlackCount(int index, int* count);
 
-/* Writes the inverse correlation, in the combined numbering. */
+/* Writes the inverse correlation, in the combined numbering. A plug-in's
+ * negative pair (none) is written as it is; one that names no correlation
+ * of the plug-in gives -1104 and writes nothing. */
 TARN_API int TARN_CALL gfx_bmlGetIndexPair(int index, int* pair);
 
-/* Writes 2 plus the plug-in's property count. Returns 0. */
+/* Writes 2 plus the plug-in's property count; a failed or refused count
+ * as for gfx_bmlGetCorrelationCount. */
 TARN_API int TARN_CALL gfx_bmlGetPropCount(int* count);
 TARN_API int TARN_CALL gfx_bmlGetPropId(int k, char* id);
 TARN_API int TARN_CALL gfx_bmlGetPropDesc(int k, char* desc);

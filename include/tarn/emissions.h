@@ -112,7 +112,9 @@ TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors,
  * temperature is configured (nothing written); 2 when the curve decreases
  * (repair off; every output 1e30), a temperature other than the last is unset
  * (its output 1e30), or curve or out is null. An unset last temperature
- * gives 1e30 in its output only. */
+ * gives 1e30 in its output only. A flat curve (ends less than 1 apart) is a
+ * pure component: 0 or 100 at each set temperature, and an unset one keeps
+ * its output as the caller had it, with status 0. */
 TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out,
                                        double* deriv);
 

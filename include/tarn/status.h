@@ -54,7 +54,8 @@
   X(TARN_BML_STATUS_TARN_INIT_FAILED, -1103, "the built-in side did not start", \
     "TARN Initialization failed.") \
   X(TARN_BML_STATUS_UBML_INIT_FAILED, -1104, \
-    "the plug-in could not be loaded or bound, or did not start", "UBML Initialization failed.") \
+    "the plug-in could not be loaded, bound or started, or gave an unusable answer", \
+    "UBML Initialization failed.") \
   X(TARN_BML_STATUS_NO_USER_LIBRARY, -1105, "the plug-in path names no file", \
     "QUBML DLL does not exist.") \
   X(TARN_BML_STATUS_BAD_ERROR_CODE, -1106, "gfx_bmlErrorHandler: no side owns the code", \

@@ -231,10 +231,10 @@ TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
                                             int* statuses);
 
 /* The number of outputs really produced by the variable-size correlations:
- * ND86TOPERCENTOFF (41) its NPOFF, ND86FROMPERCENTOFF (42) its NTEMP (both
- * only while NPOFF is positive) and EVAPORATIVE (53) its NPTS, each when
- * positive. -1 otherwise and for every other index: use the catalogue's
- * output count. */
+ * ND86TOPERCENTOFF (41) its NPOFF and EVAPORATIVE (53) its NPTS, each when
+ * positive; ND86FROMPERCENTOFF (42) its NTEMP whenever NPOFF is positive
+ * (whatever NTEMP is, 0 or less included). -1 otherwise and for every other
+ * index: use the catalogue's output count. */
 TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index);
 
 /* Property derivatives by property number are offered by user libraries

@@ -19,6 +19,20 @@
  * and return its status. While no plug-in is bound every one of them returns
  * UBML_STATUS_NOT_BOUND (-1104, "UBML Initialization failed.") and writes
  * nothing.
+ *
+ * The bridge checks what the plug-in answers before the caller sees it:
+ * - a count is handed on only when it is not negative and leaves the
+ *   combined numbering inside an int: correlations at most INT_MAX - 57,
+ *   properties INT_MAX - 2, inputs and outputs of a correlation at most
+ *   46340 (so that inputs x outputs derivatives have an int size); any
+ *   other count is refused with -1104 and nothing is written;
+ * - counts, the pair, coefficient values and single values of the
+ *   calculations reach the caller only when the plug-in's status is 0 (the
+ *   type is copied whatever the status), and the caller's null pointer for
+ *   them is never passed on to the plug-in;
+ * - texts are written by the plug-in into a buffer of 256 chars and reach
+ *   the caller cut to the documented length and terminated, whatever the
+ *   status; a plug-in must never write more than 256 chars.
  */
 #ifndef TARN_UBML_H
 #define TARN_UBML_H

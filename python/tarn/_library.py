@@ -2,10 +2,11 @@
 the package calls.
 
 One loader serves every library of the product: libtarn (the correlations)
-now, the blend-model library later. A library is looked for, in order, at the
-path its environment variable names, beside the package when both were
-installed by `cmake --install`, in the CMake build folder of the source
-checkout the package sits in, and on the system's library path.
+and libtarnblend (blend models, grades, the optimiser). A library is looked
+for, in order, at the path its environment variable names, beside the package
+when both were installed by `cmake --install`, in the CMake build folder of
+the source checkout the package sits in, beside a library already loaded
+(libtarnblend next to the libtarn in use), and on the system's library path.
 """
 
 from __future__ import annotations
@@ -77,7 +78,75 @@ class LibrarySpec:
     prototypes: Dict[str, Prototype]
 
 
+# The blend-model library and its optimiser (tarn/blend.h, tarn/optimize.h):
+# only the functions the package calls. Handles are opaque pointers; strings
+# handed out belong to the library.
+_P, _I, _D, _S = ctypes.c_void_p, ctypes.c_int, ctypes.c_double, ctypes.c_char_p
+_pP, _pI, _pD, _pS = (ctypes.POINTER(t) for t in (_P, _I, _D, _S))
+TARNBLEND_PROTOTYPES: Dict[str, Prototype] = {
+    "tarnblend_last_error": (_S, []),
+    "tarnblend_version": (_S, []),
+    "tarnblend_product_name": (_S, [_I]),
+    "tarnblend_product_parse": (_I, [_S, _pI]),
+    "tarnblend_recipe_parse": (_I, [_S, ctypes.c_size_t, _S, _I, _S, _pP]),
+    "tarnblend_recipe_free": (None, [_P]),
+    "tarnblend_recipe_model": (_I, [_P, _pP]),
+    "tarnblend_recipe_info": (_I, [_P, _pS, _pI, _pS, _pI]),
+    "tarnblend_recipe_note_count": (_I, [_P, _pI]),
+    "tarnblend_recipe_note": (_I, [_P, _I, _pS]),
+    "tarnblend_model_product": (_I, [_P, _pI]),
+    "tarnblend_model_set_product": (_I, [_P, _I]),
+    "tarnblend_model_set_option": (_I, [_P, _S, _D]),
+    "tarnblend_model_option": (_I, [_P, _S, _pD]),
+    "tarnblend_model_component_count": (_I, [_P, _pI]),
+    "tarnblend_model_component_name": (_I, [_P, _I, _pS]),
+    "tarnblend_model_set_volumes": (_I, [_P, _pD, _I]),
+    "tarnblend_model_volume": (_I, [_P, _I, _pD]),
+    "tarnblend_model_evaluate": (_I, [_P, _I]),
+    "tarnblend_model_evaluate_at": (_I, [_P, _pD, _I, _pD, _pD]),
+    "tarnblend_model_property_count": (_I, [_P, _pI]),
+    "tarnblend_model_property_info": (_I, [_P, _I, _pS, _pS, _pS, _pS, _pI, _pI]),
+    "tarnblend_model_result": (_I, [_P, _I, _pD, _pI, _pS, _pS, _pS]),
+    "tarnblend_model_jacobian": (_I, [_P, _pD, _I, _I]),
+    "tarnblend_model_note_count": (_I, [_P, _pI]),
+    "tarnblend_model_note": (_I, [_P, _I, _pS]),
+    "tarnblend_grade_count": (_I, [_pI]),
+    "tarnblend_grade_builtin": (_I, [_I, _pS, _pS, _pI, _pS, _pS]),
+    "tarnblend_grade_open": (_I, [_S, _S, _pP]),
+    "tarnblend_grade_read": (_I, [_S, _pP]),
+    "tarnblend_grade_free": (None, [_P]),
+    "tarnblend_grade_info": (_I, [_P, _pS, _pS, _pI]),
+    "tarnblend_grade_limit_count": (_I, [_P, _pI]),
+    "tarnblend_grade_limit": (_I, [_P, _I, _pS, _pD, _pD, _pS, _pS]),
+    "tarnblend_model_check": (_I, [_P, _P, _pI, _pI]),
+    "tarnblend_model_check_count": (_I, [_P, _pI]),
+    "tarnblend_model_check_row": (_I, [_P, _I, _pI, _pD, _pD, _pD, _pD, _pI, _pS, _pS]),
+    "tarnblend_problem_parse": (_I, [_S, _S, _P, _pP]),
+    "tarnblend_problem_read": (_I, [_S, _P, _pP]),
+    "tarnblend_problem_free": (None, [_P]),
+    "tarnblend_problem_solve": (_I, [_P, _pI]),
+    "tarnblend_problem_solution": (_I, [_P, _pI, _pS, _pS, _pI, _pD]),
+    "tarnblend_problem_objective": (_I, [_P, _pI]),
+    "tarnblend_problem_units": (_I, [_P, _pS, _pS]),
+    "tarnblend_problem_component_count": (_I, [_P, _pI]),
+    "tarnblend_problem_component_name": (_I, [_P, _I, _pS]),
+    "tarnblend_problem_component_result": (_I, [_P, _I, _pD, _pD, _pD, _pI]),
+    "tarnblend_problem_product_count": (_I, [_P, _pI]),
+    "tarnblend_problem_product_info": (_I, [_P, _I, _pS, _pI, _pS, _pS]),
+    "tarnblend_problem_product_result": (_I, [_P, _I, _pD, _pD, _pD, _pD, _pI]),
+    "tarnblend_problem_volumes": (_I, [_P, _I, _pD, _I]),
+    "tarnblend_problem_model": (_I, [_P, _I, _pP]),
+    "tarnblend_problem_limit_count": (_I, [_P, _I, _pI]),
+    "tarnblend_problem_limit": (_I, [_P, _I, _I, _pS, _pI, _pD, _pD, _pD, _pD, _pI, _pD, _pS, _pS]),
+    "tarnblend_problem_relaxation_count": (_I, [_P, _pI]),
+    "tarnblend_problem_relaxation": (_I, [_P, _I, _pI, _pI, _pI, _pD, _pD]),
+    "tarnblend_problem_note_count": (_I, [_P, _pI]),
+    "tarnblend_problem_note": (_I, [_P, _I, _pS]),
+}
+
 TARN = LibrarySpec("tarn", "1", "TARN_LIBRARY", "libtarn.so", TARN_PROTOTYPES)
+TARNBLEND = LibrarySpec("tarnblend", "1", "TARNBLEND_LIBRARY", "blend/libtarnblend.so",
+                        TARNBLEND_PROTOTYPES)
 
 # The CMake build folders of a source checkout, as the presets name them.
 BUILD_FOLDERS = ("build", "build-debug")
@@ -97,12 +166,19 @@ def installed_directory() -> Optional[Path]:
     return (Path(__file__).resolve().parent / str(installed.LIBRARY_DIRECTORY)).resolve()
 
 
-def _candidates(spec: LibrarySpec) -> Iterator[Tuple[str, str]]:
-    """Where to look for a library, in order, each with where it came from."""
+def _candidates(spec: LibrarySpec, beside: Optional[str]) -> Iterator[Tuple[str, str]]:
+    """Where to look for a library, in order, each with where it came from.
+    `beside` is a library already loaded whose folder comes first (so that
+    libtarnblend is the one built or installed with the libtarn in use)."""
     explicit = os.environ.get(spec.variable)
     if explicit:
         yield explicit, "$" + spec.variable
         return
+    if beside and os.sep in beside:
+        folder = Path(beside).resolve().parent
+        for path in (folder / ("lib%s.so.%s" % (spec.stem, spec.soversion)), folder / spec.build_path):
+            if path.exists():
+                yield str(path), "beside " + beside
     installed = installed_directory()
     if installed is not None:
         yield str(installed / ("lib%s.so.%s" % (spec.stem, spec.soversion))), "installed beside the package"
@@ -118,11 +194,13 @@ def _candidates(spec: LibrarySpec) -> Iterator[Tuple[str, str]]:
     yield "lib%s.so.%s" % (spec.stem, spec.soversion), "system library path"
 
 
-def load(spec: LibrarySpec, path: Optional[str] = None) -> ctypes.CDLL:
-    """Loads a library (from `path` when given) and declares its prototypes.
-    The returned handle carries the file it came from as `tarn_path`."""
+def load(spec: LibrarySpec, path: Optional[str] = None, beside: Optional[str] = None) -> ctypes.CDLL:
+    """Loads a library (from `path` when given, else looked for first beside
+    the library file `beside`) and declares its prototypes. The returned
+    handle carries the file it came from as `tarn_path`."""
     tried: List[str] = []
-    candidates: Sequence[Tuple[str, str]] = [(path, "argument")] if path else list(_candidates(spec))
+    candidates: Sequence[Tuple[str, str]] = ([(path, "argument")] if path
+                                              else list(_candidates(spec, beside)))
     for candidate, origin in candidates:
         try:
             library = ctypes.CDLL(candidate)

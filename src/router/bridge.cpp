@@ -1,11 +1,15 @@
 // The gfx_ubml* bridge: forwarding to the bound plug-in, and the two
 // calculation entries that turn its simpler calls into the catalogue's
 // calling shape.
+#include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstring>
 
 #include "common/guard.h"
 #include "common/scratch.h"
 #include "router/user_library.h"
+#include "tarn/bml.h"
 #include "tarn/tarn.h"
 #include "tarn/ubml.h"
 
@@ -13,12 +17,69 @@ using tarn::router::UserLibrary;
 
 namespace {
 
+// What a plug-in may answer. Its correlations are numbered after the 57
+// built-in ones and its properties after the library's two, so their counts
+// must leave those numbers inside an int; input and output counts are kept
+// to 46,340 so that a host's derivative array of inputs x outputs entries
+// still has an int size. A count outside its range is refused with -1104
+// ("UBML Initialization failed."), the code of a plug-in that cannot be used.
+constexpr long long kMaxCorrelations = INT_MAX - static_cast<long long>(TARN_BML_FIRST_USER_CORRELATION);
+constexpr long long kMaxProperties = INT_MAX - static_cast<long long>(TARN_BML_FIRST_USER_PROPERTY);
+constexpr long long kMaxArrayCount = 46340;
+constexpr int kUnusableAnswer = TARN_BML_STATUS_UBML_INIT_FAILED;
+
+// The plug-in writes its texts into a buffer of this size; the caller gets
+// them cut to the documented length and always terminated.
+constexpr std::size_t kTextScratch = 256;
+constexpr char kUnwritten = '\xff';
+
 template <class Function, class... Args>
 int forward(Function UserLibrary::*slot, Args... args) {
   const UserLibrary* library = tarn::router::boundUserLibrary();
   if (library == nullptr) return UBML_STATUS_NOT_BOUND;
   return (library->*slot)(args...);
 }
+
+// Runs a call that answers one value through a local, handed to the caller
+// only on success (and only when the caller gave somewhere to put it).
+template <class Value, class Call>
+int answerValue(Value* out, Call call) {
+  if (tarn::router::boundUserLibrary() == nullptr) return UBML_STATUS_NOT_BOUND;
+  Value value{};
+  const int status = call(&value);
+  if (status == TARN_STATUS_OK && out != nullptr) *out = value;
+  return status;
+}
+
+// A count of the plug-in, handed on only when it lies in [0, limit].
+template <class Call>
+int answerCount(int* out, long long limit, Call call) {
+  int value = 0;
+  const int status = answerValue(&value, call);
+  if (status != TARN_STATUS_OK) return status;
+  if (value < 0 || value > limit) return kUnusableAnswer;
+  if (out != nullptr) *out = value;
+  return status;
+}
+
+// Runs a call that writes a text. Whatever the plug-in wrote, with or
+// without a terminator and of any length up to the scratch buffer, reaches
+// the caller cut to size - 1 characters and terminated; nothing is written
+// when the plug-in wrote nothing.
+template <class Call>
+int answerText(char* out, std::size_t size, Call call) {
+  if (tarn::router::boundUserLibrary() == nullptr) return UBML_STATUS_NOT_BOUND;
+  char scratch[kTextScratch] = {kUnwritten};
+  const int status = call(scratch);
+  if (out != nullptr && scratch[0] != kUnwritten) {
+    const std::size_t length = std::min(strnlen(scratch, sizeof scratch), size - 1);
+    std::memcpy(out, scratch, length);
+    out[length] = '\0';
+  }
+  return status;
+}
+
+const UserLibrary& bound() { return *tarn::router::boundUserLibrary(); }
 
 // Puts the inputs in increasing order, each at least minSpacing above the one
 // before, in place. Of the two ways, pushing up from the first value and
@@ -86,10 +147,11 @@ int catalogueShape(const UserLibrary& library, int index, double* inputs, double
   return library.CalcTorqPropValue(index, inputs, outputs, derivFlag, derivs);
 }
 
-int inputCount(const UserLibrary& library, int index) {
+// The input count the evaluation entries work with: 0 when the plug-in
+// cannot give a usable one.
+int inputCount(int index) {
   int n = 0;
-  library.GetCorrelationInpPropCount(index, &n);
-  return n > 0 ? n : 0;
+  return gfx_ubmlGetCorrelationInpPropCount(index, &n) == TARN_STATUS_OK ? n : 0;
 }
 
 int correlationType(const UserLibrary& library, int index) {
@@ -108,29 +170,30 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlInitializeCoefs(void) {
   return forward(&UserLibrary::InitializeCoefs);
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetErrorMsg(int code, char* message) {
-  return forward(&UserLibrary::GetErrorMsg, code, message);
+  return answerText(message, TARN_MESSAGE_SIZE, [&](char* text) { return bound().GetErrorMsg(code, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlErrorHandler(int index, int code, int inputCount,
                                                        double* inputs) {
   return forward(&UserLibrary::ErrorHandler, index, code, inputCount, inputs);
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetPropCount(int* count) {
-  return forward(&UserLibrary::GetPropCount, count);
+  return answerCount(count, kMaxProperties, [](int* n) { return bound().GetPropCount(n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetPropId(int k, char* id) {
-  return forward(&UserLibrary::GetPropId, k, id);
+  return answerText(id, TARN_PROPERTY_ID_SIZE, [&](char* text) { return bound().GetPropId(k, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetPropDesc(int k, char* desc) {
-  return forward(&UserLibrary::GetPropDesc, k, desc);
+  return answerText(desc, TARN_DESC_SIZE, [&](char* text) { return bound().GetPropDesc(k, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationCount(int* count) {
-  return forward(&UserLibrary::GetCorrelationCount, count);
+  return answerCount(count, kMaxCorrelations, [](int* n) { return bound().GetCorrelationCount(n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationId(int index, char* id) {
-  return forward(&UserLibrary::GetCorrelationId, index, id);
+  return answerText(id, TARN_ID_SIZE, [&](char* text) { return bound().GetCorrelationId(index, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationDesc(int index, char* desc) {
-  return forward(&UserLibrary::GetCorrelationDesc, index, desc);
+  return answerText(desc, TARN_DESC_SIZE,
+                    [&](char* text) { return bound().GetCorrelationDesc(index, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationType(int index, int* type) {
   CORRTYPE value = 0;
@@ -139,40 +202,49 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationType(int index, int* typ
   return status;
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationInpPropCount(int index, int* count) {
-  return forward(&UserLibrary::GetCorrelationInpPropCount, index, count);
+  return answerCount(count, kMaxArrayCount,
+                     [&](int* n) { return bound().GetCorrelationInpPropCount(index, n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationInpPropId(int index, int k, char* id) {
-  return forward(&UserLibrary::GetCorrelationInpPropId, index, k, id);
+  return answerText(id, TARN_PROPERTY_ID_SIZE,
+                    [&](char* text) { return bound().GetCorrelationInpPropId(index, k, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationOutPropCount(int index, int* count) {
-  return forward(&UserLibrary::GetCorrelationOutPropCount, index, count);
+  return answerCount(count, kMaxArrayCount,
+                     [&](int* n) { return bound().GetCorrelationOutPropCount(index, n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationOutPropId(int index, int k, char* id) {
-  return forward(&UserLibrary::GetCorrelationOutPropId, index, id, k);  // the plug-in's order
+  return answerText(id, TARN_PROPERTY_ID_SIZE,  // the plug-in takes the position last
+                    [&](char* text) { return bound().GetCorrelationOutPropId(index, text, k); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetIndexPair(int index, int* pair) {
-  return forward(&UserLibrary::GetIndexPair, index, pair);
+  return answerValue(pair, [&](int* p) { return bound().GetIndexPair(index, p); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCoefCount(int index, int* count) {
-  return forward(&UserLibrary::GetCoefCount, index, count);
+  return answerCount(count, INT_MAX, [&](int* n) { return bound().GetCoefCount(index, n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCoef(int index, int k, char* name, double* value) {
-  return forward(&UserLibrary::GetCoef, index, k, name, value);
+  double read = 0.0;
+  const int status = answerText(name, TARN_COEF_NAME_SIZE,
+                                [&](char* text) { return bound().GetCoef(index, k, text, &read); });
+  if (status == TARN_STATUS_OK && value != nullptr) *value = read;
+  return status;
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlSetCoefValue(int index, int k, double value) {
   return forward(&UserLibrary::SetCoefValue, index, k, value);
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlCalcIndexFromProp(int index, double property,
                                                             double* indexValue) {
-  return forward(&UserLibrary::CalcIndexFromProp, index, property, indexValue);
+  return answerValue(indexValue, [&](double* v) { return bound().CalcIndexFromProp(index, property, v); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropFromIndex(int index, double indexValue,
                                                             double* property) {
-  return forward(&UserLibrary::CalcPropFromIndex, index, indexValue, property);
+  return answerValue(property, [&](double* v) { return bound().CalcPropFromIndex(index, indexValue, v); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropValue(int index, int property, int inputCount,
                                                         double* inputs, double* output) {
-  return forward(&UserLibrary::CalcPropValue, index, property, inputCount, inputs, output);
+  return answerValue(output,
+                     [&](double* v) { return bound().CalcPropValue(index, property, inputCount, inputs, v); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputCount,
                                                         double* inputs, double* derivs) {
@@ -185,7 +257,7 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int 
   const UserLibrary* library = tarn::router::boundUserLibrary();
   if (library == nullptr) return UBML_STATUS_NOT_BOUND;
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  const int n = inputCount(*library, index);
+  const int n = inputCount(index);
   if (minSpacing > 0.0) {
     const bool ordered = tarn::guarded(false, [&] {
       orderInputs(inputs, n, minSpacing);
@@ -217,7 +289,7 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalcComplex(int index, int derivFla
   const UserLibrary* library = tarn::router::boundUserLibrary();
   if (library == nullptr) return UBML_STATUS_NOT_BOUND;
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
-  const int n = inputCount(*library, index);
+  const int n = inputCount(index);
   const int type = correlationType(*library, index);
   if (type == UBML_TYPE_SINGLE_VALUE) {
     const int status = convert(*library, index, direction, inputs[0], outputs);

@@ -24,20 +24,30 @@ constexpr RouterMessage kMessages[] = {TARN_ROUTER_STATUS_CODES(TARN_MESSAGE_ROW
 
 bool loaded() { return tarn::router::userLibraryLoaded(); }
 
-// A count of the user library, asked afresh; 0 without one or on failure.
-int userCount(int (*query)(int*)) {
+// A count of the user library, asked afresh: 0 without one, and 0 (with the
+// bridge's status) when the plug-in cannot give a usable one. The bridge
+// keeps a count small enough that the combined numbering fits an int.
+struct UserCount {
+  int count;
+  int status;
+};
+UserCount userCount(int (*query)(int*)) {
   int count = 0;
-  if (!loaded() || query(&count) != TARN_STATUS_OK || count < 0) return 0;
-  return count;
+  if (!loaded()) return {0, TARN_STATUS_OK};
+  const int status = query(&count);
+  return {status == TARN_STATUS_OK ? count : 0, status};
 }
 
 // Sends a combined index to the built-in function unchanged or to the user
 // library's with the index made user-relative. noUserLibrary is the answer
-// for the user range without a user library.
+// for the user range without a user library. The end of the numbering is
+// formed in 64 bits.
 template <class BuiltIn, class User>
 int route(int index, int firstUser, int userTotal, int noUserLibrary, BuiltIn builtIn,
           User user) {
-  if (index >= firstUser + userTotal) return TARN_BML_STATUS_INDEX_PAST_END;
+  if (static_cast<long long>(index) >= static_cast<long long>(firstUser) + userTotal) {
+    return TARN_BML_STATUS_INDEX_PAST_END;
+  }
   if (index < firstUser) return builtIn(index);
   if (!loaded()) return noUserLibrary;
   return user(index - firstUser);
@@ -45,13 +55,13 @@ int route(int index, int firstUser, int userTotal, int noUserLibrary, BuiltIn bu
 
 template <class BuiltIn, class User>
 int routeCorrelation(int index, BuiltIn builtIn, User user) {
-  return route(index, kFirstUserCorrelation, userCount(gfx_ubmlGetCorrelationCount),
+  return route(index, kFirstUserCorrelation, userCount(gfx_ubmlGetCorrelationCount).count,
                TARN_BML_STATUS_BAD_CORRELATION, builtIn, user);
 }
 
 template <class BuiltIn, class User>
 int routeProperty(int k, BuiltIn builtIn, User user) {
-  return route(k, kFirstUserProperty, userCount(gfx_ubmlGetPropCount),
+  return route(k, kFirstUserProperty, userCount(gfx_ubmlGetPropCount).count,
                TARN_BML_STATUS_BAD_PROPERTY, builtIn, user);
 }
 
@@ -70,10 +80,9 @@ extern "C" TARN_API int TARN_CALL gfx_bmlInitializeAllocate(void* arg,
   if (gfx_tarnInitializeAllocate(arg) != TARN_STATUS_OK) return TARN_BML_STATUS_TARN_INIT_FAILED;
   if (userLibraryPath == nullptr) return TARN_STATUS_OK;
   if (!tarn::router::namesExistingFile(userLibraryPath)) return TARN_BML_STATUS_NO_USER_LIBRARY;
-  if (!tarn::router::bindUserLibrary(userLibraryPath)) return TARN_BML_STATUS_UBML_INIT_FAILED;
-  if (gfx_ubmlInitializeAllocate() != TARN_STATUS_OK) return TARN_BML_STATUS_UBML_INIT_FAILED;
-  tarn::router::markUserLibraryLoaded();
-  return TARN_STATUS_OK;
+  // Only a plug-in that loads and starts replaces the one bound before.
+  return tarn::router::loadUserLibrary(userLibraryPath) ? TARN_STATUS_OK
+                                                        : TARN_BML_STATUS_UBML_INIT_FAILED;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlInitializeCoefs(void) {
@@ -89,8 +98,9 @@ extern "C" TARN_API int TARN_CALL gfx_bmlFree(void) {
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetCorrelationCount(int* count) {
-  if (count != nullptr) *count = kFirstUserCorrelation + userCount(gfx_ubmlGetCorrelationCount);
-  return TARN_STATUS_OK;
+  const UserCount user = userCount(gfx_ubmlGetCorrelationCount);
+  if (count != nullptr) *count = kFirstUserCorrelation + user.count;
+  return user.status;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetCorrelationId(int index, char* id) {
@@ -149,7 +159,7 @@ extern "C" TARN_API int TARN_CALL gfx_bmlGetCorrelationOutPropType(int index, in
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetCorrelationSlackCount(int index, int* count) {
-  const int total = kFirstUserCorrelation + userCount(gfx_ubmlGetCorrelationCount);
+  const int total = kFirstUserCorrelation + userCount(gfx_ubmlGetCorrelationCount).count;
   if (index >= total) return TARN_BML_STATUS_INDEX_PAST_END;
   if (count != nullptr) *count = 0;
   if (index < kFirstUserCorrelation) return gfx_tarnGetCorrelationSlackCount(index, count);
@@ -159,18 +169,24 @@ extern "C" TARN_API int TARN_CALL gfx_bmlGetCorrelationSlackCount(int index, int
 extern "C" TARN_API int TARN_CALL gfx_bmlGetIndexPair(int index, int* pair) {
   return routeCorrelation(
       index, [&](int i) { return gfx_tarnGetIndexPair(i, pair); },
-      [&](int u) {
-        const int status = gfx_ubmlGetIndexPair(u, pair);
-        if (status == TARN_STATUS_OK && pair != nullptr && *pair >= 0) {
-          *pair += kFirstUserCorrelation;
+      [&](int u) -> int {
+        // A negative pair (none) passes as the plug-in gave it; any other
+        // must name one of its correlations.
+        int userPair = 0;
+        const int status = gfx_ubmlGetIndexPair(u, &userPair);
+        if (status != TARN_STATUS_OK) return status;
+        if (userPair >= userCount(gfx_ubmlGetCorrelationCount).count) {
+          return TARN_BML_STATUS_UBML_INIT_FAILED;
         }
+        if (pair != nullptr) *pair = userPair < 0 ? userPair : userPair + kFirstUserCorrelation;
         return status;
       });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetPropCount(int* count) {
-  if (count != nullptr) *count = kFirstUserProperty + userCount(gfx_ubmlGetPropCount);
-  return TARN_STATUS_OK;
+  const UserCount user = userCount(gfx_ubmlGetPropCount);
+  if (count != nullptr) *count = kFirstUserProperty + user.count;
+  return user.status;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetPropId(int k, char* id) {

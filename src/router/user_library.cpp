@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/guard.h"
+#include "router/shared_object_check.h"
 
 #if defined(_WIN32)
 #  include <windows.h>
@@ -21,7 +22,6 @@ struct Binding {
 };
 
 Binding binding;
-bool loaded = false;
 
 #if defined(_WIN32)
 void* openLibrary(const char* path) { return reinterpret_cast<void*>(LoadLibraryA(path)); }
@@ -63,22 +63,26 @@ bool namesExistingFile(const char* path) {
 #endif
 }
 
-bool bindUserLibrary(const char* path) {
+bool loadUserLibrary(const char* path) {
+  if (!isCompleteSharedObject(path)) return false;
   void* handle = guarded<void*>(nullptr, [&] { return openLibrary(path); });
   if (handle == nullptr) return false;
   UserLibrary functions;
-  const bool complete =
+  const bool started =
 #define TARN_UBML_BIND(name) bindFunction(handle, "ubml_" #name, functions.name) &&
-      TARN_UBML_FUNCTIONS(TARN_UBML_BIND) true;
+      TARN_UBML_FUNCTIONS(TARN_UBML_BIND) functions.InitializeAllocate() == 0;
 #undef TARN_UBML_BIND
-  if (!complete) {
-    closeLibrary(handle);
+  if (!started) {
+    closeLibrary(handle);  // a module bound before keeps its own reference
     return false;
   }
-  void* previous = binding.handle;
-  binding.handle = handle;
-  binding.functions = functions;
-  if (previous != nullptr) closeLibrary(previous);
+  const Binding previous = binding;
+  binding = {handle, functions};
+  if (previous.handle != nullptr) {
+    // The same file loaded again is the same module, just started afresh.
+    if (previous.handle != handle) previous.functions.Free();
+    closeLibrary(previous.handle);
+  }
   return true;
 }
 
@@ -86,7 +90,6 @@ const UserLibrary* boundUserLibrary() {
   return binding.handle != nullptr ? &binding.functions : nullptr;
 }
 
-bool userLibraryLoaded() { return loaded; }
-void markUserLibraryLoaded() { loaded = true; }
+bool userLibraryLoaded() { return binding.handle != nullptr; }
 
 }  // namespace tarn::router

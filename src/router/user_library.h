@@ -27,15 +27,18 @@ struct UserLibrary {
 bool namesExistingFile(const char* path);
 
 // Loads the shared library at path (that file, not one found by a library
-// search) and binds every function. On any failure unloads it again, keeps
-// whatever was bound before and returns false.
-bool bindUserLibrary(const char* path);
+// search) once its headers show a complete shared object, binds every
+// function and starts it (ubml_InitializeAllocate). Only a plug-in that has
+// started replaces the bound one, which is then stopped (ubml_Free) and
+// unloaded unless it is the same module. On any failure the new file is
+// unloaded again, the plug-in bound before stays bound (or none, if none
+// was) and the answer is false.
+bool loadUserLibrary(const char* path);
 
 // The bound plug-in, or null while none is.
 const UserLibrary* boundUserLibrary();
 
-// Set once a plug-in has been bound and started; nothing clears it.
+// True once a plug-in has been loaded and started; nothing unbinds it.
 bool userLibraryLoaded();
-void markUserLibraryLoaded();
 
 }  // namespace tarn::router

@@ -1,8 +1,11 @@
 // Fuzzes the catalogue queries, coefficient access, messages and the error
 // handler with any index, position, code and value, into buffers of the
 // documented sizes fenced by guard bytes. Failed calls leave them untouched;
-// only a coefficient set may change the parameter block. Input: operations,
-// each a selector byte followed by what it reads.
+// only a coefficient set may change the parameter block, whose state carries
+// over from input to input. Input: operations, each a selector byte followed
+// by what it reads.
+#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <memory>
@@ -35,6 +38,12 @@ void textQueries(ByteReader& in) {
   checkText("id", index, gfx_tarnGetCorrelationId(index, id.data()), known ? 0 : TARN_STATUS_BAD_CORRELATION, id);
   checkText("desc", index, gfx_tarnGetCorrelationDesc(index, desc.data()), known ? 0 : TARN_STATUS_BAD_CORRELATION,
             desc);
+  Fenced<char> source(TARN_SOURCE_SIZE);
+  const int sourceStatus = gfx_tarnGetCorrelationSource(index, source.data());
+  TARN_FUZZ_CHECK(known ? sourceStatus == 0 && terminatedWithin(source)
+                        : sourceStatus == TARN_STATUS_BAD_CORRELATION && source.arrayUntouched(0, source.size()) &&
+                              source.guardsIntact(),
+                  "source(%d): %d", index, sourceStatus);
   if (known) {
     for (const char* c = id.data(); *c != '\0'; ++c) {
       TARN_FUZZ_CHECK((*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9') || *c == '_', "id(%d) not upper", index);
@@ -94,8 +103,14 @@ void propertyQueries(ByteReader& in) {
   Fenced<char> id(TARN_PROPERTY_ID_SIZE), desc(TARN_DESC_SIZE);
   checkText("property id", k, gfx_tarnGetPropId(k, id.data()), known ? 0 : TARN_STATUS_BAD_PROPERTY_ID, id);
   checkText("property desc", k, gfx_tarnGetPropDesc(k, desc.data()), known ? 0 : TARN_STATUS_BAD_PROPERTY_DESC, desc);
-  int count = 0;
+  int count = 0, correlations = 0;
   TARN_FUZZ_CHECK(gfx_tarnGetPropCount(&count) == 0 && count == 2, "property count %d", count);
+  TARN_FUZZ_CHECK(gfx_tarnGetCorrelationCount(&correlations) == 0 && correlations == TARN_CORRELATION_COUNT,
+                  "correlation count %d", correlations);
+  const char* version = tarn_GetVersion();
+  TARN_FUZZ_CHECK(version != nullptr && std::count(version, version + std::strlen(version), '.') == 2 &&
+                      std::all_of(version, version + std::strlen(version), [](char c) { return c == '.' || std::isdigit(c); }),
+                  "version %s", version ? version : "(null)");
 }
 
 // Coefficient reads and writes. Reads never change the block; a failed or
@@ -160,7 +175,7 @@ void messages(ByteReader& in, std::FILE* sink) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static std::FILE* sink = std::fopen("/dev/null", "w");
-  startFresh();
+  Session::get().begin(data, size);
   ByteReader in(data, size);
   for (int operations = 0; !in.empty() && operations < 32; ++operations) {
     const ParameterSnapshot before;

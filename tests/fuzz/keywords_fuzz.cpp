@@ -4,7 +4,8 @@
 // Input: lines of "op|correlation|parameter|value". op 's' sets and 'g'
 // gets; 'S' and 'G' pass the correlation keyword as a buffer of exactly 80
 // bytes with no terminator; 'n' and 'N' pass a null correlation or parameter
-// keyword. The value is read by strtod ("nan", "inf", "1e30" ...).
+// keyword; 'l' lists the keywords of parameter number <value>. The value is read by strtod ("nan", "inf",
+// "1e30" ...). The parameter block carries over from input to input.
 #include <cctype>
 #include <cmath>
 #include <memory>
@@ -54,6 +55,25 @@ void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefault
   const bool overlong = unterminated || (!nullKeyword && correlationText.size() >= kKeywordBuffer);
 
   const ParameterSnapshot before;
+  if (op == 'l') {
+    int count = 0;
+    TARN_FUZZ_CHECK(gfx_getCorParmsCount(&count) == 0 && count > 0, "keyword count %d", count);
+    const int k = std::isfinite(value) && std::fabs(value) < 1e9 ? static_cast<int>(value) : -1;
+    Fenced<char> group(TARN_KEYWORD_SIZE), alias(TARN_KEYWORD_SIZE), name(TARN_KEYWORD_SIZE);
+    const int status = gfx_getCorParmsKeywords(k, group.data(), alias.data(), name.data());
+    TARN_FUZZ_CHECK(status == (k >= 0 && k < count ? 0 : 1) && before.unchanged(), "keywords of %d: %d", k, status);
+    TARN_FUZZ_CHECK(status == 0 ? textWithin(group) && textWithin(alias) && textWithin(name)
+                                : group.arrayUntouched(0, TARN_KEYWORD_SIZE) && name.guardsIntact(),
+                    "keywords of %d badly written", k);
+    Fenced<char> unit(TARN_UNIT_SIZE), description(TARN_PARAMETER_DESC_SIZE);
+    Fenced<double> initial(1);
+    const int info = gfx_getCorParmsInfo(k, initial.data(), unit.data(), description.data());
+    TARN_FUZZ_CHECK(info == status && (info == 0 ? terminatedWithin(unit) && terminatedWithin(description) &&
+                                                       numberOrMissing(initial[0])
+                                                 : unit.arrayUntouched(0, unit.size()) && initial.isMarker(0)),
+                    "information on %d: %d", k, info);
+    return;
+  }
   if (!isSet) {
     const double read = gfx_getCorParms(correlation, parameter);
     TARN_FUZZ_CHECK(before.unchanged(), "get changed byte %ld", before.firstDifference());
@@ -94,8 +114,8 @@ void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefault
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  startFresh();
-  const tarn::T20GaussianParams gaussianDefaults = tarn::params().t20Gaussian;
+  Session::get().begin(data, size);
+  const tarn::T20GaussianParams& gaussianDefaults = Session::get().defaults().t20Gaussian;
   const std::string text(reinterpret_cast<const char*>(data), size);
   std::size_t start = 0;
   for (int count = 0; start <= text.size() && count < 16; ++count) {

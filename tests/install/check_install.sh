@@ -56,6 +56,7 @@ import tarn
 assert os.path.samefile(tarn.library_path(), '$libdir/libtarn.so.1'), tarn.library_path()
 assert tarn.__version__ == '$version', tarn.__version__
 assert tarn.evaluate('RVPINDEX', [8.0]).outputs['RVPNDX'] > 13.45
+assert 'EN228' in list(tarn.grades(as_frame=False).index)  # libtarnblend, beside libtarn
 "
 
 # 5. The Python package installed with pip into a virtual environment, with
@@ -74,6 +75,9 @@ assert tarn.__file__.startswith('$work/venv/'), tarn.__file__
 assert tarn.__version__ == importlib.metadata.version('tarn') == '$version'
 assert os.path.isfile(os.path.join(os.path.dirname(tarn.__file__), 'py.typed'))
 assert tarn.evaluate('RVPINDEX', [8.0]).outputs['RVPNDX'] > 13.45
+import tarn._blend
+tarn.grades(as_frame=False)  # libtarnblend found beside the libtarn named
+assert os.path.samefile(tarn._blend.blend_library().tarn_path, '$libdir/libtarnblend.so.1')
 ")
 else
   echo "venv not available for $python: the virtual-environment install is not checked"

@@ -1,15 +1,14 @@
 // The router and the user-library bridge with a real plug-in loaded through
 // gfx_bmlInitializeAllocate: the combined numbering, forwarding of every
-// kind of call, evaluation of each plug-in type, the ordering of inputs, and
-// load failures that must leave the loaded plug-in working.
-#include <dlfcn.h>
+// kind of call, evaluation of each plug-in type and the ordering of inputs.
+// (A misbehaving plug-in and failed loads: plugin_faults_test.cpp.)
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "plugin/plugin_support.h"
 #include "support/derivatives.h"
 #include "tarn/bml.h"
 #include "tarn/tarn.h"
@@ -17,32 +16,7 @@
 
 namespace {
 
-// Combined numbers of the plug-in's correlations (its own number + 57).
-enum : int { kSquare = 57, kWeighted, kPick, kExp, kCurve, kCombinedCount };
-
-// The plug-in's record of what it was asked, read through its own export.
-struct PluginCalls {
-  int starts, stops, coefficientResets, handledIndex, handledCode;
-};
-PluginCalls pluginCalls() {
-  void* handle = dlopen(TARN_TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD);
-  EXPECT_NE(handle, nullptr);
-  int counts[5] = {};
-  reinterpret_cast<int (*)(int*)>(dlsym(handle, "testplugin_Calls"))(counts);
-  dlclose(handle);
-  return {counts[0], counts[1], counts[2], counts[3], counts[4]};
-}
-
-class PluginTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN), 0); }
-};
-
-std::string correlationId(int index, int expectedStatus = 0) {
-  char id[64] = "untouched";
-  EXPECT_EQ(gfx_bmlGetCorrelationId(index, id), expectedStatus) << index;
-  return id;
-}
+using namespace tarn::testing;
 
 TEST_F(PluginTest, CombinedNumberingSplitsAtTheBuiltInCountAndEndsAfterThePlugin) {
   int count = 0;
@@ -225,26 +199,6 @@ TEST_F(PluginTest, MessagesAndErrorHandlingGoToTheOwnerOfTheCode) {
   EXPECT_EQ(pluginCalls().handledIndex, kCurve);
   // The router's own messages do not consult the plug-in.
   EXPECT_EQ(gfx_bmlGetErrorMsg(7, message), 7 + 499);
-}
-
-TEST_F(PluginTest, FailedLoadsLeaveTheLoadedPluginInPlace) {
-  const std::string directory = ::testing::TempDir(), missing = directory + "/no-such-plugin.so";
-  const std::pair<const char*, int> cases[] = {
-      {missing.c_str(), TARN_BML_STATUS_NO_USER_LIBRARY},
-      {directory.c_str(), TARN_BML_STATUS_NO_USER_LIBRARY},
-      {__FILE__, TARN_BML_STATUS_UBML_INIT_FAILED},                    // not a library
-      {TARN_TEST_PLUGIN_INCOMPLETE, TARN_BML_STATUS_UBML_INIT_FAILED},  // a function missing
-      {TARN_TEST_PLUGIN_FAILING_START, TARN_BML_STATUS_UBML_INIT_FAILED},
-  };
-  for (const auto& [path, expected] : cases) {
-    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path), expected) << path;
-    int count = 0;
-    gfx_bmlGetCorrelationCount(&count);
-    EXPECT_EQ(count, kCombinedCount) << path;
-    double x[1] = {150.0}, y[1] = {0.0};
-    EXPECT_EQ(gfx_bmlGenCalc(kExp, 0, 0, 0.0, x, y, nullptr), 0) << path;
-    EXPECT_EQ(correlationId(kSquare), "USR_SQUARE") << path;
-  }
 }
 
 }  // namespace

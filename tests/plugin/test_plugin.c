@@ -1,14 +1,23 @@
 /* A user correlation library for the tests: one correlation of each type the
  * bridge evaluates its own way, with lower-case ids, an index pair, two
- * coefficients and two properties. Built as a real shared object three ways:
- * complete; with UBML_TEST_OMIT_SYMBOL (one interface function missing, so
- * binding fails); with UBML_TEST_FAIL_START (its start reports failure). */
+ * coefficients and two properties. It misbehaves on request (test_plugin.h):
+ * a failing start, failing or garbage calculations, counts and pairs of any
+ * value, over-long or unterminated texts. Built as a real shared object:
+ * proper, under a second name (TEST_PLUGIN_PREFIX, a separate module with
+ * ids of its own), and with UBML_TEST_OMIT_SYMBOL (one interface function
+ * missing, so binding fails). */
 #define TARN_BUILDING_UBML_PLUGIN
 #include "tarn/ubml.h"
 
 #include <math.h>
 #include <stdio.h>
 #include <string.h>
+
+#include "test_plugin.h"
+
+#ifndef TEST_PLUGIN_PREFIX
+#  define TEST_PLUGIN_PREFIX "usr"
+#endif
 
 /* Plug-in status codes. */
 enum { BAD_INDEX = 5, NEGATIVE_PROPERTY = 7, BAD_PROPERTY_NUMBER = 9, NO_PAIR = 12 };
@@ -17,25 +26,65 @@ enum { BAD_INDEX = 5, NEGATIVE_PROPERTY = 7, BAD_PROPERTY_NUMBER = 9, NO_PAIR = 
  * 2 ten times input number `property`; 3 exp(x/100), paired with 0;
  * 4 the four inputs as they are, none of them negative. */
 static const struct {
-  const char* id;
+  const char* name;
   CORRTYPE type;
   int inputs, outputs, pair;
 } kCorrelations[] = {
-    {"usr_square", UBML_TYPE_SINGLE_VALUE, 1, 1, -1}, {"usr_weighted", UBML_TYPE_PROPERTY_VALUE, 3, 1, -1},
-    {"usr_pick", UBML_TYPE_COMPLEX, 3, 1, -1},        {"usr_exp", UBML_TYPE_PROPERTY_TO_INDEX, 1, 1, 0},
-    {"usr_curve", UBML_TYPE_GENERAL, 4, 4, -1},
+    {"square", UBML_TYPE_SINGLE_VALUE, 1, 1, -1}, {"weighted", UBML_TYPE_PROPERTY_VALUE, 3, 1, -1},
+    {"pick", UBML_TYPE_COMPLEX, 3, 1, -1},        {"exp", UBML_TYPE_PROPERTY_TO_INDEX, 1, 1, 0},
+    {"curve", UBML_TYPE_GENERAL, 4, 4, -1},
 };
 enum { kCount = sizeof kCorrelations / sizeof kCorrelations[0] };
 #define KNOWN(index) ((index) >= 0 && (index) < kCount)
 
 static double weights[2];
 static int starts, stops, coefficientResets, handledIndex = -1, handledCode;
+static TestPluginBehaviour behaviour;
+
+UBML_API void testplugin_Behave(const TestPluginBehaviour* how) {
+  static const TestPluginBehaviour proper;
+  behaviour = how ? *how : proper;
+}
 
 /* What the plug-in has been asked, for the tests to look at. */
 UBML_API int testplugin_Calls(int* counts) {
   const int all[5] = {starts, stops, coefficientResets, handledIndex, handledCode};
   memcpy(counts, all, sizeof all);
   return 0;
+}
+
+/* Writes the proper text, or the misbehaving one asked for, when status is 0. */
+static int text(char* out, int status, const char* proper) {
+  if (status != 0) return status;
+  if (behaviour.texts == TESTPLUGIN_TEXT_OVERLONG) {
+    memset(out, 'L', 100);
+    out[100] = '\0';
+  } else if (behaviour.texts == TESTPLUGIN_TEXT_UNTERMINATED) {
+    memset(out, 'U', 256);
+  } else {
+    strcpy(out, proper);
+  }
+  return 0;
+}
+
+/* "<prefix>_<name>" of a known correlation, "" otherwise. */
+static const char* correlationId(int index) {
+  static char id[32];
+  snprintf(id, sizeof id, "%s_%s", TEST_PLUGIN_PREFIX, KNOWN(index) ? kCorrelations[index].name : "");
+  return id;
+}
+
+/* A count: the real one, or the one given. */
+static int count(int* out, int real, int given) {
+  if (!behaviour.countsGiven && real < 0) return BAD_INDEX;
+  *out = behaviour.countsGiven ? given : real;
+  return 0;
+}
+
+/* Whether a calculation goes ahead: not while counts are given (the caller
+ * sized its arrays by them) or a failure is asked for. */
+static int refused(void) {
+  return behaviour.calculationStatus ? behaviour.calculationStatus : behaviour.countsGiven ? BAD_INDEX : 0;
 }
 
 UBML_API int ubml_InitializeCoefs(void) {
@@ -47,19 +96,13 @@ UBML_API int ubml_InitializeCoefs(void) {
 UBML_API int ubml_InitializeAllocate(void) {
   ++starts;
   ubml_InitializeCoefs();
-#ifdef UBML_TEST_FAIL_START
-  return 3;
-#else
-  return 0;
-#endif
+  return behaviour.startStatus;
 }
 
 UBML_API int ubml_Free(void) { return ++stops, 0; }
 
 UBML_API int ubml_GetErrorMsg(int code, char* message) {
-  if (code != NEGATIVE_PROPERTY) return BAD_INDEX;
-  strcpy(message, "usr: negative property");
-  return 0;
+  return text(message, code == NEGATIVE_PROPERTY ? 0 : BAD_INDEX, TEST_PLUGIN_PREFIX ": negative property");
 }
 
 UBML_API int ubml_ErrorHandler(int index, int code, int inputCount, double* inputs) {
@@ -70,71 +113,86 @@ UBML_API int ubml_ErrorHandler(int index, int code, int inputCount, double* inpu
   return 0;
 }
 
-UBML_API int ubml_GetPropCount(int* count) { return *count = 2, 0; }
+UBML_API int ubml_GetPropCount(int* n) { return count(n, 2, behaviour.properties); }
 
 UBML_API int ubml_GetPropId(int k, char* id) {
-  return k == 0 || k == 1 ? (strcpy(id, k == 0 ? "usrvisc" : "usrdens"), 0) : BAD_INDEX;
+  return text(id, k == 0 || k == 1 ? 0 : BAD_INDEX, k == 0 ? TEST_PLUGIN_PREFIX "visc" : TEST_PLUGIN_PREFIX "dens");
 }
 
 UBML_API int ubml_GetPropDesc(int k, char* desc) {
-  return k == 0 || k == 1 ? (strcpy(desc, k == 0 ? "User viscosity" : "User density"), 0) : BAD_INDEX;
+  return text(desc, k == 0 || k == 1 ? 0 : BAD_INDEX, k == 0 ? "User viscosity" : "User density");
 }
 
-UBML_API int ubml_GetCorrelationCount(int* count) { return *count = kCount, 0; }
+UBML_API int ubml_GetCorrelationCount(int* n) { return count(n, kCount, behaviour.correlations); }
 
 UBML_API int ubml_GetCorrelationId(int index, char* id) {
-  return KNOWN(index) ? (strcpy(id, kCorrelations[index].id), 0) : BAD_INDEX;
+  return text(id, KNOWN(index) ? 0 : BAD_INDEX, correlationId(index));
 }
 
 UBML_API int ubml_GetCorrelationDesc(int index, char* desc) {
-  return KNOWN(index) ? (sprintf(desc, "User %s", kCorrelations[index].id), 0) : BAD_INDEX;
+  char described[40];
+  snprintf(described, sizeof described, "User %s", correlationId(index));
+  return text(desc, KNOWN(index) ? 0 : BAD_INDEX, described);
 }
 
 UBML_API int ubml_GetCorrelationType(int index, CORRTYPE* type) {
   return KNOWN(index) ? (*type = kCorrelations[index].type, 0) : BAD_INDEX;
 }
 
-UBML_API int ubml_GetCorrelationInpPropCount(int index, int* count) {
-  return KNOWN(index) ? (*count = kCorrelations[index].inputs, 0) : BAD_INDEX;
+UBML_API int ubml_GetCorrelationInpPropCount(int index, int* n) {
+  return count(n, KNOWN(index) ? kCorrelations[index].inputs : -1, behaviour.inputs);
 }
 
 UBML_API int ubml_GetCorrelationInpPropId(int index, int k, char* id) {
-  return KNOWN(index) && k >= 0 && k < kCorrelations[index].inputs ? (sprintf(id, "in%d", k), 0) : BAD_INDEX;
+  char name[16];
+  snprintf(name, sizeof name, "in%d", k);
+  return text(id, KNOWN(index) && k >= 0 && k < kCorrelations[index].inputs ? 0 : BAD_INDEX, name);
 }
 
-UBML_API int ubml_GetCorrelationOutPropCount(int index, int* count) {
-  return KNOWN(index) ? (*count = kCorrelations[index].outputs, 0) : BAD_INDEX;
+UBML_API int ubml_GetCorrelationOutPropCount(int index, int* n) {
+  return count(n, KNOWN(index) ? kCorrelations[index].outputs : -1, behaviour.outputs);
 }
 
 UBML_API int ubml_GetCorrelationOutPropId(int index, char* id, int k) {
-  return KNOWN(index) && k >= 0 && k < kCorrelations[index].outputs ? (sprintf(id, "out%d", k), 0) : BAD_INDEX;
+  char name[16];
+  snprintf(name, sizeof name, "out%d", k);
+  return text(id, KNOWN(index) && k >= 0 && k < kCorrelations[index].outputs ? 0 : BAD_INDEX, name);
 }
 
 UBML_API int ubml_GetIndexPair(int index, int* pair) {
+  if (behaviour.countsGiven) return *pair = behaviour.pair, 0;
   return KNOWN(index) && kCorrelations[index].pair >= 0 ? (*pair = kCorrelations[index].pair, 0) : NO_PAIR;
 }
 
-UBML_API int ubml_GetCoefCount(int index, int* count) {
-  return KNOWN(index) ? (*count = index == 1 ? 2 : 0, 0) : BAD_INDEX;
+UBML_API int ubml_GetCoefCount(int index, int* n) {
+  return count(n, KNOWN(index) ? (index == 1 ? 2 : 0) : -1, behaviour.coefficients);
 }
 
 UBML_API int ubml_GetCoef(int index, int k, char* name, double* value) {
-  if (index != 1 || k < 0 || k > 1) return BAD_INDEX;
-  strcpy(name, k == 0 ? "A" : "B");
-  return *value = weights[k], 0;
+  const int status = text(name, index == 1 && (k == 0 || k == 1) ? 0 : BAD_INDEX, k == 0 ? "A" : "B");
+  if (status == 0) *value = weights[k];
+  return status;
 }
 
 UBML_API int ubml_SetCoefValue(int index, int k, double value) {
   return index == 1 && k >= 0 && k <= 1 ? (weights[k] = value, 0) : BAD_INDEX;
 }
 
+/* The value behaviour asks for in place of a result. */
+static double garbage(int i) {
+  static const double kGarbage[] = {NAN, INFINITY, -INFINITY, 1e300};
+  return kGarbage[i % 4];
+}
+
 UBML_API int ubml_CalcIndexFromProp(int index, double property, double* indexValue) {
-  if (index != 0) return BAD_INDEX;
+  if (refused() || index != 0) return refused() ? refused() : BAD_INDEX;
+  if (behaviour.garbageResults) return *indexValue = garbage(0), 0;
   return property < 0.0 ? NEGATIVE_PROPERTY : (*indexValue = property * property / 10.0, 0);
 }
 
 UBML_API int ubml_CalcPropFromIndex(int index, double indexValue, double* property) {
-  if (index != 0) return BAD_INDEX;
+  if (refused() || index != 0) return refused() ? refused() : BAD_INDEX;
+  if (behaviour.garbageResults) return *property = garbage(1), 0;
   return indexValue < 0.0 ? NEGATIVE_PROPERTY : (*property = sqrt(10.0 * indexValue), 0);
 }
 
@@ -142,15 +200,16 @@ UBML_API int ubml_CalcPropFromIndex(int index, double indexValue, double* proper
  * derivs its derivatives. */
 static int propertyValue(int index, int property, int inputCount, const double* x, double* value,
                          double* derivs) {
+  if (refused()) return refused();
   if (inputCount != 3 || (index != 1 && index != 2)) return BAD_INDEX;
   if (index == 1 && property == 1) {
     const double d[3] = {1.0, weights[0], weights[1]};
     if (derivs) memcpy(derivs, d, sizeof d);
-    if (value) *value = x[0] + weights[0] * x[1] + weights[1] * x[2];
+    if (value) *value = behaviour.garbageResults ? garbage(2) : x[0] + weights[0] * x[1] + weights[1] * x[2];
     return 0;
   }
   if (index != 2 || property < 0 || property > 2) return BAD_PROPERTY_NUMBER;
-  for (int j = 0; j < 3 && derivs; ++j) derivs[j] = j == property ? 10.0 : 0.0;
+  for (int j = 0; j < 3 && derivs; ++j) derivs[j] = behaviour.garbageResults ? garbage(j) : j == property ? 10.0 : 0.0;
   if (value) *value = 10.0 * x[property];
   return 0;
 }
@@ -165,8 +224,9 @@ UBML_API int ubml_CalcPropDeriv(int index, int property, int inputCount, double*
 
 #ifndef UBML_TEST_OMIT_SYMBOL
 UBML_API int ubml_CalcTorqPropValue(int index, double* inputs, double* outputs, int derivFlag, double* derivs) {
+  if (refused()) return refused();
   if (index == 3) {
-    outputs[0] = exp(inputs[0] / 100.0);
+    outputs[0] = behaviour.garbageResults ? garbage(3) : exp(inputs[0] / 100.0);
     if (derivFlag) derivs[0] = outputs[0] / 100.0;
     return 0;
   }
@@ -175,7 +235,7 @@ UBML_API int ubml_CalcTorqPropValue(int index, double* inputs, double* outputs, 
     if (inputs[j] < 0.0) return NEGATIVE_PROPERTY;
   }
   for (int j = 0; j < 4; ++j) {
-    outputs[j] = inputs[j];
+    outputs[j] = behaviour.garbageResults ? garbage(j) : inputs[j];
     for (int k = 0; k < 4 && derivFlag; ++k) derivs[4 * j + k] = j == k ? 1.0 : 0.0;
   }
   return 0;
