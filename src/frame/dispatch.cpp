@@ -131,11 +131,20 @@ int calculateByType(int type, bool complex, const CorrelationRow* row, int deriv
 
 namespace {
 
+// Out of line and kept in its own shape: GCC would otherwise clone it
+// without its unused argument, and the entry point would shuffle its
+// arguments for the clone on every call.
+#if defined(__has_cpp_attribute) && __has_cpp_attribute(gnu::noipa)
+#define TARN_OUT_OF_LINE [[gnu::noipa]]
+#else
+#define TARN_OUT_OF_LINE [[gnu::noinline]]
+#endif
+
 // The refusals and the type handling, out of line so that the common call
 // below stays a few instructions long. It takes the arguments of
 // gfx_tarnGenCalc as they come, as the rows' evaluations do.
-[[gnu::noipa]] int otherCalculation(int index, int derivFlag, int /*direction*/,
-                                       double* inputs, double* outputs, double* derivs) {
+TARN_OUT_OF_LINE int otherCalculation(int index, int derivFlag, int /*direction*/, double* inputs,
+                                      double* outputs, double* derivs) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   return tarn::frame::calculateByType(typeOf(row), false, row, derivFlag, inputs, outputs, derivs);
 }
