@@ -359,16 +359,35 @@ def main(argv):
                 before, after = paired(earlier, name, "direct"), paired(m, name, "direct")
                 lines.append((f"{ident}, {mode} (direct call)", fmt_ns(before), fmt_ns(after),
                               fmt_x(speedup(before, after))))
+        for mode, label in ((0, "values"), (1, "with derivatives")):
+            name = f"BM_BlendModel/derivatives:{mode}"
+            before, after = earlier.get(name, {}).get("ns"), m.get(name, {}).get("ns")
+            if before and after:
+                lines.append((f"Blend model, 10 components, {label}", fmt_ns(before), fmt_ns(after),
+                              fmt_x(speedup(before, after))))
         say(table(["call", "earlier run", "this run", "speed-up"], lines) + "\n")
     if pools:
         say("The blend optimiser (`tarnblend_problem_solve`): ten streams shared by a regular and a "
             "premium gasoline, 16 limits each (volatility, distillation points, octanes, "
             "composition), greatest margin; by default IPOPT runs from two starts (the "
-            "proportional one and an even split) and the better optimum is kept, "
+            "proportional one and an even split; octane limits bind here, so the second start "
+            "is taken) and the better optimum is kept, "
             "`tarnblend_problem_set_starts(problem, 1)` runs the first only.\n")
-        say(table(["starts", "per solve", "IPOPT iterations per solve"],
-                  [(starts, fmt_ns(pool["ns"]), f"{pool['run'].get('iterations', 0):.0f}")
-                   for starts, pool in sorted(pools.items(), reverse=True)]) + "\n")
+        before = {} if earlier is None else {arg(name, "starts"): entry for name, entry in earlier.items()
+                                             if name.startswith("BM_OptimizeGasolinePool/")}
+        header = ["starts", "per solve", "IPOPT iterations per solve"]
+        if before:
+            header += ["earlier run, per solve", "its iterations", "speed-up"]
+        lines = []
+        for starts, pool in sorted(pools.items(), reverse=True):
+            line = [starts, fmt_ns(pool["ns"]), f"{pool['run'].get('iterations', 0):.0f}"]
+            if before:
+                then = before.get(starts)
+                line += [fmt_ns(then["ns"]) if then else "–",
+                         f"{then['run'].get('iterations', 0):.0f}" if then else "–",
+                         fmt_x(speedup(then["ns"], pool["ns"])) if then else "–"]
+            lines.append(tuple(line))
+        say(table(header, lines) + "\n")
     find = sorted((arg(name, "n"), e["ns"]) for name, e in m.items()
                   if name.startswith("BM_FindPoints/"))
     if find:

@@ -330,7 +330,7 @@ class BlendNlp : public Ipopt::TNLP {
           value = x[row.variables[0]] - row.coefficient * x[row.variables[1]];
           break;
         case RowKind::Specification: {
-          if (!properties(x, row.product, false)) return false;
+          if (!properties(x, row.product)) return false;
           const Specification& spec = f_.specifications[row.specification];
           const Limit& limit = f_.problem.products[row.product].limits[spec.limit];
           value = productVolume(x, row.product) * (values_[row.product][limit.property] - spec.bound +
@@ -376,7 +376,7 @@ class BlendNlp : public Ipopt::TNLP {
           entries[k++] = -row.coefficient;
           break;
         case RowKind::Specification: {
-          if (!properties(x, row.product, true)) return false;
+          if (!properties(x, row.product)) return false;
           const Specification& spec = f_.specifications[row.specification];
           const std::size_t property = static_cast<std::size_t>(
               f_.problem.products[row.product].limits[spec.limit].property);
@@ -469,34 +469,29 @@ class BlendNlp : public Ipopt::TNLP {
     return r;
   }
 
-  void forget() {
-    std::fill(haveValues_.begin(), haveValues_.end(), false);
-    std::fill(haveJacobian_.begin(), haveJacobian_.end(), false);
-  }
+  void forget() { std::fill(evaluated_.begin(), evaluated_.end(), false); }
 
-  // The product's blended properties at x, evaluated once per point.
-  bool properties(const Number* x, int product, bool withJacobian) {
-    if (haveValues_.empty()) {
-      haveValues_.assign(f_.problem.products.size(), false);
-      haveJacobian_.assign(f_.problem.products.size(), false);
-    }
-    if (haveJacobian_[product] || (haveValues_[product] && !withJacobian)) return true;
-    if (!evaluateProduct(f_, x, product, values_[product], withJacobian ? &jacobians_[product] : nullptr)) {
-      return false;
-    }
-    // A limited property that cannot be computed here (a curve that stops
-    // being monotonic, an input outside a model's range) makes IPOPT step
-    // back.
+  // The product's blended properties and their Jacobian at x, evaluated once
+  // per point. IPOPT asks for the Jacobian at nearly every point whose values
+  // it asks for (each trial point it accepts), and the curve blend behind the
+  // values is a good part of a Jacobian's cost: both come from one
+  // evaluation, at the first request.
+  bool properties(const Number* x, int product) {
+    if (evaluated_.empty()) evaluated_.assign(f_.problem.products.size(), false);
+    if (evaluated_[product]) return true;
+    if (!evaluateProduct(f_, x, product, values_[product], &jacobians_[product])) return false;
+    // A limited property or slope that cannot be computed here (a curve that
+    // stops being monotonic, an input outside a model's range) makes IPOPT
+    // step back.
     const std::size_t components = f_.problem.components.size();
     for (const Limit& limit : f_.problem.products[product].limits) {
       const std::size_t k = static_cast<std::size_t>(limit.property);
       if (missing(values_[product][k])) return false;
-      for (std::size_t i = 0; withJacobian && i < components; ++i) {
+      for (std::size_t i = 0; i < components; ++i) {
         if (f_.variable[product][i] >= 0 && missing(jacobians_[product][k * components + i])) return false;
       }
     }
-    haveValues_[product] = true;
-    haveJacobian_[product] = withJacobian;
+    evaluated_[product] = true;
     return true;
   }
 
@@ -508,7 +503,7 @@ class BlendNlp : public Ipopt::TNLP {
   std::vector<double> best_, bestRows_;
   double bestObjective_ = 0.0;
   std::vector<std::vector<double>> values_, jacobians_;
-  std::vector<bool> haveValues_, haveJacobian_;
+  std::vector<bool> evaluated_;
 };
 
 }  // namespace
@@ -520,11 +515,16 @@ NlpOutcome solveNlp(const Formulation& f, const std::vector<double>& start) {
   options.SetStringValue("sb", "yes");  // no banner
   options.SetIntegerValue("print_level", 0);
   options.SetStringValue("hessian_approximation", "limited-memory");
+  // The quasi-Newton update as extra rows of the one linear system factorised
+  // at each iteration, instead of a solve per stored update: the steps are the
+  // same, and a blending problem's system is small enough that the solves
+  // (each with the linear solver's fixed cost) were most of an iteration.
+  options.SetStringValue("limited_memory_aug_solver", "extended");
   options.SetStringValue("nlp_scaling_method", "user-scaling");
   options.SetNumericValue("tol", 1e-9);
   // Points of the distillation curve move with the volumes through
   // piecewise-linear interpolations and their derivatives are differences
-  // computed inside libtarn: the optimality error of a problem limiting them
+  // of the curve blend: the optimality error of a problem limiting them
   // stalls near 1e-5 instead of reaching the tolerance. Five iterations in
   // a row within 1e-4, on a point within 0.01 of a unit volume of every
   // constraint row (rows are volume times property), are an answer.

@@ -115,7 +115,7 @@ struct Problem {
   std::vector<Component> components;
   std::vector<Product> products;
   int objective = TARNBLEND_OBJECTIVE_AUTO;
-  int starts = 2;  // 1: the proportional start only; 2: and an even split when limits blend non-linearly
+  int starts = 2;  // 1: the proportional start only; 2: and an even split unless only linear limits bind
   std::string volumeUnit, currency;  // labels for reports ("bbl", "USD"); no conversion
   Results results;
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "nlp.h"
 #include "problem.h"
@@ -139,15 +140,20 @@ std::vector<double> proportionalStart(const Formulation& f, bool even = false) {
   return start;
 }
 
-// Property `k` of product q's model at these component volumes (missing
-// when it cannot be computed, or nothing is blended).
-double propertyAt(const Product& p, std::vector<double> volumes, int k) {
+// The properties of product q's model at these component volumes (missing
+// where they cannot be computed, or nothing is blended).
+std::vector<double> propertiesAt(const Product& p, std::vector<double> volumes) {
   int count = 0;
   tarnblend_model_property_count(p.model.get(), &count);
   std::vector<double> values(static_cast<std::size_t>(count), kMissing);
   const int status = tarnblend_model_evaluate_at(p.model.get(), volumes.data(), static_cast<int>(volumes.size()),
                                                  values.data(), nullptr);
-  return status == TARNBLEND_OK ? values[static_cast<std::size_t>(k)] : kMissing;
+  if (status != TARNBLEND_OK) std::fill(values.begin(), values.end(), kMissing);
+  return values;
+}
+
+double propertyAt(const Product& p, std::vector<double> volumes, int k) {
+  return propertiesAt(p, std::move(volumes))[static_cast<std::size_t>(k)];
 }
 
 // Keeps out of a product the components that lack an input of one of its
@@ -165,13 +171,13 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
       again = false;
       Formulation f(problem, objective, allowed);
       const std::vector<double> volumes = productVolumes(f, proportionalStart(f).data(), static_cast<int>(q));
+      const std::vector<double> values = propertiesAt(p, volumes);
       const auto lacking = std::find_if(p.limits.begin(), p.limits.end(), [&](const Limit& l) {
-        return missing(propertyAt(p, volumes, l.property));
+        return missing(values[static_cast<std::size_t>(l.property)]);
       });
       if (lacking == p.limits.end()) break;
       const Limit& limit = *lacking;
-      const char* reason = "";
-      propertyAt(p, volumes, limit.property);
+      const char* reason = "";  // the model was last evaluated at volumes
       tarnblend_model_result(p.model.get(), limit.property, nullptr, nullptr, &reason, nullptr, nullptr);
       const std::string why = reason && *reason ? std::string(": ") + reason : "";
 
@@ -209,29 +215,26 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
   }
 }
 
-// Whether every limited property blends linearly by volume between two
-// points: each component's blending value (q + V dq/dv_i, its own value for
-// a linear blend) the same at both. Such a problem is a linear programme,
-// whose optimum does not depend on the start.
-bool blendsLinearly(const Formulation& f, const std::vector<double>& a, const std::vector<double>& b) {
-  const std::size_t components = f.problem.components.size();
-  for (std::size_t q = 0; q < f.problem.products.size(); ++q) {
-    std::vector<double> values[2], jacobians[2], volumes[2];
-    double total[2] = {0.0, 0.0};
-    for (int s = 0; s < 2; ++s) {
-      const std::vector<double>& x = s == 0 ? a : b;
-      if (!evaluateProduct(f, x.data(), static_cast<int>(q), values[s], &jacobians[s])) return false;
-      for (double v : productVolumes(f, x.data(), static_cast<int>(q))) total[s] += v;
-    }
-    for (const Limit& limit : f.problem.products[q].limits) {
-      const std::size_t k = static_cast<std::size_t>(limit.property);
-      for (std::size_t i = 0; i < components; ++i) {
-        if (f.variable[q][i] < 0) continue;
-        const double first = values[0][k] + total[0] * jacobians[0][k * components + i];
-        const double second = values[1][k] + total[1] * jacobians[1][k * components + i];
-        if (std::fabs(first - second) > 1e-7 * std::max(1.0, std::fabs(first))) return false;
-      }
-    }
+// Whether an optimum x is the best recipe of all, not only of those near it:
+// every limit that binds, or comes near to (within a thousandth of the
+// property's spread), is on a property whose limits are linear constraints
+// on the volumes. Without the other limits the problem is a linear
+// programme; x solves it (their multipliers are nil), and it holds every
+// recipe of the problem, so no recipe does better than x.
+bool certainlyBest(const Problem& problem, const Formulation& f, const NlpOutcome& out) {
+  constexpr double kNearlyBinding = 1e-3;
+  const std::size_t first = f.rows.size() - f.specifications.size();
+  for (std::size_t s = 0; s < f.specifications.size(); ++s) {
+    const Specification& spec = f.specifications[s];
+    const Product& p = problem.products[static_cast<std::size_t>(spec.product)];
+    int flags = 0;
+    tarnblend_model_property_info(p.model.get(), p.limits[static_cast<std::size_t>(spec.limit)].property, nullptr,
+                                  nullptr, nullptr, nullptr, nullptr, &flags);
+    if (flags & TARNBLEND_FLAG_LINEAR_LIMITS) continue;
+    double volume = 0.0;
+    for (double v : productVolumes(f, out.x.data(), spec.product)) volume += v;
+    // The row is V (q - bound): its slack in the property's unit is row / V.
+    if (!(std::fabs(out.rowValues[first + s]) > kNearlyBinding * spec.scale * volume)) return false;
   }
   return true;
 }
@@ -251,10 +254,40 @@ int side(double value, double minimum, double maximum, double tolerance) {
   return TARNBLEND_FREE;
 }
 
+// Every property of every product's model again (the default).
+void evaluateWhole(Problem& problem) {
+  for (Product& p : problem.products) check(tarnblend_model_set_needed(p.model.get(), nullptr, 0));
+}
+
+// While a problem is solved, each product's model evaluates only what its
+// limits need (the curve blend and emission models of an unlimited figure
+// cost as much as the rest together); the answer recorded is evaluated
+// whole, and so is the model whatever way the solve ends.
+class LimitedEvaluation {
+ public:
+  explicit LimitedEvaluation(Problem& problem) : problem_(problem) {
+    for (Product& p : problem.products) {
+      std::vector<int> limited;
+      for (const Limit& limit : p.limits) limited.push_back(limit.property);
+      check(tarnblend_model_set_needed(p.model.get(), limited.data(), static_cast<int>(limited.size())));
+    }
+  }
+  ~LimitedEvaluation() {
+    for (Product& p : problem_.products) tarnblend_model_set_needed(p.model.get(), nullptr, 0);
+  }
+  LimitedEvaluation(const LimitedEvaluation&) = delete;
+  LimitedEvaluation& operator=(const LimitedEvaluation&) = delete;
+
+ private:
+  Problem& problem_;
+};
+
 // Recipes, property values and margins at x; with multipliers, the shadow
-// prices and marginal values too.
+// prices and marginal values too. The products' models are left evaluated
+// at their recipes, every property.
 void record(Problem& problem, const Formulation& f, const NlpOutcome& out, bool sensitivities) {
   Results& r = problem.results;
+  evaluateWhole(problem);
   const std::size_t products = problem.products.size(), components = problem.components.size();
   r.volumes.assign(products, std::vector<double>(components, 0.0));
   for (std::size_t q = 0; q < products; ++q) {
@@ -488,7 +521,6 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
     }
     return;
   }
-  record(problem, elastic, out, false);
   r.outcome = TARNBLEND_INFEASIBLE;
   for (std::size_t n = 0; n < candidates.size(); ++n) {
     const std::size_t s = candidates[n];
@@ -508,6 +540,9 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
     if (!given && missing(alone)) continue;
     r.relaxations.push_back({spec.product, spec.limit, spec.side, given ? together : 0.0, alone});
   }
+  // Recorded last: the single relaxations above evaluate the models
+  // elsewhere, and the models are left at the least-relaxed recipe.
+  record(problem, elastic, out, false);
   r.summary = summaryOfRelaxations(problem);
 }
 
@@ -529,6 +564,7 @@ void solve(Problem& problem) {
     }
   }
   if (problem.products.empty()) throw ProblemError(TARNBLEND_ERROR_STATE, "the problem has no product");
+  const LimitedEvaluation limited(problem);
   keepOutComponentsLackingInputs(problem, objective, allowed);
   validate(problem, objective, allowed);
 
@@ -537,13 +573,13 @@ void solve(Problem& problem) {
   f.addSpecifications(start, Mode::Normal);
   NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
-  // Limits that do not blend linearly (octane interactions, points of the
-  // distillation curve) can leave more than one local optimum: a second
-  // start from an even split of each product, and the better answer is kept.
-  // (A failed first start goes to the elastic problem, which either finds
-  // what to relax or a feasible point to start again from.)
-  if (problem.starts > 1 && out.solved && objective != TARNBLEND_LEAST_CHANGE &&
-      !blendsLinearly(f, start, out.x)) {
+  // Limits that are not linear in the volumes (octane interactions, points
+  // of the distillation curve) can leave more than one local optimum: unless
+  // only linear ones bind, a second start from an even split of each
+  // product, and the better answer is kept. (A failed first start goes to
+  // the elastic problem, which either finds what to relax or a feasible
+  // point to start again from.)
+  if (problem.starts > 1 && out.solved && objective != TARNBLEND_LEAST_CHANGE && !certainlyBest(problem, f, out)) {
     NlpOutcome other = solveNlp(f, proportionalStart(f, true));
     r.iterations += other.iterations;
     if (other.solved && other.objective < out.objective - 1e-9 * std::fabs(out.objective)) out = std::move(other);

@@ -364,6 +364,10 @@ TARNBLEND_API int TARN_CALL tarnblend_model_evaluate(tarnblend_model* model, int
   return guarded([&] { modelOf(model).evaluate(derivatives != 0); });
 }
 
+TARNBLEND_API int TARN_CALL tarnblend_model_set_needed(tarnblend_model* model, const int* properties, int count) {
+  return guarded([&] { modelOf(model).setNeeded(properties, count); });
+}
+
 TARNBLEND_API int TARN_CALL tarnblend_model_evaluate_at(tarnblend_model* model, const double* volumes, int n,
                                                         double* values, double* jacobian) {
   return guarded([&] {

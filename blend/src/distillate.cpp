@@ -17,7 +17,7 @@ using P = Property;
 using I = Input;
 
 void cetaneIndices(Engine& e) {
-  if (e.needs(P::CI4, {P::DEN, P::T10, P::T50, P::T90})) {
+  if (e.wanted(P::CI4) && e.needs(P::CI4, {P::DEN, P::T10, P::T50, P::T90})) {
     // The four-variable equation takes the density in g/mL.
     double d[4];
     const double index = gfx_CetaneIndex4(1, 'F', e.value(P::DEN) / 1000.0, e.value(P::T10), e.value(P::T50),
@@ -29,7 +29,7 @@ void cetaneIndices(Engine& e) {
       e.chain(P::CI4, d, 1, {{P::DEN, 1.0 / 1000.0}, {P::T10}, {P::T50}, {P::T90}});
     }
   }
-  if (e.needs(P::CI2, {P::DEN, P::T50})) {
+  if (e.wanted(P::CI2) && e.needs(P::CI2, {P::DEN, P::T50})) {
     // The two-variable equation takes the specific gravity and the 50 % point.
     double d[2];
     const double index = gfx_CetaneIndex2(1, 'F', e.value(P::DEN) / kWaterDensity, e.value(P::T50), d);
@@ -87,53 +87,58 @@ void freezingPoint(Engine& e) {
   }
 }
 
+// A figure a distillate recipe may leave out: blended by volume when the
+// recipe gives it, else omitted from the report.
+void optionalLinear(Engine& e, P property, I input) {
+  if (e.model().given(input)) return e.linearByVolume(property, input);
+  e.omit(property, std::string("the recipe has no ") + inputInfo(input).key);
+}
+
 }  // namespace
 
 void evaluateDistillate(Engine& e) {
   const bool diesel = e.model().product() == TARNBLEND_DIESEL;
-  e.blendCurve();
-  e.temperatureAt(P::T95, 95.0);
+  if (e.wanted(P::T50)) e.blendCurve();
+  if (e.wanted(P::T95)) e.temperatureAt(P::T95, 95.0);
   if (diesel) {
-    e.evaporatedAt(P::E180, 356.0);
-    e.evaporatedAt(P::E250, 482.0);
-    e.evaporatedAt(P::E340, 644.0);
-    e.evaporatedAt(P::E350, 662.0);
+    const struct {
+      P property;
+      double fahrenheit;
+    } recovered[] = {{P::E180, 356.0}, {P::E250, 482.0}, {P::E340, 644.0}, {P::E350, 662.0}};
+    for (const auto& point : recovered) {
+      if (e.wanted(point.property)) e.evaporatedAt(point.property, point.fahrenheit);
+    }
   }
-  e.linearByVolume(P::DEN, I::DEN);
-  e.linearByMass(P::SUL, I::SUL);
-  e.indexBlend(P::FLASH, I::FLASH, false, "flash point index",
-               [](double t) { return gfx_FlashPointIndex1('F', t, 0, nullptr); },
-               [](double index, double* slope) { return gfx_FlashPoint1('F', index, 1, slope); });
-  e.indexBlend(P::VISC40, I::VISC40, true, "viscosity blending number",
-               [](double v) { return gfx_ViscosityIndex3(v, 0, nullptr); },
-               [](double index, double* slope) { return gfx_Viscosity3(index, 1, slope); });
+  if (e.wanted(P::DEN)) e.linearByVolume(P::DEN, I::DEN);
+  if (e.wanted(P::SUL)) e.linearByMass(P::SUL, I::SUL);
+  if (e.wanted(P::FLASH)) {
+    e.indexBlend(P::FLASH, I::FLASH, false, "flash point index",
+                 [](double t) { return gfx_FlashPointIndex1('F', t, 0, nullptr); },
+                 [](double index, double* slope) { return gfx_FlashPoint1('F', index, 1, slope); });
+  }
+  if (e.wanted(P::VISC40)) {
+    e.indexBlend(P::VISC40, I::VISC40, true, "viscosity blending number",
+                 [](double v) { return gfx_ViscosityIndex3(v, 0, nullptr); },
+                 [](double index, double* slope) { return gfx_Viscosity3(index, 1, slope); });
+  }
   if (diesel) {
     cetaneIndices(e);
-    if (e.model().given(I::CN)) {
-      e.linearByVolume(P::CN, I::CN);
-    } else {
-      e.omit(P::CN, "the recipe has no CN");
-    }
+    if (e.wanted(P::CN)) optionalLinear(e, P::CN, I::CN);
     auto cloudIndex = [](double t) { return gfx_CloudPointIndex3('F', t, 0, nullptr); };
     auto cloudPoint = [](double index, double* slope) { return gfx_CloudPoint3('F', index, 1, slope); };
-    e.indexBlend(P::CLOUD, I::CLOUD, false, "cloud point index", cloudIndex, cloudPoint);
-    e.indexBlend(P::POUR, I::POUR, false, "pour point index",
-                 [](double t) { return gfx_PourPointIndex1('F', t, 0, nullptr); },
-                 [](double index, double* slope) { return gfx_PourPoint1('F', index, 1, slope); });
+    if (e.wanted(P::CLOUD)) e.indexBlend(P::CLOUD, I::CLOUD, false, "cloud point index", cloudIndex, cloudPoint);
+    if (e.wanted(P::POUR)) {
+      e.indexBlend(P::POUR, I::POUR, false, "pour point index",
+                   [](double t) { return gfx_PourPointIndex1('F', t, 0, nullptr); },
+                   [](double index, double* slope) { return gfx_PourPoint1('F', index, 1, slope); });
+    }
     // libtarn has no index of its own for the cold filter plugging point: it
     // blends through the cloud point index, an estimate.
-    e.indexBlend(P::CFPP, I::CFPP, false, "cloud point index", cloudIndex, cloudPoint);
+    if (e.wanted(P::CFPP)) e.indexBlend(P::CFPP, I::CFPP, false, "cloud point index", cloudIndex, cloudPoint);
   } else {
-    if (e.model().given(I::ARO)) {
-      e.linearByVolume(P::ARO, I::ARO);
-    } else {
-      e.omit(P::ARO, "the recipe has no ARO");
-    }
-    if (e.model().given(I::FREEZE)) {
-      freezingPoint(e);
-    } else {
-      e.omit(P::FREEZE, "the recipe has no FREEZE");
-    }
+    if (e.wanted(P::ARO)) optionalLinear(e, P::ARO, I::ARO);
+    if (e.wanted(P::FREEZE) && e.model().given(I::FREEZE)) freezingPoint(e);
+    if (e.wanted(P::FREEZE) && !e.model().given(I::FREEZE)) e.omit(P::FREEZE, "the recipe has no FREEZE");
   }
 }
 

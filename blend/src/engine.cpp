@@ -166,7 +166,13 @@ void Engine::chain(Property out, const double* d, int stride, const Operand* inp
   for (int i = 0; i < n_; ++i) {
     double sum = 0.0;
     for (int j = 0; j < count; ++j) {
-      const double factor = d[j * stride] * inputs[j].scale;
+      // A slope that could not be computed leaves the entry missing.
+      const double slope = d[j * stride];
+      if (isMissing(slope)) {
+        sum = kMissing;
+        break;
+      }
+      const double factor = slope * inputs[j].scale;
       if (factor == 0.0) continue;
       const double entry = row(inputs[j].property)[i];
       if (isMissing(entry)) {
@@ -357,12 +363,9 @@ void Engine::blendCurve() {
   }
 
   double out[7];
-  std::vector<double>& derivs = work_.derivs;
-  if (derivatives_) derivs.assign(static_cast<std::size_t>(count) * 56, 0.0);
   std::vector<double>& shifted = work_.shifted;  // gfx_D86 fills T30/T70 in place: blend copies
   shifted.assign(packed.begin(), packed.begin() + count * 7);
-  const int status = gfx_D86(count, fractions.data(), shifted.data(), out, derivatives_ ? derivs.data() : nullptr,
-                             method, derivatives_ ? 1 : 0, 'F');
+  const int status = gfx_D86(count, fractions.data(), shifted.data(), out, nullptr, method, 0, 'F');
   if (status != 0) {
     return failAll("the D86 curve blend (" + std::string(kMethodNames[method]) + ") failed with status " +
                    std::to_string(status));
@@ -406,24 +409,43 @@ void Engine::blendCurve() {
   if (!estimated.empty()) note("T30/T70 estimated for " + nameList(estimated) + " (log-linear curve model)");
   if (!derivatives_) return;
 
-  // Fraction rows of gfx_D86: the blend's change per unit of one fraction
-  // with the others rescaled, which is the change per unit volume times the
-  // total volume.
+  // The slope with respect to a component's volume is gfx_D86's fraction
+  // row: the blend with that component's fraction raised by |fraction x
+  // DDelta| (by DDelta where that is below 1e-7) and the others kept, which
+  // the blend reads as more of that component, so the change per unit of
+  // fraction is the change per unit volume times the total volume. gfx_D86
+  // would also difference every point of every curve, which the volumes do
+  // not move: the rows are formed from its values alone, the same blends
+  // without that work. (shifted now holds the curves as gfx_D86 completed
+  // them, so each call reads the same curves.)
+  const double step = std::max(1e-7, gfx_getCorParms("GENERICD86", "DDelta"));
+  double moved[7];
   for (int j = 0; j < count; ++j) {
     const int i = members[static_cast<std::size_t>(j)];
-    for (int k = 0; k < 7; ++k) row(kPoints[k])[i] = derivs[static_cast<std::size_t>(j) * 56 + k] * perVolume_;
+    double& f = fractions[static_cast<std::size_t>(j)];
+    const double base = f;
+    const double h = std::fabs(base * step) < 1e-7 ? step : std::fabs(base * step);
+    f = base + h;
+    const int moveStatus = gfx_D86(count, fractions.data(), shifted.data(), moved, nullptr, method, 0, 'F');
+    f = base;
+    // A step that takes the fractions' sum out of gfx_D86's window (a blend
+    // of one component) leaves the blend as it was: the slope is 0.
+    const bool outsideWindow = moveStatus != 0 && !(1.0 + h < 1.001);
+    for (int k = 0; k < 7; ++k) {
+      const bool blended = moveStatus == 0 && !isMissing(moved[k]) && std::isfinite(moved[k]);
+      row(kPoints[k])[i] = outsideWindow ? 0.0 : blended ? (moved[k] - out[k]) / h * perVolume_ : kMissing;
+    }
   }
   // A component without volume gets a one-sided difference: the blend with a
   // little of it added (the step gfx_D86 takes for a fraction).
-  const double step = std::max(1e-7, gfx_getCorParms("GENERICD86", "DDelta"));
   for (int i = 0; i < n_; ++i) {
     if (present(i) || !usable[static_cast<std::size_t>(i)]) continue;
     for (int j = 0; j < count; ++j) fractions[static_cast<std::size_t>(j)] = fraction(members[static_cast<std::size_t>(j)]) / (1.0 + step);
     fractions[static_cast<std::size_t>(count)] = step / (1.0 + step);
-    shifted.assign(packed.begin(), packed.begin() + count * 7);
-    shifted.insert(shifted.end(), &curves[static_cast<std::size_t>(i) * 7], &curves[static_cast<std::size_t>(i) * 7] + 7);
-    double moved[7];
-    if (gfx_D86(count + 1, fractions.data(), shifted.data(), moved, nullptr, method, 0, 'F') != 0) continue;
+    std::vector<double>& widened = work_.widened;
+    widened.assign(shifted.begin(), shifted.begin() + count * 7);
+    widened.insert(widened.end(), &curves[static_cast<std::size_t>(i) * 7], &curves[static_cast<std::size_t>(i) * 7] + 7);
+    if (gfx_D86(count + 1, fractions.data(), widened.data(), moved, nullptr, method, 0, 'F') != 0) continue;
     for (int k = 0; k < 7; ++k) row(kPoints[k])[i] = (moved[k] - out[k]) * perVolume_ / step;
   }
 }

@@ -38,6 +38,9 @@ class Engine {
   const std::string& name(int i) const { return m_.component(i).name; }
 
   // ---- Results, in base units while evaluating ----
+  // Whether the evaluation computes p (every property unless the model was
+  // asked for some only); a step runs when its outputs are wanted.
+  bool wanted(Property p) const { return m_.wanted(p); }
   bool ok(Property p) const { return m_.result(p).status == TARNBLEND_COMPUTED; }
   double value(Property p) const { return m_.result(p).value; }
   double* row(Property p) { return m_.gradient(p); }

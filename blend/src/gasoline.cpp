@@ -192,20 +192,60 @@ void rangeNote(Engine& e, const char* model, const RangeInput* inputs, const dou
   if (!outside.empty()) e.note(std::string(model) + " model inputs outside its valid range: " + outside);
 }
 
-// Evaluates an emission model by catalogue index; false (outputs failed) on
-// a status or a missing output.
-bool emissionModel(Engine& e, const char* id, double* in, int inputs, const P* outputs, int count, double* out,
+// Step of the emission models' slopes, relative to |input| + 1: the step of
+// libtarn's own sensitivities.
+constexpr double kEmissionStep = 1e-6;
+
+// Evaluates an emission model by catalogue index into out and, with
+// derivatives, its slopes into d (input-major, count per input); false
+// (outputs failed) on a status or a missing output.
+//
+// The slopes are differences of the model's own values at the blend, central
+// but where an input of 0 cannot go lower (oxygen from an oxygenate the blend
+// lacks). libtarn's sensitivities keep both points inside the model's valid
+// range, so for an input beyond it they are a chord from the limit, not the
+// slope of the figure reported; an optimiser limiting the figure needs its
+// slope, whatever side of the range the blend is on.
+bool emissionModel(Engine& e, const char* id, const double* in, int inputs, const P* outputs, int count, double* out,
                    double* d) {
-  const int status = gfx_tarnGenCalc(catalogueIndex(id), e.derivatives() ? 1 : 0, 0, in, out, d);
-  bool ok = status == TARN_STATUS_OK;
-  for (int k = 0; k < count && ok; ++k) ok = !isMissing(out[k]) && std::isfinite(out[k]);
-  if (!ok) {
+  const int index = catalogueIndex(id);
+  double work[16], moved[8];
+  // One evaluation with input j (none when j < 0) at value; libtarn reads
+  // the output array before writing it, and may repair its inputs in place.
+  auto run = [&](int j, double value, double* result) {
+    std::copy(in, in + inputs, work);
+    if (j >= 0) work[j] = value;
+    std::fill(result, result + count, 0.0);
+    const int status = gfx_tarnGenCalc(index, 0, 0, work, result, nullptr);
+    bool ok = status == TARN_STATUS_OK;
+    for (int k = 0; k < count && ok; ++k) ok = !isMissing(result[k]) && std::isfinite(result[k]);
+    return ok ? TARN_STATUS_OK : (status == TARN_STATUS_OK ? -1 : status);
+  };
+  const int status = run(-1, 0.0, out);
+  if (status != TARN_STATUS_OK) {
     for (int k = 0; k < count; ++k) {
       e.fail(outputs[k], std::string("the ") + id + " model gave no result (status " + std::to_string(status) + ")");
     }
+    return false;
   }
-  (void)inputs;
-  return ok;
+  if (!e.derivatives()) return true;
+  for (int j = 0; j < inputs; ++j) {
+    const double x = in[j], h = (std::fabs(x) + 1.0) * kEmissionStep;
+    double* row = d + j * count;
+    double upper = x + h, lower = x >= 0.0 && x < h ? x : x - h;
+    bool upOk = run(j, upper, moved) == TARN_STATUS_OK;
+    if (upOk) std::copy(moved, moved + count, row);
+    if (lower == x || run(j, lower, moved) != TARN_STATUS_OK) {
+      std::copy(out, out + count, moved);  // one-sided from the blend itself
+      lower = x;
+    }
+    if (!upOk) {
+      std::copy(out, out + count, row);
+      upper = x;
+    }
+    for (int k = 0; k < count; ++k) row[k] = upper > lower ? (row[k] - moved[k]) / (upper - lower) : kMissing;
+  }
+  return true;
 }
 
 void carbModel(Engine& e) {
@@ -219,12 +259,11 @@ void carbModel(Engine& e) {
   const bool celsius = gfx_getCorParms("TARN", "CARB_CORF") < 0.0;
   const double t = celsius ? 1.0 / 1.8 : 1.0;
   auto temperature = [&](P p) { return celsius ? (e.value(p) - 32.0) / 1.8 : e.value(p); };
-  double in[8] = {e.value(P::RVP), temperature(P::T50), temperature(P::T90), e.value(P::ARO),
-                  e.value(P::OLF), e.value(P::OXY), e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::BNZ)};
-  const double kept[8] = {in[0], in[1], in[2], in[3], in[4], in[5], in[6], in[7]};
+  const double in[8] = {e.value(P::RVP), temperature(P::T50), temperature(P::T90), e.value(P::ARO),
+                        e.value(P::OLF), e.value(P::OXY), e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::BNZ)};
   const Operand operands[8] = {{P::RVP}, {P::T50, t}, {P::T90, t}, {P::ARO},
                                {P::OLF}, {P::OXY}, {P::SUL, kPpmPerWeightPercent}, {P::BNZ}};
-  double out[3] = {0}, d[24] = {0};  // libtarn reads the output array before writing it
+  double out[3], d[24];
   if (!emissionModel(e, "CARB", in, 8, outputs, 3, out, d)) return;
   for (int k = 0; k < 3; ++k) {
     e.set(outputs[k], out[k]);
@@ -234,7 +273,7 @@ void carbModel(Engine& e) {
   const RangeInput names[8] = {{"RVP", P::RVP, "psi"}, {"T50", P::T50, degrees}, {"T90", P::T90, degrees},
                                {"ARO", P::ARO, "vol%"}, {"OLF", P::OLF, "vol%"}, {"OXY", P::OXY, "wt%"},
                                {"SUL", P::SUL, "ppm"},  {"BNZ", P::BNZ, "vol%"}};
-  rangeNote(e, "CARB", names, kept, 8, nullptr);
+  rangeNote(e, "CARB", names, in, 8, nullptr);
 }
 
 void epaModel(Engine& e, const Oxygenates& oxygen) {
@@ -247,14 +286,13 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
     for (int k = 1; k < 5; ++k) e.failLike(outputs[k], outputs[0]);
     return;
   }
-  double in[11] = {oxygen.epa[0], oxygen.epa[1], oxygen.epa[2], oxygen.epa[3],
-                   e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::RVP), e.value(P::E200), e.value(P::E300),
-                   e.value(P::ARO), e.value(P::OLF), e.value(P::BNZ)};
-  const double kept[11] = {in[0], in[1], in[2], in[3], in[4], in[5], in[6], in[7], in[8], in[9], in[10]};
+  const double in[11] = {oxygen.epa[0], oxygen.epa[1], oxygen.epa[2], oxygen.epa[3],
+                         e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::RVP), e.value(P::E200), e.value(P::E300),
+                         e.value(P::ARO), e.value(P::OLF), e.value(P::BNZ)};
   const Operand operands[11] = {oxygen.epaOperands[0], oxygen.epaOperands[1], oxygen.epaOperands[2],
                                 oxygen.epaOperands[3], {P::SUL, kPpmPerWeightPercent}, {P::RVP}, {P::E200},
                                 {P::E300}, {P::ARO}, {P::OLF}, {P::BNZ}};
-  double out[5] = {0}, d[55] = {0};  // libtarn reads the output array before writing it
+  double out[5], d[55];
   if (!emissionModel(e, "EPA", in, 11, outputs, 5, out, d)) return;
   for (int k = 0; k < 5; ++k) {
     e.set(outputs[k], out[k]);
@@ -267,21 +305,28 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
                                 {"TMO", P::TMO, "wt%"}, {"SUL", P::SUL, "ppm"},   {"RVP", P::RVP, "psi"},
                                 {"E200", P::E200, "vol%"}, {"E300", P::E300, "vol%"}, {"ARO", P::ARO, "vol%"},
                                 {"OLF", P::OLF, "vol%"}, {"BNZ", P::BNZ, "vol%"}};
-  rangeNote(e, "EPA", names, kept, 11, answerEpaQuestion);
+  rangeNote(e, "EPA", names, in, 11, answerEpaQuestion);
 }
 
 }  // namespace
 
 void evaluateGasoline(Engine& e) {
   Model& m = e.model();
-  e.indexBlend(P::RVP, I::RVP, false, "vapour-pressure index", [](double rvp) { return gfx_RVPIndex(rvp, 0, nullptr); },
-               [](double index, double* slope) { return gfx_RVP(index, 1, slope); });
-  e.blendCurve();
-  e.evaporatedAt(P::E70, 158.0);
-  e.evaporatedAt(P::E100, 212.0);
-  e.evaporatedAt(P::E150, 302.0);
+  if (e.wanted(P::RVP)) {
+    e.indexBlend(P::RVP, I::RVP, false, "vapour-pressure index",
+                 [](double rvp) { return gfx_RVPIndex(rvp, 0, nullptr); },
+                 [](double index, double* slope) { return gfx_RVP(index, 1, slope); });
+  }
+  if (e.wanted(P::T50)) e.blendCurve();
+  const struct {
+    P property;
+    double fahrenheit;
+  } evaporated[] = {{P::E70, 158.0}, {P::E100, 212.0}, {P::E150, 302.0}};
+  for (const auto& point : evaporated) {
+    if (e.wanted(point.property)) e.evaporatedAt(point.property, point.fahrenheit);
+  }
   for (P p : {P::E200, P::E300}) {
-    if (!e.needs(p, {P::T50, P::T90})) continue;
+    if (!e.wanted(p) || !e.needs(p, {P::T50, P::T90})) continue;
     const double in[2] = {e.value(P::T50), e.value(P::T90)};
     double out[2], d[4];
     gfx_E200E300EPA('F', in, out, 1, d);
@@ -289,25 +334,27 @@ void evaluateGasoline(Engine& e) {
     e.set(p, out[k]);
     e.chain(p, d + k, 2, {{P::T50}, {P::T90}});
   }
-  if (e.needs(P::TVL20, {P::RVP, P::T10, P::T50})) {
+  if (e.wanted(P::TVL20) && e.needs(P::TVL20, {P::RVP, P::T10, P::T50})) {
     double d[3];
     e.set(P::TVL20, gfx_TVL(1, 'F', e.value(P::RVP), e.value(P::T10), e.value(P::T50), d));
     e.chain(P::TVL20, d, 1, {{P::RVP}, {P::T10}, {P::T50}});
   }
-  if (e.needs(P::VLI, {P::RVP, P::E70})) {
+  if (e.wanted(P::VLI) && e.needs(P::VLI, {P::RVP, P::E70})) {
     double d[2];
     e.set(P::VLI, gfx_VaporLockIndex(1, 'P', e.value(P::RVP), e.value(P::E70), d));
     e.chain(P::VLI, d, 1, {{P::RVP}, {P::E70}});
   }
 
-  for (P p : {P::ARO, P::OLF, P::BNZ}) e.linearByVolume(p, propertyInfo(p).input);
-  e.linearByMass(P::SUL, I::SUL);
-  e.linearByVolume(P::DEN, I::DEN);
-  const Oxygenates oxygen = blendOxygen(e);
+  for (P p : {P::ARO, P::OLF, P::BNZ}) {
+    if (e.wanted(p)) e.linearByVolume(p, propertyInfo(p).input);
+  }
+  if (e.wanted(P::SUL)) e.linearByMass(P::SUL, I::SUL);
+  if (e.wanted(P::DEN)) e.linearByVolume(P::DEN, I::DEN);
+  const Oxygenates oxygen = e.wanted(P::OXY) ? blendOxygen(e) : Oxygenates{};
 
   // Drivability index in the recipe's temperature unit: the degrees C form
   // has its own ethanol coefficient (EF / 1.8).
-  if (e.needs(P::DI, {P::T10, P::T50, P::T90, P::ETOH})) {
+  if (e.wanted(P::DI) && e.needs(P::DI, {P::T10, P::T50, P::T90, P::ETOH})) {
     const bool celsius = std::string(m.recipeUnit(I::T50).name) == "C";
     auto t = [&](P p) { return celsius ? (e.value(p) - 32.0) / 1.8 : e.value(p); };
     double d[4];
@@ -317,9 +364,9 @@ void evaluateGasoline(Engine& e) {
     const double s = celsius ? 1.0 / 1.8 : 1.0;
     e.chain(P::DI, d, 1, {{P::T10, s}, {P::T50, s}, {P::T90, s}, {P::ETOH}});
   }
-  octane(e);
-  carbModel(e);
-  epaModel(e, oxygen);
+  if (e.wanted(P::RON)) octane(e);
+  if (e.wanted(P::CARB_CNX)) carbModel(e);
+  if (e.wanted(P::EPA_VOC)) epaModel(e, oxygen);
 }
 
 }  // namespace tarnblend

@@ -1,8 +1,10 @@
 #include "model.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 #include "firewall.h"
 
@@ -21,6 +23,9 @@ void requireProduct(int product) {
                                               " (1 gasoline, 2 diesel, 3 jet)");
   }
 }
+
+// The reason of a property left out of an evaluation limited to others.
+constexpr const char* kNotAskedFor = "not evaluated: the model was asked for other properties only";
 
 std::string withUnit(double value, const Unit& unit) {
   return shortNumber(value) + (unit.name[0] ? std::string(" ") + unit.name : "");
@@ -46,7 +51,29 @@ void Model::setProduct(int product) {
   for (int p = 0; p < kPropertyCount; ++p) {
     if (propertyInfo(p).products & productBit(product)) properties_.push_back(static_cast<Property>(p));
   }
+  std::fill(std::begin(wanted_), std::end(wanted_), true);
   checks_.clear();
+  changed();
+}
+
+void Model::setNeeded(const int* indexes, int count) {
+  if (count < 0 || (count > 0 && indexes == nullptr)) {
+    throw Error(TARNBLEND_ERROR_ARGUMENT, "a list of " + std::to_string(count) + " properties needs " +
+                                              (count < 0 ? "a count of 0 or more" : "its indexes"));
+  }
+  bool wanted[kPropertyCount] = {};
+  for (int k = 0; k < count; ++k) {
+    if (indexes[k] < 0 || indexes[k] >= static_cast<int>(properties_.size())) {
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "property " + std::to_string(indexes[k]) + " is not in the model (it has " +
+                                                std::to_string(properties_.size()) + ")");
+    }
+    wanted[static_cast<int>(properties_[static_cast<std::size_t>(indexes[k])])] = true;
+  }
+  if (count == 0) std::fill(std::begin(wanted), std::end(wanted), true);
+  closeOverInputs(wanted);
+  // The same list again keeps the last evaluation.
+  if (std::equal(std::begin(wanted), std::end(wanted), std::begin(wanted_))) return;
+  std::copy(std::begin(wanted), std::end(wanted), std::begin(wanted_));
   changed();
 }
 
@@ -198,10 +225,11 @@ int Model::findProperty(const std::string& key) const {
 void Model::evaluate(bool derivatives) {
   jacobian_.assign(static_cast<std::size_t>(kPropertyCount) * components_.size(), kMissing);
   notes_.clear();
-  for (Result& r : results_) {
+  for (int p = 0; p < kPropertyCount; ++p) {
+    Result& r = results_[static_cast<std::size_t>(p)];
     r.value = kMissing;
     r.status = TARNBLEND_NOT_COMPUTED;
-    r.reason.clear();
+    r.reason = wanted_[p] ? "" : kNotAskedFor;
     r.note.clear();
     r.cause.clear();
   }

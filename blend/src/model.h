@@ -40,7 +40,7 @@ struct CheckRow {
 // Scratch of one evaluation, kept with the model so that re-evaluating at new
 // volumes reuses it instead of allocating.
 struct Workspace {
-  std::vector<double> w, fractions, values, weights, indices, curves, derivs, shifted;
+  std::vector<double> w, fractions, values, weights, indices, curves, derivs, shifted, widened;
   std::vector<double> packedVolumes, packedValues, packedWeights;
   std::array<std::vector<double>, 4> columns;
   std::vector<int> members;
@@ -77,6 +77,12 @@ class Model {
   void setOption(const std::string& name, double value);
   double option(const std::string& name) const;
 
+  // ---- Which properties an evaluation computes ----
+  // Limits evaluation to the listed properties (indexes in properties())
+  // and what they are computed from; an empty list asks for all of them.
+  void setNeeded(const int* indexes, int count);
+  bool wanted(Property p) const { return wanted_[static_cast<int>(p)]; }
+
   // ---- Results ----
   const std::vector<Property>& properties() const { return properties_; }
   int findProperty(const std::string& key) const;  // index in properties(), or -1
@@ -110,6 +116,7 @@ class Model {
   int d86Method_ = 0;
   double dpure_ = 10.0;
   std::vector<Property> properties_;
+  bool wanted_[kPropertyCount];
   std::array<Result, kPropertyCount> results_;
   std::vector<double> jacobian_;  // kPropertyCount x component count
   bool evaluated_ = false, hasDerivatives_ = false;

@@ -1,5 +1,7 @@
 #include "properties.h"
 
+#include <initializer_list>
+
 #include "tarn/blend.h"
 
 namespace tarnblend {
@@ -11,7 +13,7 @@ using D = Dimension;
 using I = Input;
 
 constexpr unsigned G = kGasoline, Dsl = kDiesel, J = kJet, DJ = kDistillate;
-constexpr int E = TARNBLEND_FLAG_ESTIMATE;
+constexpr int E = TARNBLEND_FLAG_ESTIMATE, L = TARNBLEND_FLAG_LINEAR_LIMITS;
 constexpr double kLowT = -459.67, kHighT = 2000.0;  // degrees F
 constexpr const char* kVolatility = "Volatility";
 constexpr const char* kDistillation = "Distillation (D86)";
@@ -23,7 +25,7 @@ constexpr const char* kFlashViscosity = "Flash point and viscosity";
 constexpr const char* kEmissions = "Emission models";
 
 constexpr PropertyInfo kProperties[kPropertyCount] = {
-    {P::RVP, "RVP", "Reid vapour pressure", G, kVolatility, 2, 0, U::Input, I::RVP, D::Pressure, 0.0, 1e4},
+    {P::RVP, "RVP", "Reid vapour pressure", G, kVolatility, 2, L, U::Input, I::RVP, D::Pressure, 0.0, 1e4},
     {P::E70, "E70", "evaporated at 70 C (158 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
     {P::E100, "E100", "evaporated at 100 C (212 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
     {P::E150, "E150", "evaporated at 150 C (302 F)", G, kVolatility, 1, 0, U::Fixed, I::RVP, D::VolumePercent, 0, 100},
@@ -49,23 +51,23 @@ constexpr PropertyInfo kProperties[kPropertyCount] = {
     {P::AKI, "AKI", "antiknock index (RON + MON)/2", G, kOctane, 1, 0, U::Fixed, I::RON, D::None, 0.0, 150.0},
     {P::CI4, "CI4", "cetane index, four-variable (D4737 A)", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
     {P::CI2, "CI2", "cetane index, two-variable (D976)", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
-    {P::CN, "CN", "cetane number", Dsl, kIgnition, 1, 0, U::Fixed, I::CN, D::None, 0.0, 150.0},
-    {P::ARO, "ARO", "aromatics", G | J, kComposition, 2, 0, U::Input, I::ARO, D::VolumePercent, 0, 100},
-    {P::OLF, "OLF", "olefins", G, kComposition, 2, 0, U::Input, I::OLF, D::VolumePercent, 0, 100},
-    {P::BNZ, "BNZ", "benzene", G, kComposition, 2, 0, U::Input, I::BNZ, D::VolumePercent, 0, 100},
-    {P::SUL, "SUL", "sulfur", G | DJ, kComposition, 1, 0, U::Input, I::SUL, D::MassFraction, 0, 100},
-    {P::OXY, "OXY", "oxygen", G, kComposition, 2, 0, U::Input, I::OXY, D::MassFraction, 0, 100},
-    {P::EHO, "EHO", "oxygen from ethanol", G, kComposition, 2, 0, U::Input, I::EHO, D::MassFraction, 0, 100},
-    {P::MTO, "MTO", "oxygen from MTBE", G, kComposition, 2, 0, U::Input, I::MTO, D::MassFraction, 0, 100},
-    {P::ETO, "ETO", "oxygen from ETBE", G, kComposition, 2, 0, U::Input, I::ETO, D::MassFraction, 0, 100},
-    {P::TMO, "TMO", "oxygen from TAME", G, kComposition, 2, 0, U::Input, I::TMO, D::MassFraction, 0, 100},
-    {P::ETOH, "ETOH", "ethanol", G, kComposition, 2, 0, U::Input, I::ETOH, D::VolumePercent, 0, 100},
-    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 1, 0, U::Input, I::DEN, D::Density, 300, 1500},
-    {P::FLASH, "FLASH", "flash point", DJ, kFlashViscosity, 1, 0, U::Input, I::FLASH, D::Temperature, kLowT, kHighT},
-    {P::VISC40, "VISC40", "kinematic viscosity at 40 C", DJ, kFlashViscosity, 3, 0, U::Input, I::VISC40, D::Viscosity, 1e-9, 1e6},
-    {P::CLOUD, "CLOUD", "cloud point", Dsl, kColdFlow, 1, 0, U::Input, I::CLOUD, D::Temperature, kLowT, kHighT},
-    {P::POUR, "POUR", "pour point", Dsl, kColdFlow, 1, 0, U::Input, I::POUR, D::Temperature, kLowT, kHighT},
-    {P::CFPP, "CFPP", "cold filter plugging point (estimate)", Dsl, kColdFlow, 1, E, U::Input, I::CFPP, D::Temperature, kLowT, kHighT},
+    {P::CN, "CN", "cetane number", Dsl, kIgnition, 1, L, U::Fixed, I::CN, D::None, 0.0, 150.0},
+    {P::ARO, "ARO", "aromatics", G | J, kComposition, 2, L, U::Input, I::ARO, D::VolumePercent, 0, 100},
+    {P::OLF, "OLF", "olefins", G, kComposition, 2, L, U::Input, I::OLF, D::VolumePercent, 0, 100},
+    {P::BNZ, "BNZ", "benzene", G, kComposition, 2, L, U::Input, I::BNZ, D::VolumePercent, 0, 100},
+    {P::SUL, "SUL", "sulfur", G | DJ, kComposition, 1, L, U::Input, I::SUL, D::MassFraction, 0, 100},
+    {P::OXY, "OXY", "oxygen", G, kComposition, 2, L, U::Input, I::OXY, D::MassFraction, 0, 100},
+    {P::EHO, "EHO", "oxygen from ethanol", G, kComposition, 2, L, U::Input, I::EHO, D::MassFraction, 0, 100},
+    {P::MTO, "MTO", "oxygen from MTBE", G, kComposition, 2, L, U::Input, I::MTO, D::MassFraction, 0, 100},
+    {P::ETO, "ETO", "oxygen from ETBE", G, kComposition, 2, L, U::Input, I::ETO, D::MassFraction, 0, 100},
+    {P::TMO, "TMO", "oxygen from TAME", G, kComposition, 2, L, U::Input, I::TMO, D::MassFraction, 0, 100},
+    {P::ETOH, "ETOH", "ethanol", G, kComposition, 2, L, U::Input, I::ETOH, D::VolumePercent, 0, 100},
+    {P::DEN, "DEN", "density at 15 C", G | DJ, kComposition, 1, L, U::Input, I::DEN, D::Density, 300, 1500},
+    {P::FLASH, "FLASH", "flash point", DJ, kFlashViscosity, 1, L, U::Input, I::FLASH, D::Temperature, kLowT, kHighT},
+    {P::VISC40, "VISC40", "kinematic viscosity at 40 C", DJ, kFlashViscosity, 3, L, U::Input, I::VISC40, D::Viscosity, 1e-9, 1e6},
+    {P::CLOUD, "CLOUD", "cloud point", Dsl, kColdFlow, 1, L, U::Input, I::CLOUD, D::Temperature, kLowT, kHighT},
+    {P::POUR, "POUR", "pour point", Dsl, kColdFlow, 1, L, U::Input, I::POUR, D::Temperature, kLowT, kHighT},
+    {P::CFPP, "CFPP", "cold filter plugging point (estimate)", Dsl, kColdFlow, 1, E | L, U::Input, I::CFPP, D::Temperature, kLowT, kHighT},
     {P::FREEZE, "FREEZE", "freezing point", J, kColdFlow, 1, 0, U::Input, I::FREEZE, D::Temperature, kLowT, kHighT},
     {P::CARB_CNX, "CARB.CNX", "CARB exhaust NOx", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},
     {P::CARB_THC, "CARB.THC", "CARB exhaust hydrocarbons", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},
@@ -77,8 +79,53 @@ constexpr PropertyInfo kProperties[kPropertyCount] = {
     {P::EPA_EXT, "EPA.EXT", "EPA exhaust toxics", G, kEmissions, 2, 0, U::Fixed, I::RVP, D::PercentChange, -100, 1e6},
 };
 
+// Figures one step of an evaluation computes together.
+constexpr std::initializer_list<P> kTogether[] = {
+    {P::IBP, P::T10, P::T30, P::T50, P::T70, P::T90, P::FBP},
+    {P::RON, P::MON, P::AKI},
+    {P::OXY, P::EHO, P::MTO, P::ETO, P::TMO, P::ETOH},
+    {P::CARB_CNX, P::CARB_THC, P::CARB_POT},
+    {P::EPA_VOC, P::EPA_TOX, P::EPA_NOX, P::EPA_EXB, P::EPA_EXT},
+};
+
+// The blended figures a figure is computed from (one of a group stands for
+// the group).
+struct ComputedFrom {
+  P property;
+  std::initializer_list<P> inputs;
+};
+constexpr ComputedFrom kComputedFrom[] = {
+    {P::E70, {P::T50}},  {P::E100, {P::T50}}, {P::E150, {P::T50}}, {P::T95, {P::T50}},
+    {P::E180, {P::T50}}, {P::E250, {P::T50}}, {P::E340, {P::T50}}, {P::E350, {P::T50}},
+    {P::E200, {P::T50}}, {P::E300, {P::T50}}, {P::TVL20, {P::RVP, P::T50}},
+    {P::VLI, {P::RVP, P::E70}}, {P::DI, {P::T50, P::ETOH}}, {P::CI4, {P::DEN, P::T50}},
+    {P::CI2, {P::DEN, P::T50}},
+    {P::CARB_CNX, {P::RVP, P::T50, P::ARO, P::OLF, P::OXY, P::SUL, P::BNZ}},
+    {P::EPA_VOC, {P::OXY, P::SUL, P::RVP, P::E200, P::E300, P::ARO, P::OLF, P::BNZ}},
+};
+
 }  // namespace
 
 const PropertyInfo& propertyInfo(Property property) { return kProperties[static_cast<int>(property)]; }
+
+void closeOverInputs(bool (&wanted)[kPropertyCount]) {
+  for (bool grew = true; grew;) {
+    grew = false;
+    auto mark = [&](P p) {
+      if (!wanted[static_cast<int>(p)]) wanted[static_cast<int>(p)] = grew = true;
+    };
+    for (const auto& group : kTogether) {
+      bool any = false;
+      for (P p : group) any = any || wanted[static_cast<int>(p)];
+      if (any) {
+        for (P p : group) mark(p);
+      }
+    }
+    for (const ComputedFrom& c : kComputedFrom) {
+      if (!wanted[static_cast<int>(c.property)]) continue;
+      for (P p : c.inputs) mark(p);
+    }
+  }
+}
 
 }  // namespace tarnblend

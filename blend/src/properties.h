@@ -50,4 +50,10 @@ struct PropertyInfo {
 const PropertyInfo& propertyInfo(Property property);
 inline const PropertyInfo& propertyInfo(int id) { return propertyInfo(static_cast<Property>(id)); }
 
+// Marks in `wanted` everything the marked properties are computed from, and
+// what is computed together with them (the seven curve points, the octane
+// numbers, the oxygenates, each emission model's outputs), so that the
+// marked set is exactly what an evaluation limited to it computes.
+void closeOverInputs(bool (&wanted)[kPropertyCount]);
+
 }  // namespace tarnblend

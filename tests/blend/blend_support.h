@@ -74,6 +74,19 @@ inline Figure figure(tarnblend_model* m, const char* key) {
   return f;
 }
 
+// The notes of the last evaluation, one per line.
+inline std::string notes(tarnblend_model* m) {
+  int count = 0;
+  tarnblend_model_note_count(m, &count);
+  std::string all;
+  for (int k = 0; k < count; ++k) {
+    const char* note = "";
+    tarnblend_model_note(m, k, &note);
+    all += std::string(note) + "\n";
+  }
+  return all;
+}
+
 inline double value(tarnblend_model* m, const char* key) {
   const Figure f = figure(m, key);
   EXPECT_EQ(f.status, TARNBLEND_COMPUTED) << key << ": " << f.reason;

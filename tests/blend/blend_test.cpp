@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,8 +44,9 @@ Snapshot evaluateAt(tarnblend_model* m, const std::vector<double>& volumes) {
 // own values (one-sided for a component without volume, which cannot go
 // below zero). libtarn's curve blend and emission models give their
 // derivatives by differences of their own, hence the relative tolerance.
-// Returns the number of derivatives compared.
-int expectDerivativesMatchDifferences(tarnblend_model* m, double relative) {
+// Returns the number of derivatives compared (of the properties whose key
+// starts with `prefix`).
+int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const std::string& prefix = "") {
   int n = 0, count = 0;
   tarnblend_model_component_count(m, &n);
   tarnblend_model_property_count(m, &count);
@@ -71,6 +73,7 @@ int expectDerivativesMatchDifferences(tarnblend_model* m, double relative) {
       }
       const char* key = "";
       tarnblend_model_property_info(m, k, &key, nullptr, nullptr, nullptr, nullptr, nullptr);
+      if (std::string(key).compare(0, prefix.size(), prefix) != 0) continue;
       const double difference = (plus.values[static_cast<std::size_t>(k)] - minus.values[static_cast<std::size_t>(k)]) /
                                 (oneSided ? h : 2.0 * h);
       const double reported = jacobian[static_cast<std::size_t>(k * n + i)];
@@ -113,6 +116,121 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
     for (const auto& [key, unit] : c.units) ASSERT_EQ(tarnblend_model_set_unit(model.get(), key, unit), TARNBLEND_OK);
     EXPECT_GE(expectDerivativesMatchDifferences(model.get(), 0.02), c.minimumCompared);
   }
+}
+
+// The emission models' slopes are those of the figures reported, also beyond
+// a model's valid range, where libtarn's own sensitivities are chords from
+// the limit (10 % to several times off the slope).
+TEST_F(BlendTest, EmissionSlopesBeyondTheValidRangeAreThoseOfTheFigures) {
+  // More butane takes RVP above the EPA range (10 psi), more reformate the
+  // aromatics above CARB's (30 vol%).
+  const struct {
+    int component;
+    double volume;
+    const char *prefix, *outside;
+  } cases[] = {{0, 1100, "EPA.", "EPA model inputs outside its valid range: RVP"},
+               {2, 7000, "CARB.", "CARB model inputs outside its valid range: ARO"}};
+  for (const auto& c : cases) {
+    Model model = build(TARNBLEND_GASOLINE, kGasoline);
+    ASSERT_EQ(tarnblend_model_set_volume(model.get(), c.component, c.volume), TARNBLEND_OK);
+    ASSERT_EQ(tarnblend_model_evaluate(model.get(), 0), TARNBLEND_OK);
+    EXPECT_NE(notes(model.get()).find(c.outside), std::string::npos) << notes(model.get());
+    EXPECT_GE(expectDerivativesMatchDifferences(model.get(), 0.005, c.prefix), 6 * 3) << c.prefix;
+  }
+}
+
+// A property flagged as having linear limits keeps its value when two
+// recipes of that value are mixed (the recipes meeting a limit lie on a plane
+// through the origin); Healy's octane, E100, T90 and CI4 do not.
+TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
+  const struct {
+    int product;
+    const char* table;
+    std::set<std::string> controls;  // not flagged
+  } cases[] = {{TARNBLEND_GASOLINE, kGasoline, {"AKI", "T90", "E100"}}, {TARNBLEND_DIESEL, kDiesel, {"T90", "CI4"}}};
+  for (const auto& c : cases) {
+    Model m = build(c.product, c.table);
+    int n = 0, count = 0, checked = 0;
+    tarnblend_model_component_count(m.get(), &n);
+    tarnblend_model_property_count(m.get(), &count);
+    std::vector<double> a(static_cast<std::size_t>(n)), values(static_cast<std::size_t>(count));
+    for (int i = 0; i < n; ++i) tarnblend_model_volume(m.get(), i, &a[static_cast<std::size_t>(i)]);
+    auto at = [&](const std::vector<double>& v, int k) {
+      EXPECT_EQ(tarnblend_model_evaluate_at(m.get(), v.data(), n, values.data(), nullptr), TARNBLEND_OK);
+      return values[static_cast<std::size_t>(k)];
+    };
+    for (int k = 0; k < count; ++k) {
+      const char* key = "";
+      int flags = 0;
+      tarnblend_model_property_info(m.get(), k, &key, nullptr, nullptr, nullptr, nullptr, &flags);
+      const bool linear = (flags & TARNBLEND_FLAG_LINEAR_LIMITS) != 0;
+      const double target = at(a, k);
+      if ((!linear && !c.controls.count(key)) || target == TARN_MISSING) continue;
+      // The recipe reversed, brought to the same value by adding the
+      // component whose own value lies furthest on the other side (bisection).
+      const std::vector<double> b(a.rbegin(), a.rend());
+      const double side = at(b, k) > target ? 1.0 : -1.0;
+      std::size_t pick = 0;
+      double furthest = 0.0;
+      for (std::size_t j = 0; j < a.size(); ++j) {
+        std::vector<double> alone(a.size(), 0.0);
+        alone[j] = 1.0;
+        const double own = at(alone, k);
+        if (own != TARN_MISSING && side * (target - own) > furthest) furthest = side * (target - own), pick = j;
+      }
+      auto added = [&](double volume) {
+        std::vector<double> t = b;
+        t[pick] += volume;
+        return t;
+      };
+      double low = 0.0, high = 1e4;
+      while (side * (at(added(high), k) - target) > 0 && high < 1e12) high *= 10;
+      for (int step = 0; step < 100; ++step) {
+        ((side * (at(added((low + high) / 2), k) - target) > 0) ? low : high) = (low + high) / 2;
+      }
+      std::vector<double> mix = added(high);
+      for (std::size_t i = 0; i < a.size(); ++i) mix[i] += a[i];
+      const double moved = std::fabs(at(mix, k) - target), tolerance = 1e-8 * (1.0 + std::fabs(target));
+      EXPECT_TRUE(linear ? moved < tolerance : moved > 100 * tolerance) << key << (linear ? " moved " : " kept ") << moved;
+      ++checked;
+    }
+    EXPECT_GE(checked, 9);
+  }
+}
+
+// A model asked for a few properties computes those and what they are
+// computed from, exactly as a whole evaluation does, and says of the others
+// that they were not asked for; a bad list changes nothing, a new product
+// kind asks for every property again.
+TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
+  Model whole = build(TARNBLEND_GASOLINE, kGasoline), part = build(TARNBLEND_GASOLINE, kGasoline);
+  const std::vector<double> volumes = {300, 1500, 3000, 3300, 1900, 500};
+  int count = 0, k = -1;
+  tarnblend_model_property_count(whole.get(), &count);
+  std::vector<double> vw(static_cast<std::size_t>(count)), jw(vw.size() * 6), vp(vw), jp(jw);
+  ASSERT_EQ(tarnblend_model_evaluate_at(whole.get(), volumes.data(), 6, vw.data(), jw.data()), TARNBLEND_OK);
+  // VLI reads RVP and E70, E70 the curve; EPA.NOX reads E200, E300 and oxygen
+  // by oxygenate, and the model's five figures come together.
+  const int asked[] = {tarnblend_model_property_find(part.get(), "VLI", &k) == TARNBLEND_OK ? k : -1,
+                       tarnblend_model_property_find(part.get(), "EPA.NOX", &k) == TARNBLEND_OK ? k : -1};
+  ASSERT_EQ(tarnblend_model_set_needed(part.get(), asked, 2), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate_at(part.get(), volumes.data(), 6, vp.data(), jp.data()), TARNBLEND_OK);
+  for (const char* key : {"VLI", "RVP", "E70", "IBP", "FBP", "EPA.VOC", "E300", "T90", "EHO", "SUL"}) {
+    tarnblend_model_property_find(part.get(), key, &k);
+    const auto at = static_cast<std::size_t>(k);
+    EXPECT_TRUE(vp[at] == vw[at] && std::equal(&jp[at * 6], &jp[at * 6 + 6], &jw[at * 6])) << key;
+  }
+  for (const char* key : {"RON", "TVL20", "E100", "DI", "CARB.THC"}) {
+    EXPECT_EQ(figure(part.get(), key).reason, "not evaluated: the model was asked for other properties only");
+  }
+  const int bad[] = {0, count};
+  EXPECT_EQ(tarnblend_model_set_needed(part.get(), bad, 2), TARNBLEND_ERROR_ARGUMENT);
+  EXPECT_EQ(tarnblend_model_set_needed(part.get(), nullptr, 1), TARNBLEND_ERROR_ARGUMENT);
+  ASSERT_EQ(tarnblend_model_evaluate(part.get(), 0), TARNBLEND_OK);
+  EXPECT_TRUE(figure(part.get(), "EPA.NOX").status == TARNBLEND_COMPUTED && figure(part.get(), "DEN").status != TARNBLEND_COMPUTED);
+  ASSERT_EQ(tarnblend_model_set_product(part.get(), TARNBLEND_DIESEL), TARNBLEND_OK);
+  ASSERT_EQ(tarnblend_model_evaluate(part.get(), 0), TARNBLEND_OK);
+  EXPECT_EQ(figure(part.get(), "DEN").status, TARNBLEND_COMPUTED);
 }
 
 // The same blend reported in other units is the same blend: values and
@@ -292,14 +410,7 @@ TEST_F(BlendTest, MissingInputsProductsAndOxygenates) {
   ASSERT_EQ(tarnblend_model_set_property(m.get(), 1, "RVP", 60, "kPa"), TARNBLEND_OK);
   ASSERT_EQ(tarnblend_model_evaluate(m.get(), 0), TARNBLEND_OK);
   EXPECT_EQ(figure(m.get(), "EPA.NOX").status, TARNBLEND_COMPUTED);
-  int notes = 0;
-  std::string all;
-  tarnblend_model_note_count(m.get(), &notes);
-  for (int n2 = 0; n2 < notes; ++n2) {
-    const char* note = "";
-    tarnblend_model_note(m.get(), n2, &note);
-    all += std::string(note) + "\n";
-  }
+  const std::string all = notes(m.get());
   EXPECT_NE(all.find("The recipe has no oxygenate column"), std::string::npos) << all;
   EXPECT_NE(all.find("T30/T70 estimated for 'A', 'B'"), std::string::npos) << all;
 

@@ -5,10 +5,12 @@
 // test_optimize.py.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "blend/blend_support.h"
 #include "tarn/optimize.h"
@@ -168,6 +170,55 @@ TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
   // A change makes the results out of date.
   ASSERT_EQ(tarnblend_problem_set_cost(q, 0, 31), TARNBLEND_OK);
   refused(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_ERROR_STATE, "not solved");
+}
+
+// After a solve the product's model holds every blended property, limited or
+// not, with its derivatives, at the recipe the solve reports: a model built
+// afresh gives the same figures there. (The optimiser evaluates only the
+// limited properties while it solves; an infeasible problem tries each
+// relaxation alone, at other recipes, before it answers.) The second start is
+// spared when only limits linear in the volumes bind, with the same answer.
+TEST_F(Optimizer, TheModelIsLeftWholeAtTheRecipeAndASecondStartOnlyWhereNonLinearLimitsBind) {
+  const struct {
+    const char* key;  // limited with RVP max 9 psi (or below every component's)
+    double minimum, maximum, rvp;
+    int outcome;
+    bool second;
+  } cases[] = {{"SUL", TARN_MISSING, 10.0, 9.0, TARNBLEND_OPTIMAL, false},  // sulfur by mass, RVP by its index
+               {"AKI", 88.0, TARN_MISSING, 9.0, TARNBLEND_OPTIMAL, true},   // Healy's interactions
+               {"T90", TARN_MISSING, 310.0, 9.0, TARNBLEND_OPTIMAL, true},  // a point of the curve
+               {"AKI", 92.0, TARN_MISSING, 4.0, TARNBLEND_INFEASIBLE, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.key);
+    int outcome[2] = {-1, -1}, iterations[2] = {0, 0};
+    double objective[2] = {0, 0}, volumes[6];
+    tarnblend_model* solved = nullptr;
+    Problem p[2] = {gasoline(), gasoline()};
+    for (int starts : {1, 2}) {
+      tarnblend_problem* q = p[starts - 1].get();
+      ASSERT_EQ(tarnblend_problem_add_limit(q, 0, "RVP", TARN_MISSING, c.rvp, "psi"), TARNBLEND_OK);
+      ASSERT_EQ(tarnblend_problem_add_limit(q, 0, c.key, c.minimum, c.maximum, nullptr), TARNBLEND_OK);
+      ASSERT_EQ(tarnblend_problem_set_starts(q, starts), TARNBLEND_OK);
+      ASSERT_EQ(tarnblend_problem_solve(q, &outcome[starts - 1]), TARNBLEND_OK) << tarnblend_last_error();
+      tarnblend_problem_solution(q, nullptr, nullptr, nullptr, &iterations[starts - 1], &objective[starts - 1]);
+      ASSERT_EQ(tarnblend_problem_volumes(q, 0, volumes, 6), TARNBLEND_OK);
+      ASSERT_EQ(tarnblend_problem_model(q, 0, &solved), TARNBLEND_OK);
+    }
+    ASSERT_EQ(outcome[1], c.outcome);
+    if (c.outcome == TARNBLEND_OPTIMAL) {
+      EXPECT_EQ(iterations[1] > iterations[0], c.second) << iterations[0] << " and " << iterations[1];
+      EXPECT_NEAR(objective[1], objective[0], 1e-6 * objective[0]);
+    }
+    const blendtest::Model fresh = blendtest::build(TARNBLEND_GASOLINE, kGasoline);
+    int count = 0;
+    tarnblend_model_property_count(fresh.get(), &count);
+    std::vector<double> expected(static_cast<std::size_t>(count)), found(expected), jacobian(expected.size() * 6);
+    ASSERT_EQ(tarnblend_model_evaluate_at(fresh.get(), volumes, 6, expected.data(), nullptr), TARNBLEND_OK);
+    ASSERT_EQ(tarnblend_model_values(solved, found.data(), nullptr, count), TARNBLEND_OK);
+    for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_NEAR(found[k], expected[k], 1e-9 * (1 + std::fabs(expected[k])));
+    EXPECT_EQ(blendtest::figure(solved, "EPA.NOX").status, TARNBLEND_COMPUTED);
+    EXPECT_EQ(tarnblend_model_jacobian(solved, jacobian.data(), count, 6), TARNBLEND_OK) << tarnblend_last_error();
+  }
 }
 
 TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensityMaximum) {

@@ -82,6 +82,10 @@
 
 /* Flags of a blended property (bits). */
 #define TARNBLEND_FLAG_ESTIMATE 1 /* an estimate, not a blending correlation (T95, CFPP) */
+#define TARNBLEND_FLAG_LINEAR_LIMITS 2 /* rises or falls with one volume- or mass-weighted mean of the
+                                          components' values (linear or index blending: RVP, sulfur,
+                                          cloud point ...), so a limit on it is a linear constraint on
+                                          the volumes */
 
 /* ---- Verdicts of a grade check ------------------------------------------ */
 #define TARNBLEND_PASS 0
@@ -278,6 +282,17 @@ TARNBLEND_API int TARN_CALL tarnblend_model_evaluate(tarnblend_model* model, int
  * derivative matrix (property count x n) when those arrays are not null. */
 TARNBLEND_API int TARN_CALL tarnblend_model_evaluate_at(tarnblend_model* model, const double* volumes, int n,
                                                         double* values, double* jacobian);
+
+/* Limits evaluation to the count blended properties listed (indexes as
+ * tarnblend_model_property_find gives them) and those they are computed
+ * from, as an optimiser that limits a few properties needs: every other
+ * property comes out not computed, with the reason "not evaluated: the model
+ * was asked for other properties only", and its derivatives missing. A count
+ * of 0 asks for every property again, the default; changing the product
+ * kind does too. Asking for what is already asked keeps the last evaluation.
+ * TARNBLEND_ERROR_ARGUMENT for an index out of range, a
+ * negative count, or a null list with a positive count (nothing changes). */
+TARNBLEND_API int TARN_CALL tarnblend_model_set_needed(tarnblend_model* model, const int* properties, int count);
 
 /* Number of blended properties of the model's product kind (fixed for a
  * product kind, whatever the recipe gives). */

@@ -168,11 +168,12 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_units(const tarnblend_problem* pro
  * _MAX_MARGIN or _LEAST_CHANGE. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_set_objective(tarnblend_problem* problem, int objective);
 
-/* Starts of the solver: 2 (the default) solves a problem whose limits do
- * not all blend linearly from the proportional start and again from an even
- * split of each product, keeping the better optimum (such problems can have
- * more than one); 1 solves from the proportional start only, in about half
- * the time. A problem file gives it as "starts". */
+/* Starts of the solver: 2 (the default) solves from the proportional start
+ * and, unless only limits linear in the volumes bind there
+ * (TARNBLEND_FLAG_LINEAR_LIMITS: that optimum is then the best of all),
+ * again from an even split of each product, keeping the better optimum
+ * (other limits can leave more than one); 1 solves from the proportional
+ * start only, in about half the time. A problem file gives it as "starts". */
 TARNBLEND_API int TARN_CALL tarnblend_problem_set_starts(tarnblend_problem* problem, int starts);
 
 /* Number of products, and product p's name, kind and grade ("" when none;
