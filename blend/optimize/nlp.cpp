@@ -143,9 +143,9 @@ bool evaluateProduct(const Formulation& f, const double* x, int product, std::ve
   return status == TARNBLEND_OK;
 }
 
-void Formulation::addSpecifications(const std::vector<double>& start, Mode elasticMode, int onlySpecification) {
+void Formulation::addLimitSides(const std::vector<double>& start, Mode elasticMode, int onlyLimitSide) {
   mode = elasticMode;
-  elasticSpecification = onlySpecification;
+  elasticLimitSide = onlyLimitSide;
   const std::size_t components = problem.components.size();
   for (int q = 0; q < static_cast<int>(problem.products.size()); ++q) {
     const Product& product = problem.products[q];
@@ -187,24 +187,24 @@ void Formulation::addSpecifications(const std::vector<double>& start, Mode elast
         double bound = side.bound;
         if (side.side == TARNBLEND_AT_MIN) bound += kInside * scale;
         if (side.side == TARNBLEND_AT_MAX) bound -= kInside * scale;
-        specifications.push_back({q, k, side.side, bound, scale});
+        limitSides.push_back({q, k, side.side, bound, scale});
       }
     }
   }
-  relaxUp.assign(specifications.size(), -1);
-  relaxDown.assign(specifications.size(), -1);
-  for (int s = 0; s < static_cast<int>(specifications.size()); ++s) {
-    const Specification& spec = specifications[s];
-    const bool elastic = mode == Mode::Elastic || (mode == Mode::ElasticOne && s == onlySpecification);
-    if (elastic && spec.side != TARNBLEND_AT_MAX) relaxUp[s] = variableCount++;
-    if (elastic && spec.side != TARNBLEND_AT_MIN) relaxDown[s] = variableCount++;
-    Row row(RowKind::Specification);
-    row.product = spec.product;
-    row.specification = s;
-    row.lower = spec.side == TARNBLEND_AT_MAX ? -kNoBound : 0.0;
-    row.upper = spec.side == TARNBLEND_AT_MIN ? kNoBound : 0.0;
-    row.scale = volumeScale * spec.scale;
-    for (int v : variable[spec.product]) {
+  relaxUp.assign(limitSides.size(), -1);
+  relaxDown.assign(limitSides.size(), -1);
+  for (int s = 0; s < static_cast<int>(limitSides.size()); ++s) {
+    const LimitSide& edge = limitSides[s];
+    const bool elastic = mode == Mode::Elastic || (mode == Mode::ElasticOne && s == onlyLimitSide);
+    if (elastic && edge.side != TARNBLEND_AT_MAX) relaxUp[s] = variableCount++;
+    if (elastic && edge.side != TARNBLEND_AT_MIN) relaxDown[s] = variableCount++;
+    Row row(RowKind::LimitSide);
+    row.product = edge.product;
+    row.limitSide = s;
+    row.lower = edge.side == TARNBLEND_AT_MAX ? -kNoBound : 0.0;
+    row.upper = edge.side == TARNBLEND_AT_MIN ? kNoBound : 0.0;
+    row.scale = volumeScale * edge.scale;
+    for (int v : variable[edge.product]) {
       if (v >= 0) row.variables.push_back(v);
     }
     if (relaxUp[s] >= 0) row.variables.push_back(relaxUp[s]);
@@ -250,9 +250,9 @@ class BlendNlp : public Ipopt::TNLP {
     objectiveScaling = f_.mode == Mode::Normal ? f_.objectiveScale : 1.0;
     useX = useG = true;
     for (Index v = 0; v < n; ++v) xScaling[v] = 1.0 / f_.volumeScale;
-    for (std::size_t s = 0; s < f_.specifications.size(); ++s) {
+    for (std::size_t s = 0; s < f_.limitSides.size(); ++s) {
       for (int v : {f_.relaxUp[s], f_.relaxDown[s]}) {
-        if (v >= 0) xScaling[v] = 1.0 / f_.specifications[s].scale;
+        if (v >= 0) xScaling[v] = 1.0 / f_.limitSides[s].scale;
       }
     }
     for (Index r = 0; r < m; ++r) gScaling[r] = 1.0 / f_.rows[r].scale;
@@ -270,9 +270,9 @@ class BlendNlp : public Ipopt::TNLP {
     if (newX) forget();
     value = 0.0;
     if (f_.mode != Mode::Normal) {
-      for (std::size_t s = 0; s < f_.specifications.size(); ++s) {
+      for (std::size_t s = 0; s < f_.limitSides.size(); ++s) {
         for (int v : {f_.relaxUp[s], f_.relaxDown[s]}) {
-          if (v >= 0) value += x[v] / f_.specifications[s].scale;
+          if (v >= 0) value += x[v] / f_.limitSides[s].scale;
         }
       }
       return true;
@@ -292,9 +292,9 @@ class BlendNlp : public Ipopt::TNLP {
     if (newX) forget();
     std::fill(gradient, gradient + n, 0.0);
     if (f_.mode != Mode::Normal) {
-      for (std::size_t s = 0; s < f_.specifications.size(); ++s) {
+      for (std::size_t s = 0; s < f_.limitSides.size(); ++s) {
         for (int v : {f_.relaxUp[s], f_.relaxDown[s]}) {
-          if (v >= 0) gradient[v] = 1.0 / f_.specifications[s].scale;
+          if (v >= 0) gradient[v] = 1.0 / f_.limitSides[s].scale;
         }
       }
       return true;
@@ -329,12 +329,12 @@ class BlendNlp : public Ipopt::TNLP {
         case RowKind::RatioMax:
           value = x[row.variables[0]] - row.coefficient * x[row.variables[1]];
           break;
-        case RowKind::Specification: {
+        case RowKind::LimitSide: {
           if (!properties(x, row.product)) return false;
-          const Specification& spec = f_.specifications[row.specification];
-          const Limit& limit = f_.problem.products[row.product].limits[spec.limit];
-          value = productVolume(x, row.product) * (values_[row.product][limit.property] - spec.bound +
-                                                   relaxation(x, row.specification));
+          const LimitSide& edge = f_.limitSides[row.limitSide];
+          const Limit& limit = f_.problem.products[row.product].limits[edge.limit];
+          value = productVolume(x, row.product) * (values_[row.product][limit.property] - edge.bound +
+                                                   relaxation(x, row.limitSide));
           break;
         }
       }
@@ -375,20 +375,20 @@ class BlendNlp : public Ipopt::TNLP {
           entries[k++] = 1.0;
           entries[k++] = -row.coefficient;
           break;
-        case RowKind::Specification: {
+        case RowKind::LimitSide: {
           if (!properties(x, row.product)) return false;
-          const Specification& spec = f_.specifications[row.specification];
+          const LimitSide& edge = f_.limitSides[row.limitSide];
           const std::size_t property = static_cast<std::size_t>(
-              f_.problem.products[row.product].limits[spec.limit].property);
+              f_.problem.products[row.product].limits[edge.limit].property);
           const std::size_t components = f_.problem.components.size();
           const double volume = productVolume(x, row.product);
-          const double level = values_[row.product][property] - spec.bound + relaxation(x, row.specification);
+          const double level = values_[row.product][property] - edge.bound + relaxation(x, row.limitSide);
           for (std::size_t i = 0; i < components; ++i) {
             if (f_.variable[row.product][i] < 0) continue;
             entries[k++] = level + volume * jacobians_[row.product][property * components + i];
           }
-          if (f_.relaxUp[row.specification] >= 0) entries[k++] = volume;
-          if (f_.relaxDown[row.specification] >= 0) entries[k++] = -volume;
+          if (f_.relaxUp[row.limitSide] >= 0) entries[k++] = volume;
+          if (f_.relaxDown[row.limitSide] >= 0) entries[k++] = -volume;
           break;
         }
       }

@@ -1,14 +1,14 @@
 // The blending problem as a non-linear program for IPOPT.
 //
 // Variables: the volume of each component allowed in each product, and in an
-// elastic problem one relaxation per specification side (in the property's
+// elastic problem one relaxation per limit side (in the property's
 // unit). Constraints, each a row with lower and upper bounds:
 //   availability  sum over products of v[p][i]           in [min_i, max_i]
 //   demand        V_p = sum over components of v[p][i]   in [min_p, max_p]
 //   share         v[p][i] - s V_p                         >= 0 or <= 0
 //   ratio         v[p][a] - r v[p][b]                     >= 0 or <= 0
-//   specification V_p (q_k(v_p) - L + r_up - r_down)      >= 0 (minimum), <= 0 (maximum), = 0 (target)
-// A specification multiplied by the product's volume stays defined and
+//   limit V_p (q_k(v_p) - L + r_up - r_down)      >= 0 (minimum), <= 0 (maximum), = 0 (target)
+// A limit multiplied by the product's volume stays defined and
 // smooth as the product's volume shrinks, and a property that blends
 // linearly by volume gives a linear row, so a problem with only such
 // properties is a linear programme and IPOPT meets its exact optimum.
@@ -22,14 +22,14 @@ namespace tarn::optimize {
 
 enum class Mode {
   Normal,      // every limit hard
-  Elastic,     // every specification may give; minimise the weighted relaxations
-  ElasticOne,  // only one specification row may give; minimise its relaxation
+  Elastic,     // every limitSide may give; minimise the weighted relaxations
+  ElasticOne,  // only one limitSide row may give; minimise its relaxation
 };
 
-enum class RowKind { Availability, Demand, ShareMin, ShareMax, RatioMin, RatioMax, Specification };
+enum class RowKind { Availability, Demand, ShareMin, ShareMax, RatioMin, RatioMax, LimitSide };
 
 // One side of a limit (or a target) of one product.
-struct Specification {
+struct LimitSide {
   int product, limit, side;  // side: TARNBLEND_AT_MIN, _AT_MAX, _AT_TARGET
   double bound;              // in the property's unit, held slightly inside the limit
   double scale;              // spread of the property over the product's components
@@ -38,7 +38,7 @@ struct Specification {
 struct Row {
   explicit Row(RowKind k) : kind(k) {}
   RowKind kind;
-  int product = -1, component = -1, other = -1, specification = -1;
+  int product = -1, component = -1, other = -1, limitSide = -1;
   double coefficient = 0.0;  // share fraction or ratio
   double lower = 0.0, upper = 0.0;
   double scale = 1.0;        // typical size of the row's terms
@@ -49,21 +49,21 @@ struct Formulation {
   const Problem& problem;
   int objective;  // TARNBLEND_MIN_COST, _MAX_MARGIN or _LEAST_CHANGE
   Mode mode = Mode::Normal;
-  int elasticSpecification = -1;  // for Mode::ElasticOne
+  int elasticLimitSide = -1;  // for Mode::ElasticOne
   double volumeScale = 1.0, objectiveScale = 1.0;
 
   std::vector<std::vector<int>> variable;      // [product][component]: index, or -1 when kept out
   std::vector<std::pair<int, int>> volumeOf;   // volume variable -> (product, component)
-  std::vector<Specification> specifications;
-  std::vector<int> relaxUp, relaxDown;         // per specification: variable index or -1
+  std::vector<LimitSide> limitSides;
+  std::vector<int> relaxUp, relaxDown;         // per limitSide: variable index or -1
   std::vector<Row> rows;
   int variableCount = 0;
 
   Formulation(const Problem& p, int resolvedObjective, std::vector<std::vector<bool>> allowed);
-  // Adds the specification rows, scaled at the start point, and the
+  // Adds the limit rows, scaled at the start point, and the
   // relaxation variables of an elastic mode. Call once, after the start
   // point is known.
-  void addSpecifications(const std::vector<double>& start, Mode elasticMode, int onlySpecification = -1);
+  void addLimitSides(const std::vector<double>& start, Mode elasticMode, int onlyLimitSide = -1);
 };
 
 struct NlpOutcome {

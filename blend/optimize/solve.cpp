@@ -1,7 +1,7 @@
 // Solving a blending problem: the objective and the components each product
 // may take, a proportional start, IPOPT, and the results a blender reads —
 // recipes, margins, shadow prices, marginal values — or, when no recipe meets
-// every limit, the least relaxation of each specification.
+// every limit, the least relaxation of each limit.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -21,7 +21,7 @@ using Allowed = std::vector<std::vector<bool>>;
 constexpr double kBindingTolerance = 1e-5;
 // A relaxation smaller than this share of the property's spread is none.
 constexpr double kRelaxationTolerance = 1e-6;
-// At most this many specifications are tried one at a time for the least
+// At most this many limits are tried one at a time for the least
 // relaxation of each alone.
 constexpr int kMostSingleRelaxations = 24;
 
@@ -223,18 +223,18 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
 // recipe of the problem, so no recipe does better than x.
 bool certainlyBest(const Problem& problem, const Formulation& f, const NlpOutcome& out) {
   constexpr double kNearlyBinding = 1e-3;
-  const std::size_t first = f.rows.size() - f.specifications.size();
-  for (std::size_t s = 0; s < f.specifications.size(); ++s) {
-    const Specification& spec = f.specifications[s];
-    const Product& p = problem.products[static_cast<std::size_t>(spec.product)];
+  const std::size_t first = f.rows.size() - f.limitSides.size();
+  for (std::size_t s = 0; s < f.limitSides.size(); ++s) {
+    const LimitSide& edge = f.limitSides[s];
+    const Product& p = problem.products[static_cast<std::size_t>(edge.product)];
     int flags = 0;
-    tarnblend_model_property_info(p.model.get(), p.limits[static_cast<std::size_t>(spec.limit)].property, nullptr,
+    tarnblend_model_property_info(p.model.get(), p.limits[static_cast<std::size_t>(edge.limit)].property, nullptr,
                                   nullptr, nullptr, nullptr, nullptr, &flags);
     if (flags & TARNBLEND_FLAG_LINEAR_LIMITS) continue;
     double volume = 0.0;
-    for (double v : productVolumes(f, out.x.data(), spec.product)) volume += v;
+    for (double v : productVolumes(f, out.x.data(), edge.product)) volume += v;
     // The row is V (q - bound): its slack in the property's unit is row / V.
-    if (!(std::fabs(out.rowValues[first + s]) > kNearlyBinding * spec.scale * volume)) return false;
+    if (!(std::fabs(out.rowValues[first + s]) > kNearlyBinding * edge.scale * volume)) return false;
   }
   return true;
 }
@@ -342,19 +342,19 @@ void record(Problem& problem, const Formulation& f, const NlpOutcome& out, bool 
       r.componentValue[rw.component] = toObjective * lambda;
     } else if (rw.kind == RowKind::Demand && priced && r.productBinding[rw.product] != TARNBLEND_FREE) {
       r.productValue[rw.product] = toObjective * lambda;
-    } else if (rw.kind == RowKind::Specification) {
-      const Specification& spec = f.specifications[rw.specification];
-      const Limit& limit = problem.products[spec.product].limits[spec.limit];
-      LimitResult& lr = r.limits[spec.product][spec.limit];
+    } else if (rw.kind == RowKind::LimitSide) {
+      const LimitSide& edge = f.limitSides[rw.limitSide];
+      const Limit& limit = problem.products[edge.product].limits[edge.limit];
+      LimitResult& lr = r.limits[edge.product][edge.limit];
       if (missing(lr.value)) continue;
-      const double distance = spec.side == TARNBLEND_AT_MIN   ? lr.value - limit.low
-                              : spec.side == TARNBLEND_AT_MAX ? limit.high - lr.value
+      const double distance = edge.side == TARNBLEND_AT_MIN   ? lr.value - limit.low
+                              : edge.side == TARNBLEND_AT_MAX ? limit.high - lr.value
                                                               : 0.0;
-      if (distance > kBindingTolerance * spec.scale) continue;
-      lr.binding = spec.side;
+      if (distance > kBindingTolerance * edge.scale) continue;
+      lr.binding = edge.side;
       if (priced) {
         double volume = 0.0;
-        for (double v : r.volumes[spec.product]) volume += v;
+        for (double v : r.volumes[edge.product]) volume += v;
         // The row is V (q - L): one unit more of L moves its bound by V.
         lr.shadow = toObjective * lambda * volume;
       }
@@ -478,28 +478,28 @@ std::string volumeShortfall(const Problem& problem, const Allowed& allowed) {
 void relax(Problem& problem, int objective, const Allowed& allowed, const std::vector<double>& start) {
   Results& r = problem.results;
   Formulation elastic(problem, objective, allowed);
-  elastic.addSpecifications(start, Mode::Elastic);
+  elastic.addLimitSides(start, Mode::Elastic);
   const NlpOutcome out = solveNlp(elastic, start);
   r.iterations += out.iterations;
   if (!out.usable()) {
     r.outcome = TARNBLEND_INFEASIBLE;
-    r.summary = "no recipe meets the volumes asked, whatever the specifications" + volumeShortfall(problem, allowed);
+    r.summary = "no recipe meets the volumes asked, whatever the limits" + volumeShortfall(problem, allowed);
     return;
   }
   auto amount = [](const Formulation& f, const NlpOutcome& o, std::size_t s) {
     double up = f.relaxUp[s] >= 0 ? o.x[f.relaxUp[s]] : 0.0, down = f.relaxDown[s] >= 0 ? o.x[f.relaxDown[s]] : 0.0;
-    const int sideOf = f.specifications[s].side;
+    const int sideOf = f.limitSides[s].side;
     return sideOf == TARNBLEND_AT_MIN ? up : sideOf == TARNBLEND_AT_MAX ? down : down - up;
   };
   std::vector<std::size_t> candidates;
   bool relaxed = false;
-  for (std::size_t s = 0; s < elastic.specifications.size(); ++s) {
-    const double scale = elastic.specifications[s].scale;
+  for (std::size_t s = 0; s < elastic.limitSides.size(); ++s) {
+    const double scale = elastic.limitSides[s].scale;
     const double given = amount(elastic, out, s);
     relaxed = relaxed || std::fabs(given) > kRelaxationTolerance * scale;
-    const double level = out.rowValues[elastic.rows.size() - elastic.specifications.size() + s];
+    const double level = out.rowValues[elastic.rows.size() - elastic.limitSides.size() + s];
     double volume = 0.0;
-    for (double v : productVolumes(elastic, out.x.data(), elastic.specifications[s].product)) volume += v;
+    for (double v : productVolumes(elastic, out.x.data(), elastic.limitSides[s].product)) volume += v;
     if (std::fabs(given) > kRelaxationTolerance * scale || std::fabs(level) <= kBindingTolerance * scale * volume) {
       candidates.push_back(s);
     }
@@ -509,7 +509,7 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
     // Feasible after all: the first solve lost its way. Start again from
     // the elastic recipe.
     Formulation f(problem, objective, allowed);
-    f.addSpecifications(start, Mode::Normal);
+    f.addLimitSides(start, Mode::Normal);
     const NlpOutcome again = solveNlp(f, volumesOnly);
     r.iterations += again.iterations;
     r.solverStatus = statusText(again.status);
@@ -524,11 +524,11 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
   r.outcome = TARNBLEND_INFEASIBLE;
   for (std::size_t n = 0; n < candidates.size(); ++n) {
     const std::size_t s = candidates[n];
-    const Specification& spec = elastic.specifications[s];
+    const LimitSide& edge = elastic.limitSides[s];
     double alone = kMissing;
     if (static_cast<int>(n) < kMostSingleRelaxations) {
       Formulation one(problem, objective, allowed);
-      one.addSpecifications(start, Mode::ElasticOne, static_cast<int>(s));
+      one.addLimitSides(start, Mode::ElasticOne, static_cast<int>(s));
       std::vector<double> from = volumesOnly;
       from.resize(static_cast<std::size_t>(one.variableCount), 0.0);
       const NlpOutcome single = solveNlp(one, from);
@@ -536,9 +536,9 @@ void relax(Problem& problem, int objective, const Allowed& allowed, const std::v
       if (single.usable()) alone = amount(one, single, s);
     }
     const double together = amount(elastic, out, s);
-    const bool given = std::fabs(together) > kRelaxationTolerance * spec.scale;
+    const bool given = std::fabs(together) > kRelaxationTolerance * edge.scale;
     if (!given && missing(alone)) continue;
-    r.relaxations.push_back({spec.product, spec.limit, spec.side, given ? together : 0.0, alone});
+    r.relaxations.push_back({edge.product, edge.limit, edge.side, given ? together : 0.0, alone});
   }
   // Recorded last: the single relaxations above evaluate the models
   // elsewhere, and the models are left at the least-relaxed recipe.
@@ -570,7 +570,7 @@ void solve(Problem& problem) {
 
   Formulation f(problem, objective, allowed);
   const std::vector<double> start = proportionalStart(f);
-  f.addSpecifications(start, Mode::Normal);
+  f.addLimitSides(start, Mode::Normal);
   NlpOutcome out = solveNlp(f, start);
   r.iterations = out.iterations;
   // Limits that are not linear in the volumes (octane interactions, points

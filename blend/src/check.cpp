@@ -1,7 +1,7 @@
 // Checking a blend against a grade: each limit is converted into the unit
 // the model reports its property in, then compared with the blended value.
 // The margin is the distance inside the nearest limit (the giveaway), and
-// negative when the blend is off-specification.
+// negative when the blend is outside a limit of its grade.
 #include <algorithm>
 #include <string>
 

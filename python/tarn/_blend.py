@@ -585,12 +585,12 @@ class Recipe:
                                         ctypes.byref(unchecked)))
         count = _int()
         check(lib.tarnblend_model_check_count(self._model, ctypes.byref(count)))
-        property_index, verdict = _int(), _int()
+        property_index, verdict, flags = _int(), _int(), _int()
         low, high, value, margin = _double(), _double(), _double(), _double()
         unit, reason = _string(), _string()
         rows: Dict[str, List[Any]] = {c: [] for c in ("property", "minimum", "maximum", "value",
-                                                      "margin", "unit", "verdict", "reason",
-                                                      "source")}
+                                                      "margin", "unit", "verdict", "estimate",
+                                                      "reason", "source")}
         limits = grade.limit_rows()
         for k in range(count.value):
             check(lib.tarnblend_model_check_row(
@@ -598,6 +598,9 @@ class Recipe:
                 ctypes.byref(value), ctypes.byref(margin), ctypes.byref(verdict), ctypes.byref(unit),
                 ctypes.byref(reason)))
             checked = verdict.value != 2
+            check(lib.tarnblend_model_property_info(
+                self._model, property_index.value, None, None, None, None, None,
+                ctypes.byref(flags)))
             rows["property"].append(limits[k][0])
             rows["minimum"].append(figure(low.value))
             rows["maximum"].append(figure(high.value))
@@ -605,6 +608,7 @@ class Recipe:
             rows["margin"].append(figure(margin.value) if checked else math.nan)
             rows["unit"].append(text(unit.value))
             rows["verdict"].append({0: "PASS", 1: "FAIL"}.get(verdict.value, "not checked"))
+            rows["estimate"].append(checked and bool(flags.value & 1))
             rows["reason"].append(text(reason.value))
             rows["source"].append(limits[k][4])
         return Check(grade.name, grade.grade_class, failures.value, unchecked.value,
@@ -714,7 +718,8 @@ class Check:
     converted into the property's unit (NaN when open), the value, the margin
     (distance inside the nearest limit, the giveaway; negative when outside;
     NaN when not checked), the unit, the verdict ("PASS", "FAIL" or
-    "not checked" with the reason) and the limit's source."""
+    "not checked" with the reason), whether the value checked is an estimate
+    (CFPP from the cloud point, T95 from T90 and FBP) and the limit's source."""
     grade: str
     grade_class: str
     failures: int

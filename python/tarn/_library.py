@@ -166,56 +166,56 @@ def installed_directory() -> Optional[Path]:
     return (Path(__file__).resolve().parent / str(installed.LIBRARY_DIRECTORY)).resolve()
 
 
-def _candidates(spec: LibrarySpec, beside: Optional[str]) -> Iterator[Tuple[str, str]]:
+def _candidates(wanted: LibrarySpec, beside: Optional[str]) -> Iterator[Tuple[str, str]]:
     """Where to look for a library, in order, each with where it came from.
     `beside` is a library already loaded whose folder comes first (so that
     libtarnblend is the one built or installed with the libtarn in use)."""
-    explicit = os.environ.get(spec.variable)
+    explicit = os.environ.get(wanted.variable)
     if explicit:
-        yield explicit, "$" + spec.variable
+        yield explicit, "$" + wanted.variable
         return
     if beside and os.sep in beside:
         folder = Path(beside).resolve().parent
-        for path in (folder / ("lib%s.so.%s" % (spec.stem, spec.soversion)), folder / spec.build_path):
+        for path in (folder / ("lib%s.so.%s" % (wanted.stem, wanted.soversion)), folder / wanted.build_path):
             if path.exists():
                 yield str(path), "beside " + beside
     installed = installed_directory()
     if installed is not None:
-        yield str(installed / ("lib%s.so.%s" % (spec.stem, spec.soversion))), "installed beside the package"
+        yield str(installed / ("lib%s.so.%s" % (wanted.stem, wanted.soversion))), "installed beside the package"
     root = Path(__file__).resolve().parent.parent.parent
     if (root / "CMakeLists.txt").is_file():
         for build in BUILD_FOLDERS:
-            path = root / build / spec.build_path
+            path = root / build / wanted.build_path
             if path.exists():
                 yield str(path), "build tree"
-    found = ctypes.util.find_library(spec.stem)
+    found = ctypes.util.find_library(wanted.stem)
     if found:
         yield found, "system library path"
-    yield "lib%s.so.%s" % (spec.stem, spec.soversion), "system library path"
+    yield "lib%s.so.%s" % (wanted.stem, wanted.soversion), "system library path"
 
 
-def load(spec: LibrarySpec, path: Optional[str] = None, beside: Optional[str] = None) -> ctypes.CDLL:
+def load(wanted: LibrarySpec, path: Optional[str] = None, beside: Optional[str] = None) -> ctypes.CDLL:
     """Loads a library (from `path` when given, else looked for first beside
     the library file `beside`) and declares its prototypes. The returned
     handle carries the file it came from as `tarn_path`."""
     tried: List[str] = []
     candidates: Sequence[Tuple[str, str]] = ([(path, "argument")] if path
-                                              else list(_candidates(spec, beside)))
+                                              else list(_candidates(wanted, beside)))
     for candidate, origin in candidates:
         try:
             library = ctypes.CDLL(candidate)
         except OSError as error:
             tried.append("%s (%s): %s" % (candidate, origin, error))
             continue
-        for name, (restype, argtypes) in spec.prototypes.items():
+        for name, (restype, argtypes) in wanted.prototypes.items():
             try:
                 function = getattr(library, name)
             except AttributeError:
                 raise LibraryNotFound("%s does not export %s: is it an older lib%s?"
-                                      % (candidate, name, spec.stem)) from None
+                                      % (candidate, name, wanted.stem)) from None
             function.restype = restype
             function.argtypes = argtypes
         setattr(library, "tarn_path", candidate)
         return library
     raise LibraryNotFound("lib%s not found; set %s to the path of lib%s.so. Tried: %s"
-                          % (spec.stem, spec.variable, spec.stem, "; ".join(tried) or "nothing"))
+                          % (wanted.stem, wanted.variable, wanted.stem, "; ".join(tried) or "nothing"))

@@ -93,6 +93,52 @@ inline double value(tarnblend_model* m, const char* key) {
   return f.value;
 }
 
+// A refused call: its status, and a last error holding `words`.
+inline void refused(int status, int expected, const std::string& words) {
+  EXPECT_EQ(status, expected) << words;
+  EXPECT_NE(std::string(tarnblend_last_error()).find(words), std::string::npos)
+      << "message: " << tarnblend_last_error() << "\nexpected to contain: " << words;
+}
+
+// A model's values, statuses and (when asked) Jacobian, property-major, at
+// the volumes given; `at(k)` is the index of a property key.
+struct Evaluation {
+  std::vector<double> values, jacobian;
+  std::vector<int> statuses;
+};
+
+inline Evaluation evaluateAt(tarnblend_model* m, const std::vector<double>& volumes, bool derivatives = true) {
+  int count = 0;
+  tarnblend_model_property_count(m, &count);
+  const auto c = static_cast<std::size_t>(count);
+  Evaluation e{std::vector<double>(c), std::vector<double>(derivatives ? c * volumes.size() : 0), std::vector<int>(c)};
+  EXPECT_EQ(tarnblend_model_evaluate_at(m, volumes.data(), static_cast<int>(volumes.size()), e.values.data(),
+                                        derivatives ? e.jacobian.data() : nullptr), TARNBLEND_OK)
+      << tarnblend_last_error();
+  tarnblend_model_values(m, nullptr, e.statuses.data(), count);
+  return e;
+}
+
+inline std::vector<double> volumesOf(tarnblend_model* m) {
+  int n = 0;
+  tarnblend_model_component_count(m, &n);
+  std::vector<double> volumes(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) tarnblend_model_volume(m, i, &volumes[static_cast<std::size_t>(i)]);
+  return volumes;
+}
+
+inline std::size_t at(tarnblend_model* m, const char* key) {
+  int k = -1;
+  EXPECT_EQ(tarnblend_model_property_find(m, key, &k), TARNBLEND_OK) << key;
+  return static_cast<std::size_t>(k);
+}
+
+inline std::string keyOf(tarnblend_model* m, std::size_t k) {
+  const char* key = "";
+  tarnblend_model_property_info(m, static_cast<int>(k), &key, nullptr, nullptr, nullptr, nullptr, nullptr);
+  return key;
+}
+
 // The sample gasoline of the tool: six refinery components, F and psi. The
 // ethanol share keeps the oxygen inside the CARB model's range (2.7 wt%),
 // where its sensitivities are derivatives rather than secants to the edge.

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,50 +14,17 @@
 namespace {
 
 // The plain recipe: degrees F, psi, ppm, kg/m3, commas.
-struct Row {
-  const char* name;
-  double volume, rvp, ibp, t10, t50, t90, fbp, sulfur, aromatics, density;
-};
-const Row kRows[] = {
-    {"Reformate", 3000, 4.2, 112, 162, 246, 322, 392, 1, 64, 815},
-    {"FCC naphtha", 3300, 6.5, 95, 126, 201, 338, 408, 25, 28, 745},
-    {"Alkylate", 1900, 4.8, 102, 163, 221, 279, 384, 6, 0.3, 695},
-};
-const char* const kKeys[] = {"RVP", "IBP", "T10", "T50", "T90", "FBP", "SUL", "ARO", "DEN"};
-// The units the comparison reads every recipe in.
-const char* const kUnits[] = {"psi", "F", "F", "F", "F", "F", "ppm", "vol%", "kg/m3"};
+const char* const kPlain =
+    "NAME,VOLUME[bbl],RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],SUL[ppm],ARO[vol%],DEN[kg/m3]\n"
+    "Reformate,3000,4.2,112,162,246,322,392,1,64,815\n"
+    "FCC naphtha,3300,6.5,95,126,201,338,408,25,28,745\n"
+    "Alkylate,1900,4.8,102,163,221,279,384,6,0.3,695\n";
 
-std::vector<double> values(const Row& r) {
-  return {r.rvp, r.ibp, r.t10, r.t50, r.t90, r.fbp, r.sulfur, r.aromatics, r.density};
-}
-
-std::string number(double v, bool decimalComma = false) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.12g", v);
-  std::string text = buffer;
-  if (decimalComma) {
-    for (char& c : text) c = c == '.' ? ',' : c;
-  }
-  return text;
-}
-
-// Each row in another set of units, converted here with the textbook
-// relations (not the library's table): C = (F - 32) / 1.8, 1 psi =
-// 6.894757 kPa, SG 60/60 F = density / 999.016, API = 141.5 / SG - 131.5.
-double celsius(double f) { return (f - 32.0) / 1.8; }
-double kilopascal(double psi) { return psi * 6.894757; }
-double gravity(double density) { return density / 999.016; }
-double api(double density) { return 141.5 / gravity(density) - 131.5; }
-
-std::string plainRecipe() {
-  std::string text = "NAME,VOLUME[bbl],RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],SUL[ppm],ARO[vol%],DEN[kg/m3]\n";
-  for (const Row& r : kRows) {
-    text += r.name;
-    text += "," + number(r.volume);
-    for (double v : values(r)) text += "," + number(v);
-    text += "\n";
-  }
-  return text;
+std::vector<std::string> split(const std::string& line) {
+  std::vector<std::string> out;
+  std::stringstream in(line);
+  for (std::string cell; std::getline(in, cell, ',');) out.push_back(cell);
+  return out;
 }
 
 struct Read {
@@ -77,72 +45,72 @@ void parse(const std::string& text, Read& r, int product = 0, const char* units 
 }
 
 // The components of a read recipe against the plain rows, every value
-// converted to the comparison units.
+// converted to the plain recipe's units.
 void expectPlainRecipe(const Read& r, const std::string& dialect) {
   SCOPED_TRACE(dialect);
   ASSERT_EQ(r.status, TARNBLEND_OK) << r.error;
-  int count = 0;
-  tarnblend_model_component_count(r.model, &count);
-  ASSERT_EQ(count, 3);
-  for (int i = 0; i < count; ++i) {
+  std::stringstream lines(kPlain);
+  std::string line;
+  std::getline(lines, line);
+  const std::vector<std::string> header = split(line);
+  for (int i = 0; std::getline(lines, line); ++i) {
+    const std::vector<std::string> row = split(line);
     const char* name = nullptr;
     double volume = 0.0;
-    tarnblend_model_component_name(r.model, i, &name);
+    ASSERT_EQ(tarnblend_model_component_name(r.model, i, &name), TARNBLEND_OK);
     tarnblend_model_volume(r.model, i, &volume);
-    EXPECT_STREQ(name, kRows[i].name);
-    EXPECT_DOUBLE_EQ(volume, kRows[i].volume);
-    const std::vector<double> expected = values(kRows[i]);
-    for (std::size_t k = 0; k < expected.size(); ++k) {
-      const char* unit = nullptr;
+    EXPECT_EQ(name, row[0]);
+    EXPECT_DOUBLE_EQ(volume, std::stod(row[1]));
+    for (std::size_t k = 2; k < header.size(); ++k) {
+      const std::string key = header[k].substr(0, header[k].find('[')),
+                        unit = header[k].substr(key.size() + 1, header[k].size() - key.size() - 2);
+      const char* given = nullptr;
       double value = 0.0, converted = 0.0;
-      ASSERT_EQ(tarnblend_model_get_property(r.model, i, kKeys[k], &value), TARNBLEND_OK);
-      tarnblend_model_unit(r.model, kKeys[k], &unit);
-      ASSERT_EQ(tarnblend_unit_convert(value, unit, kUnits[k], &converted), TARNBLEND_OK);
-      EXPECT_NEAR(converted, expected[k], 1e-9 * std::fabs(expected[k]) + 1e-12) << kKeys[k] << " of " << name;
+      ASSERT_EQ(tarnblend_model_get_property(r.model, i, key.c_str(), &value), TARNBLEND_OK);
+      tarnblend_model_unit(r.model, key.c_str(), &given);
+      ASSERT_EQ(tarnblend_unit_convert(value, given, unit.c_str(), &converted), TARNBLEND_OK);
+      EXPECT_NEAR(converted, std::stod(row[k]), 1e-9 * std::fabs(std::stod(row[k])) + 1e-12) << key << " of " << name;
     }
   }
 }
 
+// Each dialect as a lab or a spreadsheet writes it, its figures converted by
+// hand with the textbook relations (C = (F - 32) / 1.8, 1 psi = 6.894757 kPa,
+// SG 60/60 F = density / 999.016, API = 141.5 / SG - 131.5).
 TEST(RecipeFiles, EveryDialectGivesThePlainRecipe) {
-  Read plain;
-  parse(plainRecipe(), plain);
-  expectPlainRecipe(plain, "plain CSV");
-
-  // Excel's "CSV UTF-8": byte-order mark, CRLF, a comment, padded rows, quoted name.
-  std::string excel = "\xEF\xBB\xBF# lab export\r\n" + plainRecipe();
-  std::string padded;
-  for (std::size_t at = 0, end; at < excel.size(); at = end + 1) {
-    end = excel.find('\n', at);
-    padded += excel.substr(at, end - at) + (at == 0 ? "" : ",,") + "\r\n";
-  }
-  padded.replace(padded.find("Alkylate"), 8, "\"Alkylate\"");
-  // Semicolons, decimal commas, and each unit in one of its other spellings.
-  std::string semicolon = "Name;Volume [bbl];RVP (kPa);IBP[\xC2\xB0" "C];T10[degC];T50[C];T90 [\xC2\xB0" "C];"
-                          "FBP[\xC2\xB0" "C];Sulfur[mg/kg];ARO[% V/V];SPG\n";
-  // Tabs, degrees API, no-break spaces around numbers.
-  std::string tabs = "NAME\tVOLUME[bbl]\tRVP[psi]\tIBP[F]\tT10[F]\tT50[F]\tT90[F]\tFBP[F]\tSUL[ppm]\tARO[vol%]\tAPI\n";
-  std::string json = "{\"product\": \"gasoline\", \"units\": {\"T10\": \"F\", \"SUL\": \"ppm\"}, \"components\": [";
-  for (const Row& r : kRows) {
-    semicolon += std::string(r.name) + ";" + number(r.volume, true);
-    for (double v : {kilopascal(r.rvp), celsius(r.ibp), celsius(r.t10), celsius(r.t50), celsius(r.t90),
-                     celsius(r.fbp), r.sulfur, r.aromatics, gravity(r.density)}) {
-      semicolon += ";" + number(v, true);
-    }
-    semicolon += "\n";
-    tabs += std::string(r.name) + "\t" + number(r.volume);
-    for (double v : {r.rvp, r.ibp, r.t10, r.t50, r.t90, r.fbp, r.sulfur, r.aromatics}) {
-      tabs += "\t\xC2\xA0" + number(v);
-    }
-    tabs += "\t" + number(api(r.density)) + "\n";
-    json += std::string(&r == kRows ? "" : ",") + "\n {\"name\": \"" + r.name + "\", \"VOLUME[bbl]\": " +
-            number(r.volume) + ", \"RVP[psi]\": " + number(r.rvp) + ", \"IBP[F]\": " + number(r.ibp) +
-            ", \"T10\": " + number(r.t10) + ", \"T50[F]\": " + number(r.t50) + ", \"T90[F]\": " + number(r.t90) +
-            ", \"FBP[F]\": \"" + number(r.fbp) + "\", \"SUL\": " + number(r.sulfur) + ", \"ARO[vol%]\": " +
-            number(r.aromatics) + ", \"Density (kg/m3 at 15 \xC2\xB0" "C)\": " + number(r.density) + "}";
-  }
-  json += "]}";
-  for (const auto& [dialect, text] : {std::pair{"Excel CSV UTF-8", padded}, {"semicolons", semicolon},
-                                      {"tabs", tabs}, {"JSON", json}}) {
+  const std::pair<const char*, std::string> dialects[] = {
+      {"plain CSV", kPlain},
+      // Excel's "CSV UTF-8": byte-order mark, CRLF, a comment, padded rows, a quoted name.
+      {"Excel CSV UTF-8",
+       "\xEF\xBB\xBF# lab export\r\n"
+       "NAME,VOLUME[bbl],RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],SUL[ppm],ARO[vol%],DEN[kg/m3],,\r\n"
+       "Reformate,3000,4.2,112,162,246,322,392,1,64,815,,\r\n"
+       "FCC naphtha,3300,6.5,95,126,201,338,408,25,28,745,,\r\n"
+       "\"Alkylate\",1900,4.8,102,163,221,279,384,6,0.3,695,,\r\n"},
+      // Semicolons, decimal commas, and each unit in one of its other spellings.
+      {"semicolons",
+       "Name;Volume [bbl];RVP (kPa);IBP[\xC2\xB0" "C];T10[degC];T50[C];T90 [\xC2\xB0" "C];FBP[\xC2\xB0" "C];"
+       "Sulfur[mg/kg];ARO[% V/V];SPG\n"
+       "Reformate;3000;28,9579794;44,4444444444;72,2222222222;118,888888889;161,111111111;200;1;64;0,815802749906\n"
+       "FCC naphtha;3300;44,8159205;35;52,2222222222;93,8888888889;170;208,888888889;25;28;0,745733802061\n"
+       "Alkylate;1900;33,0948336;38,8888888889;72,7777777778;105;137,222222222;195,555555556;6;0,3;0,695684553601\n"},
+      // Tabs, degrees API, no-break spaces around numbers.
+      {"tabs",
+       "NAME\tVOLUME[bbl]\tRVP[psi]\tIBP[F]\tT10[F]\tT50[F]\tT90[F]\tFBP[F]\tSUL[ppm]\tARO[vol%]\tAPI\n"
+       "Reformate\t3000\t\xC2\xA0" "4.2\t112\t162\t246\t322\t392\t1\xC2\xA0\t64\t41.948790184\n"
+       "FCC naphtha\t3300\t\xC2\xA0" "6.5\t95\t126\t201\t338\t408\t25\xC2\xA0\t28\t58.2459919463\n"
+       "Alkylate\t1900\t\xC2\xA0" "4.8\t102\t163\t221\t279\t384\t6\xC2\xA0\t0.3\t71.8967827338\n"},
+      // Units in headers, in a units object or implied; a number as text.
+      {"JSON",
+       "{\"product\": \"gasoline\", \"units\": {\"T10\": \"F\", \"SUL\": \"ppm\"}, \"components\": [\n"
+       " {\"name\": \"Reformate\", \"VOLUME[bbl]\": 3000, \"RVP[psi]\": 4.2, \"IBP[F]\": 112, \"T10\": 162, \"T50[F]\": 246,\n"
+       "  \"T90[F]\": 322, \"FBP[F]\": \"392\", \"SUL\": 1, \"ARO[vol%]\": 64, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 815},\n"
+       " {\"name\": \"FCC naphtha\", \"VOLUME[bbl]\": 3300, \"RVP[psi]\": 6.5, \"IBP[F]\": 95, \"T10\": 126, \"T50[F]\": 201,\n"
+       "  \"T90[F]\": 338, \"FBP[F]\": \"408\", \"SUL\": 25, \"ARO[vol%]\": 28, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 745},\n"
+       " {\"name\": \"Alkylate\", \"VOLUME[bbl]\": 1900, \"RVP[psi]\": 4.8, \"IBP[F]\": 102, \"T10\": 163, \"T50[F]\": 221,\n"
+       "  \"T90[F]\": 279, \"FBP[F]\": \"384\", \"SUL\": 6, \"ARO[vol%]\": 0.3, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 695}]}"},
+  };
+  for (const auto& [dialect, text] : dialects) {
     Read r;
     parse(text, r);
     expectPlainRecipe(r, dialect);

@@ -355,7 +355,7 @@ void writeReportTable(const Report& r, std::ostream& out) {
     out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
         << (r.check.failures ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) +
                                    " limits failed"
-                             : "on spec, no limit failed")
+                             : "ON-SPEC, no limit failed")
         << (r.check.unchecked ? " (" + std::to_string(r.check.unchecked) + " not checked)" : "")
         << "; margin = distance inside the limit (giveaway), negative when outside\n";
     Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
@@ -367,7 +367,7 @@ void writeReportTable(const Report& r, std::ostream& out) {
       table.add({c.key, isMissing(c.minimum) ? "" : rounded(c.minimum, decimals),
                  isMissing(c.maximum) ? "" : rounded(c.maximum, decimals), checked ? rounded(c.value, decimals) : "",
                  checked ? rounded(c.margin, decimals) : "", c.unit,
-                 checked ? c.verdict : c.verdict + ": " + c.reason, c.source});
+                 checked ? c.verdict + (c.estimate ? " (estimate)" : "") : c.verdict + ": " + c.reason, c.source});
     }
     out << table.render(2);
   }
@@ -406,7 +406,7 @@ void writeReportJson(const Report& r, std::ostream& out) {
     for (const LimitCheck& c : r.check.limits) {
       Json row = {{"property", c.key}, {"min", number(c.minimum)}, {"max", number(c.maximum)},
                   {"value", number(c.value)}, {"margin", number(c.margin)}, {"unit", c.unit},
-                  {"verdict", c.verdict}, {"source", c.source}};
+                  {"verdict", c.verdict}, {"estimate", c.estimate}, {"source", c.source}};
       if (!c.reason.empty()) row["reason"] = c.reason;
       limits.push_back(row);
     }
@@ -427,7 +427,7 @@ void writeReportCsv(const Report& r, std::ostream& out) {
     }
   }
   for (const LimitCheck& c : r.check.limits) {
-    out << csv::line({"Grade " + r.check.grade, c.key, c.verdict, exact(c.value), c.unit,
+    out << csv::line({"Grade " + r.check.grade, c.key, c.verdict + (c.estimate ? " (estimate)" : ""), exact(c.value), c.unit,
                       "min " + exact(c.minimum) + ", max " + exact(c.maximum) + ", margin " + exact(c.margin),
                       c.reason.empty() ? c.source : c.reason});
   }

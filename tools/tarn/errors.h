@@ -9,7 +9,7 @@ namespace tarncli {
 
 // Exit codes: 0 success, 1 the library reported a failed calculation,
 // 2 bad command line or bad input (recipe, CSV, values, files), 3 the blend
-// is off-specification against the grade asked for.
+// fails a limit of the grade asked for.
 inline constexpr int kExitCalculationFailed = 1;
 inline constexpr int kExitBadInput = 2;
 inline constexpr int kExitOffSpec = 3;

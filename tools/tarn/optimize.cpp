@@ -107,13 +107,6 @@ int objectiveNamed(const std::string& text) {
   throw InputError("--objective '" + text + "': cost, margin or change");
 }
 
-bool looksLikeGradeFile(const std::string& grade) {
-  return grade.find('/') != std::string::npos || grade.find('.') != std::string::npos;
-}
-
-struct GradeDeleter {
-  void operator()(tarnblend_grade* grade) const { tarnblend_grade_free(grade); }
-};
 
 int component(tarnblend_problem* problem, const std::string& name) {
   int index = -1;
@@ -155,16 +148,12 @@ ProblemHandle recipeProblem(const OptimizeOptions& o, Recipe& recipe) {
     check(tarnblend_problem_set_cost(raw, component(raw, name), numberIn(value, "cost of " + name)));
   }
 
-  std::string name = o.name.empty() ? (o.grade.empty() || looksLikeGradeFile(o.grade) ? "Blend" : o.grade) : o.name;
   int product = 0;
+  const GradeHandle grade = o.grade.empty() ? nullptr : openGrade(o.grade, o.gradeClass);
+  // A product checked against a grade file is the blend; against a built-in grade, named after it.
+  const std::string name = !o.name.empty() ? o.name : !grade || isGradeFile(o.grade) ? "Blend" : o.grade;
   check(tarnblend_problem_add_product(raw, name.c_str(), productKind(o.product), &product));
-  if (!o.grade.empty()) {
-    tarnblend_grade* grade = nullptr;
-    check(looksLikeGradeFile(o.grade) ? tarnblend_grade_read(o.grade.c_str(), &grade)
-                                      : tarnblend_grade_open(o.grade.c_str(), o.gradeClass.c_str(), &grade));
-    std::unique_ptr<tarnblend_grade, GradeDeleter> owned(grade);
-    check(tarnblend_problem_set_grade(raw, product, grade));
-  }
+  if (grade) check(tarnblend_problem_set_grade(raw, product, grade.get()));
   for (const std::string& text : o.limits) {
     const LimitText l = limitText(text);
     check(tarnblend_problem_add_limit(raw, product, l.key.c_str(), l.minimum, l.maximum, l.unit.c_str()),

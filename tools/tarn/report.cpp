@@ -18,26 +18,8 @@ void check(int status) {
 
 std::string text(const char* value) { return value ? value : ""; }
 
-struct GradeDeleter {
-  void operator()(tarnblend_grade* grade) const { tarnblend_grade_free(grade); }
-};
-
-// A built-in grade by name, or a grade file when the name is a file.
-std::unique_ptr<tarnblend_grade, GradeDeleter> openGrade(const BlendOptions& options) {
-  tarnblend_grade* grade = nullptr;
-  struct stat info {};
-  const bool file = stat(options.grade.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-  if (file) {
-    if (!options.gradeClass.empty()) throw InputError("--class applies to built-in grades, not to a grade file");
-    check(tarnblend_grade_read(options.grade.c_str(), &grade));
-  } else {
-    check(tarnblend_grade_open(options.grade.c_str(), options.gradeClass.c_str(), &grade));
-  }
-  return std::unique_ptr<tarnblend_grade, GradeDeleter>(grade);
-}
-
 GradeCheck checkGrade(tarnblend_model* model, const BlendOptions& options) {
-  const auto grade = openGrade(options);
+  const auto grade = openGrade(options.grade, options.gradeClass);
   GradeCheck result;
   const char *name = "", *gradeClass = "";
   tarnblend_grade_info(grade.get(), &name, &gradeClass, nullptr);
@@ -64,6 +46,24 @@ GradeCheck checkGrade(tarnblend_model* model, const BlendOptions& options) {
 }
 
 }  // namespace
+
+void GradeDeleter::operator()(tarnblend_grade* grade) const { tarnblend_grade_free(grade); }
+
+bool isGradeFile(const std::string& name) {
+  struct stat info {};
+  return (stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode)) || name.find_first_of("/.") != std::string::npos;
+}
+
+GradeHandle openGrade(const std::string& name, const std::string& gradeClass) {
+  tarnblend_grade* grade = nullptr;
+  if (isGradeFile(name)) {
+    if (!gradeClass.empty()) throw InputError("--class applies to built-in grades, not to a grade file");
+    check(tarnblend_grade_read(name.c_str(), &grade));
+  } else {
+    check(tarnblend_grade_open(name.c_str(), gradeClass.c_str(), &grade));
+  }
+  return GradeHandle(grade);
+}
 
 const Figure* Report::find(const std::string& key) const {
   for (const Section& s : sections) {
@@ -172,6 +172,12 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
   if (!options.grade.empty()) {
     report.check = checkGrade(model, options);
     report.checked = true;
+    // A verdict on an estimated figure (CFPP from the cloud point, T95 from
+    // T90 and FBP) is only as good as the estimate: the grade table says so.
+    for (LimitCheck& c : report.check.limits) {
+      const Figure* f = report.find(c.key);
+      c.estimate = f != nullptr && f->estimate && !isMissing(c.margin);
+    }
   }
   return report;
 }

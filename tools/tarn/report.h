@@ -3,10 +3,12 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "recipe.h"
+#include "tarn/blend.h"
 
 namespace tarncli {
 
@@ -45,6 +47,7 @@ struct Curve {
 struct LimitCheck {
   std::string key, unit, source, verdict, reason;  // verdict PASS, FAIL or "not checked"
   double minimum = 0.0, maximum = 0.0, value = 0.0, margin = 0.0;  // 1e30 where none
+  bool estimate = false;  // the value checked is an estimate, not a blended measurement
 };
 
 struct GradeCheck {
@@ -85,5 +88,17 @@ const std::vector<std::string>& d86MethodNames();
 // Evaluates the recipe's model (and checks it against the grade asked for).
 // Throws InputError for an unknown grade or class.
 Report blendReport(Recipe& recipe, const BlendOptions& options);
+
+struct GradeDeleter {
+  void operator()(tarnblend_grade* grade) const;
+};
+using GradeHandle = std::unique_ptr<tarnblend_grade, GradeDeleter>;
+
+// A built-in grade by name (with its class, "" for the default), or a grade
+// file: a name that is an existing file or reads as a path (a '/' or a '.';
+// no built-in grade has either) is a file. Throws InputError for a class
+// given with a file, an unknown grade or class, or a file that cannot be read.
+GradeHandle openGrade(const std::string& grade, const std::string& gradeClass);
+bool isGradeFile(const std::string& grade);
 
 }  // namespace tarncli

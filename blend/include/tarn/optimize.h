@@ -3,7 +3,7 @@
  * grade and extra limits with the blended properties of tarn/blend.h; the
  * same machinery back-solves a recipe (how much butane takes this blend to
  * 9.0 psi); and for a problem no recipe can meet, the least relaxation of
- * each specification that would make it feasible.
+ * each limit that would make it feasible.
  *
  * The solver is IPOPT (an interior-point method for smooth non-linear
  * problems) with the blend model's exact first derivatives and a
@@ -259,7 +259,7 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_relaxation_count(const tarnblend_p
 /* Relaxation k: product, limit (index as for tarnblend_problem_limit), side
  * (TARNBLEND_AT_MIN: lower the minimum, _AT_MAX: raise the maximum,
  * _AT_TARGET: move the target), the relaxation in the least-relaxed recipe
- * where every specification may give (weighted by each property's spread
+ * where every limit may give (weighted by each property's spread
  * among the components; signed for a target), and the least relaxation of
  * this limit alone that makes the problem feasible (TARN_MISSING when it
  * alone cannot), in the property's unit. Outputs may be null. */
