@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/catalogue.h"
 #include "fuzz_support.h"
 #include "support/statuses.h"
 #include "tarn/corparms.h"
@@ -60,12 +61,15 @@ int derivativesWrittenWithoutFlag(int index, int size) {
   return index == 6 || index == 49 ? size : 0;
 }
 
-// May rewrite its inputs in place: the oxygenate removal of CD86ONE90BLEND,
-// CRVP and CD86FROMPERCENTOFF, the adapters of the emission models, the
-// filling of missing 30 % and 70 % points of D86TOPERCENTOFF and
-// ND86TOPERCENTOFF, and the curve repairs of ChangeData.
+// May rewrite its inputs in place, as its catalogue row says (a second run
+// of a row on copies relies on the others keeping them): the oxygenate
+// removal of CD86ONE90BLEND, CRVP and CD86FROMPERCENTOFF, the missing inputs
+// of the regression models, the filling of missing 30 % and 70 % points of
+// D86TOPERCENTOFF and ND86TOPERCENTOFF, and the curve repairs of ChangeData.
 bool mayRewriteInputs(int index, bool changeData) {
-  return isOneOf(index, {2, 3, 4, 6, 7, 41, 47, 48, 49, 50, 51, 55}) || (changeData && isCurve(index));
+  using tarn::frame::InputRewrite;
+  const InputRewrite rewrite = tarn::frame::findCorrelation(index)->rewritesInputs;
+  return rewrite == InputRewrite::Always || (changeData && rewrite == InputRewrite::WhenRepairing);
 }
 
 // A coefficient of this or another correlation, or any keyword of the
