@@ -191,10 +191,11 @@ TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
  * CD86ONE90BLEND, CRVP, CD86FROMPERCENTOFF and the adapters of the emission
  * models may rewrite inputs in place, as may the curve repairs of ChangeData
  * and the filling of missing 30 % and 70 % points. Outputs and derivatives a
- * correlation leaves alone keep what the caller put there; to tell its own
+ * correlation leaves alone keep what the caller put there. To tell its own
  * NaN from the caller's, evaluation looks at the outputs (and derivatives,
- * when asked for) before writing them. Any values do, but a memory checker
- * reports the look when the arrays were never initialised: fill them once. */
+ * when asked for) once the correlation has written them, and where a NaN
+ * shows, evaluates again on copies. Any values do, but a memory checker
+ * reports the look at entries never initialised: fill the arrays once. */
 
 /* Evaluates correlation index. Returns 0, 1 when the result is the missing
  * value 1e30 or could not be computed (NaN from inputs that are all numbers,

@@ -16,14 +16,12 @@
 
 namespace tarn::frame {
 
-// Each row's evaluation under its NaN rule, with the row's counts.
+// Each row's evaluation under its NaN rule, with the arguments of
+// gfx_tarnGenCalc.
 template <int I>
-int evaluateByRule(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                   double* derivs) {
-  constexpr const CorrelationRow& r = kCatalogueRows[I];
-  return evaluateUnderNaNRule<r.compute, r.nanRule, static_cast<std::size_t>(r.inputs.count),
-                              static_cast<std::size_t>(r.outputs.count)>(row, inputs, outputs,
-                                                                          derivFlag, derivs);
+int evaluateByRule(int /*index*/, int derivFlag, int /*direction*/, double* inputs,
+                   double* outputs, double* derivs) {
+  return evaluateUnderNaNRule<kCatalogueRows, I>(inputs, outputs, derivFlag, derivs);
 }
 
 namespace {
@@ -340,28 +338,31 @@ constexpr CoefficientRun kT20GaussCoefs[] = {single("P1", &P.t20Gaussian.p1),
 // ---- Evaluators -------------------------------------------------------------
 // Each unpacks the catalogue's flat input array x into the argument list of
 // its correlation, passing the row's unit byte; out receives the outputs and
-// d the input-major derivatives. What goes beyond that is an adapter of the
-// correlation's own subsystem.
+// d the input-major derivatives. A correlation of one output gives its value
+// (the missing value for status 1). What goes beyond that is an adapter of
+// the correlation's own subsystem.
 
 #define TARN_EVALUATOR(...)                                                            \
   []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] double* x,            \
      [[maybe_unused]] double* out, [[maybe_unused]] int flag,                           \
      [[maybe_unused]] double* d) -> int { __VA_ARGS__ }
+#define TARN_VALUE(...)                                                                \
+  []([[maybe_unused]] const CorrelationRow& row, [[maybe_unused]] const double* x,      \
+     [[maybe_unused]] int flag, [[maybe_unused]] double* d) -> double { __VA_ARGS__ }
 
-// Stores a single-valued result in outputs[0]: status 1 when it is the
-// missing value, else 0.
-inline int storeSingle(double* outputs, double result) {
-  outputs[0] = result;
-  return isMissing(result) ? 1 : 0;
-}
+// The evaluation of a row computed as a value: the value in outputs[0],
+// status 1 when it is the missing value.
+constexpr Evaluator kStoreValue = TARN_EVALUATOR(
+    const double result = row.value(row, x, flag, d);
+    out[0] = result;
+    return isMissing(result) ? 1 : 0;);
 
 // One input, one output, no unit: f(x0, flag, d).
 template <double (*F)(double, int, double*)>
-constexpr Evaluator kPlain = TARN_EVALUATOR(return storeSingle(out, F(x[0], flag, d)););
+constexpr SingleValue kPlain = TARN_VALUE(return F(x[0], flag, d););
 // One temperature in or out: f(unit, x0, flag, d).
 template <double (*F)(char, double, int, double*)>
-constexpr Evaluator kWithUnit =
-    TARN_EVALUATOR(return storeSingle(out, F(unitOf(row), x[0], flag, d)););
+constexpr SingleValue kWithUnit = TARN_VALUE(return F(unitOf(row), x[0], flag, d););
 
 // A catalogue adapter of the correlation's subsystem, with the unit and
 // method of the row's settings source.
@@ -380,41 +381,41 @@ constexpr Evaluator kToPercentOff = TARN_EVALUATOR(
 // T10INDEX, T50INDEX, T90INDEX: the three-point index which (0, 1, 2), with
 // forward-difference slopes only when asked for.
 template <int Which>
-constexpr Evaluator kThreePointIndex = TARN_EVALUATOR(
-    return storeSingle(out, gfx_D86BV1(Which, unitOf(row), x[0], x[1], x[2], flag ? d : nullptr)););
+constexpr SingleValue kThreePointIndex =
+    TARN_VALUE(return gfx_D86BV1(Which, unitOf(row), x[0], x[1], x[2], flag ? d : nullptr););
 
-constexpr Evaluator kEvaluateTvl =
-    TARN_EVALUATOR(return storeSingle(out, gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateTvl2 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_TVL2(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
+constexpr SingleValue kEvaluateTvl =
+    TARN_VALUE(return gfx_TVL(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateTvl2 =
+    TARN_VALUE(return gfx_TVL2(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
 // The pressure byte 'K' (75) means kPa: this row has no unit flag of its own.
-constexpr Evaluator kEvaluateVaporLock =
-    TARN_EVALUATOR(return storeSingle(out, gfx_VaporLockIndex(flag, 'K', x[0], x[1], d)););
+constexpr SingleValue kEvaluateVaporLock =
+    TARN_VALUE(return gfx_VaporLockIndex(flag, 'K', x[0], x[1], d););
 constexpr Evaluator kEvaluateEvaporative =
     TARN_EVALUATOR(return gfx_Evaporative(flag, x, out, d););
-constexpr Evaluator kEvaluateT20Gauss =
-    TARN_EVALUATOR(return storeSingle(out, gfx_T20Gaussian(x[0], x[1], flag, d)););
-constexpr Evaluator kEvaluateDriveability = TARN_EVALUATOR(
-    return storeSingle(out, gfx_DriveabilityIndex(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateDriveabilityE = TARN_EVALUATOR(
-    return storeSingle(out, gfx_DriveabilityIndexE(flag, unitOf(row), x[0], x[1], x[2], d,
-                                                   params().settings.driveabilityEohvol)););
-constexpr Evaluator kEvaluateCetane2 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex2(flag, unitOf(row), x[0], x[1], d)););
-constexpr Evaluator kEvaluateCetane4 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex4(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
-constexpr Evaluator kEvaluateCetane5 = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneIndex5(flag, unitOf(row), x[0], x[1], x[2], x[3], d)););
-constexpr Evaluator kEvaluateCetaneImprover = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CetaneImprover(flag, unitOf(row), x[0], x[1], x[2], d)););
-constexpr Evaluator kEvaluateCfppImprover = TARN_EVALUATOR(
-    return storeSingle(out, gfx_CFPPImprover(flag, unitOf(row), x[0], x[1], d)););
-constexpr Evaluator kEvaluateDon =
-    TARN_EVALUATOR(return storeSingle(out, gfx_DON(flag, x[0], x[1], d)););
+constexpr SingleValue kEvaluateT20Gauss =
+    TARN_VALUE(return gfx_T20Gaussian(x[0], x[1], flag, d););
+constexpr SingleValue kEvaluateDriveability =
+    TARN_VALUE(return gfx_DriveabilityIndex(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateDriveabilityE = TARN_VALUE(
+    return gfx_DriveabilityIndexE(flag, unitOf(row), x[0], x[1], x[2], d,
+                                  params().settings.driveabilityEohvol););
+constexpr SingleValue kEvaluateCetane2 =
+    TARN_VALUE(return gfx_CetaneIndex2(flag, unitOf(row), x[0], x[1], d););
+constexpr SingleValue kEvaluateCetane4 =
+    TARN_VALUE(return gfx_CetaneIndex4(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
+constexpr SingleValue kEvaluateCetane5 =
+    TARN_VALUE(return gfx_CetaneIndex5(flag, unitOf(row), x[0], x[1], x[2], x[3], d););
+constexpr SingleValue kEvaluateCetaneImprover =
+    TARN_VALUE(return gfx_CetaneImprover(flag, unitOf(row), x[0], x[1], x[2], d););
+constexpr SingleValue kEvaluateCfppImprover =
+    TARN_VALUE(return gfx_CFPPImprover(flag, unitOf(row), x[0], x[1], d););
+constexpr SingleValue kEvaluateDon = TARN_VALUE(return gfx_DON(flag, x[0], x[1], d););
 constexpr Evaluator kEvaluateE200E300 =
     TARN_EVALUATOR(return gfx_E200E300EPA(unitOf(row), x, out, flag, d););
 
 #undef TARN_EVALUATOR
+#undef TARN_VALUE
 
 // ---- Published sources ------------------------------------------------------
 // Where a correlation's form and constants were published. Rows without a
@@ -486,9 +487,21 @@ struct RowBuilder {
   constexpr RowBuilder by(Evaluator compute) const {
     return with(&CorrelationRow::compute, compute);
   }
+  constexpr RowBuilder by(SingleValue value) const {
+    return with(&CorrelationRow::value, value).by(kStoreValue);
+  }
   constexpr RowBuilder keepsNaN() const { return with(&CorrelationRow::nanRule, NaNRule::Kept); }
+  // Writes into its input array: the oxygenate removals, the emission
+  // adapters' missing inputs, the filling of missing 30 % and 70 % points;
+  // or only in the curve repairs of ChangeData.
+  constexpr RowBuilder rewritesInputs() const {
+    return with(&CorrelationRow::rewritesInputs, InputRewrite::Always);
+  }
+  constexpr RowBuilder repairsInputs() const {
+    return with(&CorrelationRow::rewritesInputs, InputRewrite::WhenRepairing);
+  }
   constexpr RowBuilder outputsCounted(const int& count, const int& gate) const {
-    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate});
+    return with(&CorrelationRow::outputCount, OutputCount{&count, &gate, true});
   }
   constexpr RowBuilder from(const char* published) const {
     return with(&CorrelationRow::source, published);
@@ -498,8 +511,9 @@ struct RowBuilder {
 
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
-  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr,
-           NaNRule::Undefined, &evaluateByRule<I>, {nullptr, nullptr}, nullptr}};
+  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, nullptr,
+           InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>,
+           {nullptr, nullptr, false}, nullptr}};
 }
 
 constexpr int kGeneral = TARN_TYPE_GENERAL;
@@ -517,22 +531,25 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<1>("TVL2", kGeneral).in(kTvl2In).out(kTvl).kind(kTvlKind)
         .coefficients(kCorfOnly<1>).by(kEvaluateTvl2).from(kNoSource),
     row<2>("CARB", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
-        .coefficients(kCarbCoefs).by(kAdapter<emissions::carbCatalogueAdapter>).from(kCarbPhase2),
+        .coefficients(kCarbCoefs).by(kAdapter<emissions::carbCatalogueAdapter>)
+        .rewritesInputs().from(kCarbPhase2),
     row<3>("CARB3", kGeneral).in(kCarb3In).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
         .coefficients(kCarb3Coefs).by(kAdapter<emissions::carb3CatalogueAdapter>)
-        .from(kCarbPhase3),
+        .rewritesInputs().from(kCarbPhase3),
     row<4>("CARB3M", kGeneral).in(kCarbIn).out(kCarbOut).kind(kAll<kind::ModelResult, 3>)
         .coefficients(kCarb3mCoefs).by(kAdapter<emissions::carb3mCatalogueAdapter>)
-        .from(kCarbPhase3),
+        .rewritesInputs().from(kCarbPhase3),
     row<5>("D86FROMPERCENTOFF", kIndexToProperty).in(kPercentOff).out(kD86Curve)
         .kind(kCurveKinds).coefficients(kPercentOffCoefs<5>)
-        .by(kFromPercentOff<gfx_D86FromPercentOff>).from(kD86Tbp),
+        .by(kFromPercentOff<gfx_D86FromPercentOff>).repairsInputs().from(kD86Tbp),
     row<6>("D86TOPERCENTOFF", kPropertyToIndex).in(kD86Curve).out(kPercentOff).pair(5)
-        .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>).from(kD86Tbp),
+        .coefficients(kPercentOffCoefs<6>).by(kToPercentOff<gfx_D86toPercentOff>)
+        .rewritesInputs().from(kD86Tbp),
     row<7>("EPA", kGeneral).in(kEpaIn).out(kEpaOut).kind(kAll<kind::ModelResult, 5>)
-        .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>).from(kEpaComplex),
+        .coefficients(kEpaCoefs).by(kAdapter<emissions::epaCatalogueAdapter>)
+        .rewritesInputs().from(kEpaComplex),
     row<8>("RVP", kIndexToProperty).in(kRvpIndex).out(kRvp).kind(kRvpKind)
-        .coefficients(kRvpCoefs).by(kAdapter<props::rvpCatalogueAdapter>).from(kNoSource),
+        .coefficients(kRvpCoefs).by(kPlain<props::rvpOfCatalogueIndex>).from(kNoSource),
     row<9>("RVPINDEX", kPropertyToIndex).in(kRvp).out(kRvpIndex).pair(8)
         .coefficients(kRvpCoefs).by(kPlain<gfx_RVPIndex>).from(kNoSource),
     row<10>("DRIVEABILITYINDEX", kGeneral).in(kT10T50T90).out(kDriveability)
@@ -612,12 +629,12 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .coefficients(kMtmCoefs).by(kAdapter<blending::mtmrCatalogueAdapter>).from(kNoSource),
     row<41>("ND86TOPERCENTOFF", kPropertyToIndex).in(kPercentPoints).out(kTemperaturePoints)
         .pair(42).coefficients(kNd86Coefs<41>).by(kToPercentOff<gfx_ND86toPercentOff>)
-        .outputsCounted(P.nd86.npoff, P.nd86.npoff).from(kD86Tbp),
+        .outputsCounted(P.nd86.npoff, P.nd86.npoff).rewritesInputs().from(kD86Tbp),
     // Its count is reported while the percent-off count is set (intended).
     row<42>("ND86FROMPERCENTOFF", kIndexToProperty).in(kTemperaturePoints).out(kPercentPoints)
         .kind(kAll<kind::DistillationPoint, 13>).coefficients(kNd86Coefs<42>)
         .by(kFromPercentOff<gfx_ND86FromPercentOff>).outputsCounted(P.nd86.ntemp, P.nd86.npoff)
-        .from(kD86Tbp),
+        .repairsInputs().from(kD86Tbp),
     row<43>("CARBOB", kGeneral).in(kCarbobIn).out(kRvpT50T90).kind(kVolatilityKinds)
         .coefficients(kCarbobCoefs).by(kAdapter<emissions::carbobCatalogueAdapter>)
         .from(kNoSource),
@@ -629,13 +646,14 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
         .by(kAdapter<blending::oxygenateFreePointAdapter>).from(kNoSource),
     // Evaluated in the unit of D86ONE90BLEND (intended: it has no flag of its own).
     row<47>("CD86ONE90BLEND", kIndexToProperty).in(kCd86One90In).out(kObsT90).kind(kPoint)
-        .settingsOf(15).by(kAdapter<blending::oxygenateFreeT90Adapter>).from(kNoSource),
+        .settingsOf(15).by(kAdapter<blending::oxygenateFreeT90Adapter>)
+        .rewritesInputs().from(kNoSource),
     row<48>("CRVP", kIndexToProperty).in(kCrvpIn).out(kObsRvp).kind(kRvpKind)
-        .by(kAdapter<blending::oxygenateFreeRvpAdapter>).from(kNoSource),
+        .by(kAdapter<blending::oxygenateFreeRvpAdapter>).rewritesInputs().from(kNoSource),
     // Converts with the method and unit of D86FROMPERCENTOFF.
     row<49>("CD86FROMPERCENTOFF", kIndexToProperty).in(kCd86In).out(kObsCurve)
         .kind(kCurveKinds).settingsOf(5)
-        .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).from(kD86Tbp),
+        .by(kAdapter<distill::d86FromPercentOffWithoutOxygenate>).rewritesInputs().from(kD86Tbp),
     row<50>("CARBOB2", kGeneral).in(kCarbob2In).out(kEthanolBlendOut).kind(kEthanolBlendKinds)
         .slack(7).coefficients(kCarbob2Coefs).by(kAdapter<emissions::carbob2CatalogueAdapter>)
         .from(kNoSource),
@@ -648,11 +666,12 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<53>("EVAPORATIVE", kGeneral).in(kD86Curve).out(kEvaporativeOut)
         .kind(kAll<kind::PercentEvaporated, 12>).coefficients(kEvaporativeCoefs)
         .by(kEvaluateEvaporative).outputsCounted(P.evaporative.npts, P.evaporative.npts)
-        .from(kNoSource),
+        .repairsInputs().from(kNoSource),
     row<54>("E200E300EPA", kGeneral).in(kT50T90).out(kE200E300).kind(kAll<kind::ModelResult, 2>)
         .coefficients(kE200E300Coefs).by(kEvaluateE200E300).from(kNoSource),
     row<55>("RBOB", kGeneral).in(kBlendstockIn).out(kRbobOut).kind(kRbobKinds)
-        .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>).from(kNoSource),
+        .coefficients(kRbobCoefs).by(kAdapter<emissions::rbobCatalogueAdapter>)
+        .from(kNoSource),
     row<56>("T20GAUSS", kGeneral).in(kT10T30).out(kT20).kind(kFrontEnd)
         .coefficients(kT20GaussCoefs).by(kEvaluateT20Gauss).from(kNoSource),
 };
@@ -668,6 +687,13 @@ constexpr bool everyRowComputes() {
   return true;
 }
 static_assert(everyRowComputes(), "a catalogue row out of place or of a type that is not computed");
+
+constexpr RowEvaluations evaluationsOf(const CorrelationRow (&rows)[kCatalogueSize]) {
+  RowEvaluations e{};
+  for (int i = 0; i < kCatalogueSize; ++i) e.byIndex[i] = rows[i].evaluate;
+  return e;
+}
+extern constexpr RowEvaluations kRowEvaluations = evaluationsOf(kCatalogueRows);
 
 namespace {
 

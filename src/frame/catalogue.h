@@ -40,10 +40,12 @@ struct CoefficientList {
 
 // The number of outputs a variable-size correlation really produces
 // (tarn_GetActualNumberOutput): the count field while the gate field is
-// positive. Both null for a correlation of fixed size.
+// positive. Neither is set for a correlation of fixed size (variable tells
+// which, as a constant: under the sanitizers an address is none).
 struct OutputCount {
   const int* count;
   const int* gate;
+  bool variable;
 };
 
 // What evaluation by index makes of a NaN that a correlation computes from
@@ -53,6 +55,11 @@ enum class NaNRule : unsigned char {
   Kept,       // handed on with the correlation's own status (the three-point indices)
 };
 
+// Whether evaluation writes into a row's input array: never, only when the
+// ChangeData switch has it repair a curve, or whenever it likes (oxygenate
+// removals, the emission adapters' missing inputs, filled curve points).
+enum class InputRewrite : unsigned char { Never, WhenRepairing, Always };
+
 struct CorrelationRow;
 
 // Evaluates a correlation from the catalogue's flat arrays: unpacks inputs,
@@ -60,6 +67,18 @@ struct CorrelationRow;
 // the input-major derivative array. Returns the status.
 using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs,
                           int derivFlag, double* derivs);
+
+// A correlation of one output, computed as its value: the missing value is
+// its status 1.
+using SingleValue = double (*)(const CorrelationRow& row, const double* inputs, int derivFlag,
+                               double* derivs);
+
+// A row's evaluation under its NaN rule, its row bound in: what evaluation
+// by index calls once it has found the row. It takes the arguments of
+// gfx_tarnGenCalc as they come (index and direction are not read), so that
+// the entry point hands a call on as it stands.
+using RowEvaluation = int (*)(int index, int derivFlag, int direction, double* inputs,
+                              double* outputs, double* derivs);
 
 inline constexpr int kNoPair = -1;
 
@@ -71,30 +90,44 @@ struct CorrelationRow {
   NameList outputs;
   KindList kinds;
   int pair;            // the inverse correlation of a property-to-index one, or kNoPair
-  int slackCount;      // trailing inputs that are slack values
+  int slackCount;      // trailing inputs that are slack values (offsets added to outputs)
   int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
   Evaluator compute;   // unpacks the inputs and calls the correlation
+  SingleValue value;   // the correlation of a one-output row (compute stores it), or null
+  InputRewrite rewritesInputs;  // a second run on copies needs the inputs kept when they may change
   NaNRule nanRule;
-  Evaluator evaluate;  // compute under the NaN rule: what evaluation by index calls
+  RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
   OutputCount outputCount;
   const char* source;  // the published source of the correlation, or null where none is on file
 };
 
 inline constexpr int kCatalogueSize = kCorrelationCount;
 
+
 // The table itself (catalogue.cpp). Every row has a type from -7 to -4
 // (checked where the table is built).
 extern const CorrelationRow kCatalogueRows[kCatalogueSize];
 
+// Each row's evaluation, indexed by correlation number: the rows' own
+// evaluate, side by side, where the entry point finds them in one step.
+struct RowEvaluations {
+  RowEvaluation byIndex[kCatalogueSize];
+};
+extern const RowEvaluations kRowEvaluations;
+
 // The whole catalogue, indexed by correlation number.
 inline const CorrelationRow* catalogue() { return kCatalogueRows; }
 
+// True for an index of the catalogue, 0..56.
+inline bool inCatalogue(int index) {
+  // Compared unsigned, so a negative index is refused too.
+  return static_cast<unsigned>(index) < static_cast<unsigned>(kCatalogueSize);
+}
+
 // The row of a correlation, or null for an index outside 0..56.
 inline const CorrelationRow* findCorrelation(int index) {
-  // Compared unsigned, so a negative index is refused too.
-  if (static_cast<unsigned>(index) >= static_cast<unsigned>(kCatalogueSize)) return nullptr;
-  return &kCatalogueRows[index];
+  return inCatalogue(index) ? &kCatalogueRows[index] : nullptr;
 }
 
 // The temperature unit flag that evaluation passes to the correlation: 'F'

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "common/guard.h"
 #include "common/missing.h"
@@ -16,13 +15,6 @@
 using tarn::frame::CorrelationRow;
 
 namespace {
-
-// The largest number of outputs and of derivatives of a catalogue row
-// (ND86TOPERCENTOFF: 25 outputs, 13 x 25 derivatives).
-constexpr std::size_t kMostOutputs = 25;
-constexpr std::size_t kMostDerivatives = 13 * 25;
-
-bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 bool anyNaN(const double* values, std::size_t count) {
   bool found = false;
@@ -39,7 +31,7 @@ int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int
                  double* derivs) {
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
-  return row.evaluate(row, inputs, outputs, derivFlag, derivs);
+  return row.evaluate(row.index, derivFlag, 0, inputs, outputs, derivs);
 }
 
 int typeOf(const CorrelationRow* row) { return row != nullptr ? row->type : TARN_TYPE_UNKNOWN; }
@@ -55,48 +47,28 @@ int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFl
 
 namespace tarn::frame {
 
-int evaluateBesideCallerNaN(const CorrelationRow& row, double* inputs, double* outputs,
-                            int derivFlag, double* derivs) {
+int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs,
+                      int derivFlag, double* derivs) {
   const std::size_t inputCount = static_cast<std::size_t>(row.inputs.count);
   const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
   const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
-  if (anyNaN(inputs, inputCount) || outputCount > kMostOutputs || derivCount > kMostDerivatives) {
-    return row.compute(row, inputs, outputs, derivFlag, derivs);
-  }
-  double outputsBefore[kMostOutputs];
-  double derivsBefore[kMostDerivatives];
-  std::memcpy(outputsBefore, outputs, outputCount * sizeof(double));
-  if (derivCount > 0) std::memcpy(derivsBefore, derivs, derivCount * sizeof(double));
-
-  int status = row.compute(row, inputs, outputs, derivFlag, derivs);
+  if (anyNaN(given, inputCount)) return status;
+  double inputs[kMostInputs];
+  double ownOutputs[kMostOutputs] = {};
+  double ownDerivs[kMostDerivatives] = {};
+  std::copy(given, given + inputCount, inputs);
+  // The same call as the caller's, derivative array or none, so that the row
+  // takes the same branches.
+  row.compute(row, inputs, ownOutputs, derivFlag, derivs != nullptr ? ownDerivs : nullptr);
   bool undefined = false;
   for (std::size_t k = 0; k < outputCount; ++k) {
-    if (std::isnan(outputs[k]) && !sameBits(outputs[k], outputsBefore[k])) {
+    if (std::isnan(outputs[k]) && std::isnan(ownOutputs[k])) {
       outputs[k] = tarn::kMissing;
       undefined = true;
     }
   }
   for (std::size_t i = 0; i < derivCount; ++i) {
-    if (std::isnan(derivs[i]) && !sameBits(derivs[i], derivsBefore[i])) {
-      derivs[i] = 0.0;
-      undefined = true;
-    }
-  }
-  if (undefined && status == TARN_STATUS_OK) status = TARN_STATUS_UNDEFINED;
-  return status;
-}
-
-int clearComputedNaN(int status, double* outputs, std::size_t outputCount, double* derivs,
-                     std::size_t derivCount) {
-  bool undefined = false;
-  for (std::size_t k = 0; k < outputCount; ++k) {
-    if (std::isnan(outputs[k])) {
-      outputs[k] = tarn::kMissing;
-      undefined = true;
-    }
-  }
-  for (std::size_t i = 0; i < derivCount; ++i) {
-    if (std::isnan(derivs[i])) {
+    if (std::isnan(derivs[i]) && std::isnan(ownDerivs[i])) {
       derivs[i] = 0.0;
       undefined = true;
     }
@@ -159,10 +131,21 @@ int calculateByType(int type, bool complex, const CorrelationRow* row, int deriv
 
 namespace {
 
+// Out of line and kept in its own shape: GCC would otherwise clone it
+// without its unused argument, and the entry point would shuffle its
+// arguments for the clone on every call.
+#if defined(__has_cpp_attribute) && __has_cpp_attribute(gnu::noipa)
+#define TARN_OUT_OF_LINE [[gnu::noipa]]
+#else
+#define TARN_OUT_OF_LINE [[gnu::noinline]]
+#endif
+
 // The refusals and the type handling, out of line so that the common call
-// below stays a few instructions long.
-[[gnu::noinline]] int otherCalculation(const CorrelationRow* row, int derivFlag, double* inputs,
-                                       double* outputs, double* derivs) {
+// below stays a few instructions long. It takes the arguments of
+// gfx_tarnGenCalc as they come, as the rows' evaluations do.
+TARN_OUT_OF_LINE int otherCalculation(int index, int derivFlag, int /*direction*/, double* inputs,
+                                      double* outputs, double* derivs) {
+  const CorrelationRow* row = tarn::frame::findCorrelation(index);
   return tarn::frame::calculateByType(typeOf(row), false, row, derivFlag, inputs, outputs, derivs);
 }
 
@@ -170,14 +153,14 @@ namespace {
 
 // Every built-in row has a computed type, so a call with its arrays in place
 // goes straight to the row's evaluation.
-extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int /*direction*/,
+extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction,
                                                   double* inputs, double* outputs,
                                                   double* derivs) {
-  const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row != nullptr && callable(inputs, outputs, derivFlag, derivs)) {
-    return row->evaluate(*row, inputs, outputs, derivFlag, derivs);
+  if (tarn::frame::inCatalogue(index) && callable(inputs, outputs, derivFlag, derivs)) {
+    const tarn::frame::RowEvaluation evaluate = tarn::frame::kRowEvaluations.byIndex[index];
+    return evaluate(index, derivFlag, direction, inputs, outputs, derivs);
   }
-  return otherCalculation(row, derivFlag, inputs, outputs, derivs);
+  return otherCalculation(index, derivFlag, direction, inputs, outputs, derivs);
 }
 
 extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
@@ -199,8 +182,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
       std::copy(inputs + r * inputCount, inputs + (r + 1) * inputCount, x.data());
       double* out = outputs + r * outputCount;
       double* d = derivs != nullptr ? derivs + r * inputCount * outputCount : nullptr;
-      const int status = evaluated ? row->evaluate(*row, x.data(), out, derivFlag, d)
-                                   : otherCalculation(row, derivFlag, x.data(), out, d);
+      const int status = evaluated ? row->evaluate(index, derivFlag, 0, x.data(), out, d)
+                                   : otherCalculation(index, derivFlag, 0, x.data(), out, d);
       if (statuses != nullptr) statuses[r] = status;
       if (status != TARN_STATUS_OK) ++failed;
     }
@@ -219,7 +202,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFla
 // The rows of a variable size say which fields hold their count.
 extern "C" TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
-  if (row == nullptr || row->outputCount.count == nullptr) return -1;
+  if (row == nullptr || !row->outputCount.variable) return -1;
   return *row->outputCount.gate > 0 ? *row->outputCount.count : -1;
 }
 

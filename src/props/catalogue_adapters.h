@@ -5,10 +5,9 @@
 
 namespace tarn::props {
 
-// RVP from its blending index: status 1, with the missing value as output,
+// RVP from its blending index as the catalogue gives it: the missing value
 // also when the index given is itself missing or larger (the clamp of gfx_RVP
-// would otherwise turn it into a number).
-int rvpCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag,
-                        double* derivs);
+// would otherwise turn it into a number); the slope is gfx_RVP's either way.
+double rvpOfCatalogueIndex(double index, int derivFlag, double* derivs);
 
 }  // namespace tarn::props

@@ -76,15 +76,9 @@ extern "C" TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, d
 
 namespace tarn::props {
 
-int rvpCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                        double* derivs) {
-  const double result = gfx_RVP(inputs[0], derivFlag, derivs);
-  if (isMissing(result) || inputs[0] >= kMissing) {
-    outputs[0] = kMissing;
-    return 1;
-  }
-  outputs[0] = result;
-  return 0;
+double rvpOfCatalogueIndex(double index, int derivFlag, double* derivs) {
+  const double result = gfx_RVP(index, derivFlag, derivs);
+  return index >= kMissing ? kMissing : result;
 }
 
 }  // namespace tarn::props

@@ -16,52 +16,26 @@
 #include <string.h>
 
 int main(void) {
-  /* Touch one function of each header so the link proves the exports exist. */
-  int status = gfx_tarnInitializeAllocate(NULL);
-  double index = gfx_RVPIndex(8.0, 0, NULL);
-  double exponent = gfx_getCorParms("REIDVAPORPRESSURE", "any");
-  double volumes[2] = {1.0, 3.0}, values[2] = {90.0, 94.0};
-  double blend = gfx_LinearByVolume(volumes, 2, values);
+  /* One call through each family links its exports from a C host. */
+  double volumes[2] = {1.0, 3.0}, values[2] = {90.0, 94.0}, rvp[1] = {8.0}, index[1] = {0.0};
   char id[TARN_ID_SIZE];
-  char message[TARN_MESSAGE_SIZE];
-  int pair = -1;
-  int found = gfx_tarnGetCorrelationId(9, id) == TARN_STATUS_OK &&
-              gfx_tarnGetIndexPair(9, &pair) == TARN_STATUS_OK && pair == 8 &&
-              gfx_tarnGetErrorMsg(TARN_STATUS_BAD_CORRELATION, message) == TARN_STATUS_OK;
-  int combined = 0, userCount = 0;
-  double rvp[1] = {8.0}, rvpIndex[1] = {0.0};
-  int routed = gfx_bmlGetCorrelationCount(&combined) == TARN_STATUS_OK &&
-               combined == TARN_CORRELATION_COUNT &&
-               gfx_ubmlGetCorrelationCount(&userCount) == UBML_STATUS_NOT_BOUND &&
-               gfx_bmlGenCalc(9, 0, 0, 0.0, rvp, rvpIndex, NULL) == TARN_STATUS_OK &&
-               rvpIndex[0] == index;
-  /* The blend library: a one-component blend is that component. */
+  int pair = -1, combined = 0, users = 0;
   tarnblend_model* model = NULL;
-  double rvpBlend = 0.0;
-  int k = -1, product = 0;
-  int blended = tarnblend_model_create(TARNBLEND_GASOLINE, &model) == TARNBLEND_OK &&
-                tarnblend_model_add_component(model, "A", NULL) == TARNBLEND_OK &&
-                tarnblend_model_set_property(model, 0, "RVP", 8.0, "psi") == TARNBLEND_OK &&
-                tarnblend_model_set_volume(model, 0, 1.0) == TARNBLEND_OK &&
-                tarnblend_model_evaluate(model, 0) == TARNBLEND_OK &&
-                tarnblend_model_property_find(model, "RVP", &k) == TARNBLEND_OK &&
-                tarnblend_model_result(model, k, &rvpBlend, NULL, NULL, NULL, NULL) == TARNBLEND_OK &&
-                tarnblend_product_parse("diesel", &product) == TARNBLEND_OK && product == TARNBLEND_DIESEL;
-  /* The optimiser takes the model's components. */
   tarnblend_problem* problem = NULL;
-  int components = 0;
-  blended = blended && tarnblend_problem_create(model, &problem) == TARNBLEND_OK &&
-            tarnblend_problem_component_count(problem, &components) == TARNBLEND_OK && components == 1;
+  int ok = gfx_tarnInitializeAllocate(NULL) == TARN_STATUS_OK &&
+           gfx_getCorParms("REIDVAPORPRESSURE", "any") == 1.25 &&
+           gfx_LinearByVolume(volumes, 2, values) == 93.0 &&
+           gfx_tarnGetCorrelationId(9, id) == TARN_STATUS_OK && gfx_tarnGetIndexPair(9, &pair) == 0 && pair == 8 &&
+           gfx_bmlGetCorrelationCount(&combined) == TARN_STATUS_OK && combined == TARN_CORRELATION_COUNT &&
+           gfx_ubmlGetCorrelationCount(&users) == UBML_STATUS_NOT_BOUND &&
+           gfx_bmlGenCalc(9, 0, 0, 0.0, rvp, index, NULL) == TARN_STATUS_OK &&
+           index[0] == gfx_RVPIndex(8.0, 0, NULL) &&
+           tarnblend_model_create(TARNBLEND_GASOLINE, &model) == TARNBLEND_OK &&
+           tarnblend_problem_create(model, &problem) == TARNBLEND_OK &&
+           strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;  /* the build's project version */
   tarnblend_problem_free(problem);
   tarnblend_model_free(model);
-  /* The version the library reports is the build's project version. */
-  int versioned = strcmp(tarn_GetVersion(), TARN_EXPECTED_VERSION) == 0;
-  gfx_tarnSetDiagnosticStream(NULL);
   gfx_tarnFree();
-  if (status != 0 || index <= 0.0 || exponent != 1.25 || blend != 93.0 || !found || !routed ||
-      !versioned || !blended || rvpBlend < 7.999999 || rvpBlend > 8.000001) {
-    fprintf(stderr, "C host could not use the library\n");
-    return 1;
-  }
-  return 0;
+  if (!ok) fprintf(stderr, "C host could not use the library\n");
+  return ok ? 0 : 1;
 }

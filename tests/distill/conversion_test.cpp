@@ -1,14 +1,17 @@
-// D86 <-> TBP conversion methods: published conversions, the polynomial fits,
-// round trips through the exact inverses, order checks, caps, the pure
+// D86 <-> TBP conversion methods: published conversions and the polynomial
+// fits, round trips through the exact inverses, order checks, caps, the pure
 // component and the solver.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "distill/conversion.h"
 #include "params/params.h"
+#include "support/catalogue_rows.h"
 #include "support/fixture.h"
 #include "support/temperature.h"
 #include "tarn/corparms.h"
@@ -35,52 +38,21 @@ const std::vector<Curve> kCurves = {{100, 135, 170, 205, 240, 285, 340},
                                     {330, 350, 380, 405, 435, 470, 520},
                                     {360, 430, 480, 520, 560, 620, 680}};
 
-// Kerosene D86 curve and its TBP curve by the point-by-point method on
-// absolute temperature (Riazi-Daubert 1987) and by the segment method
-// anchored at 50 % (Daubert 1994, API Technical Data Book): M. R. Riazi,
-// Characterization and Properties of Petroleum Fractions, ASTM MNL50 (2005),
-// Table 3.8. The published seventh point is the 95 % point, so only the first
-// six are compared; the table is printed to 0.1 C.
-TEST_F(ConversionTest, KeroseneMatchesPublishedTbpCurvesInCelsiusAndFahrenheit) {
-  const Curve d86C = {165.6, 176.7, 193.3, 206.7, 222.8, 242.8, 260.0};
-  const Curve published[2] = {{134.1, 160.6, 188.2, 208.9, 230.2, 254.7},   // THREEA11
-                              {133.1, 158.1, 189.2, 210.6, 232.9, 258.1}};  // HC94
-  Curve d86F;
-  for (double t : d86C) d86F.push_back(tarn::testing::fahrenheitOf(t));
-  const Routine routines[2] = {gfx_THREEA11F, gfx_HC94F};
-  for (int r = 0; r < 2; ++r) {
-    int statusC = -1, statusF = -1;
-    const Curve inC = convert(routines[r], 'C', d86C, &statusC);
-    const Curve inF = convert(routines[r], 'F', d86F, &statusF);
-    ASSERT_EQ(statusC + statusF, 0);
-    for (int k = 0; k < 6; ++k) {
-      EXPECT_NEAR(inC[k], published[r][k], 0.15) << r << " point " << k;
-      EXPECT_NEAR(celsiusOf(inF[k]), inC[k], 1e-9) << r << " point " << k;
-    }
-  }
-}
-
-// The polynomial fits (ETHYLS, SIXORDER, forward and reverse) on a kerosene
-// curve and on one whose IBP -> 10 and 90 -> FBP differences exceed the caps of
-// the forward fits (SIXORDER 150 and 100, ETHYLS 100 and 100). Expected points
-// evaluated apart from the library from the published signed equations, built
-// outwards from 50 %; the reverse fits read the same curves as TBP curves.
-TEST_F(ConversionTest, PolynomialFitsMatchAnIndependentEvaluationOfThePublishedEquations) {
-  const Curve curves[2] = {{330, 350, 380, 405, 435, 470, 520}, {100, 280, 300, 320, 340, 360, 500}};
-  const Routine routines[4] = {gfx_ETHYLSF, gfx_SIXORDERF, gfx_ETHYLSR, gfx_SIXORDERR};
-  const Curve want[4][2] = {
-      {{270.78364503, 311.73706923, 364.95498339, 405.46234787, 448.55104967, 494.11592268, 548.89410793},
-       {127.34781962, 244.44194462, 283.18727238, 316.7742455, 347.28364674, 375.24947939, 509.44940839}},
-      {{270.69909711, 311.61961042, 364.67120089, 405.32293714, 448.40019886, 493.63504781, 548.21272281},
-       {36.538487885, 243.9066207, 282.51145924, 316.33248181, 346.90720275, 375.07591322, 515.10861322}},
-      {{369.0940291, 376.85909126, 390.62226287, 404.29338561, 423.51589102, 449.07478595, 494.59496195},
-       {169.14081287, 304.31726063, 312.75310245, 323.29185574, 335.22572304, 348.67442493, 449.04305289}},
-      {{367.87413266, 375.68831821, 390.65437558, 404.74013225, 424.38518647, 450.11030976, 495.67154164},
-       {173.23640315, 303.51301641, 312.66908125, 323.50848897, 335.85342981, 349.4772856, 449.07114975}}};
-  for (int r = 0; r < 4; ++r) {
-    for (int c = 0; c < 2; ++c) {
-      const Curve got = convert(routines[r], 'F', curves[c]);
-      for (int k = 0; k < 7; ++k) EXPECT_NEAR(got[k], want[r][c][k], 1e-9 * want[r][c][k]) << r << c << k;
+// Published curves and the polynomial fits evaluated apart from the library (tests/data/conversions.csv).
+TEST_F(ConversionTest, RoutinesMatchPublishedCurvesAndIndependentlyEvaluatedFits) {
+  const std::map<std::string, Routine> routines = {{"THREEA11F", gfx_THREEA11F}, {"HC94F", gfx_HC94F},
+                                                   {"ETHYLSF", gfx_ETHYLSF},     {"SIXORDERF", gfx_SIXORDERF},
+                                                   {"ETHYLSR", gfx_ETHYLSR},     {"SIXORDERR", gfx_SIXORDERR}};
+  const auto rows = tarn::testing::dataTable("conversions.csv", 6);
+  ASSERT_EQ(rows.size(), 12u);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row[0] + " " + row[1] + ": " + row[5]);
+    int status = -1;
+    const Curve got = convert(routines.at(row[0]), row[1][0], tarn::testing::numbersOf(row[2]), &status);
+    EXPECT_EQ(status, 0);
+    const Curve want = tarn::testing::numbersOf(row[3]);
+    for (int k = 0; k < 7; ++k) {
+      if (!std::isnan(want[k])) { EXPECT_NEAR(got[k], want[k], std::stod(row[4])) << "point " << k; }
     }
   }
 }

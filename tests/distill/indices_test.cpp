@@ -1,30 +1,29 @@
-// Distillation-derived indices: their order, divisor and gap rules, the
-// inverses and their repairs. Values and slopes in both units are checked
-// by index (catalogue_rows.csv and the derivative walk).
+// Distillation-derived indices: their order, divisor and gap rules and the
+// repairs of the inverses. Values and slopes in both units: by index
+// (catalogue_rows.csv and the derivative walk); round trips: consistency_test.
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "support/fixture.h"
-#include "support/temperature.h"
 #include "tarn/corparms.h"
 #include "tarn/distill.h"
 
 namespace {
 
-using tarn::testing::celsiusOf;
+using IndicesTest = tarn::testing::LibraryTest;
 
-class IndicesTest : public tarn::testing::LibraryTest {};
-
-TEST_F(IndicesTest, ThreePointIndicesAndTheirOrderDivisorAndGapRules) {
-  // Their values in both units are checked by index (catalogue_rows.csv).
+TEST_F(IndicesTest, OrderDivisorAndGapRulesAndRepairs) {
   double d[3] = {7, 7, 7};
   EXPECT_EQ(gfx_D86BV1(3, 'F', 130, 210, 330, d), 1.0);  // no such index
   EXPECT_EQ(d[2], 7.0);
   EXPECT_EQ(gfx_D86BV1(1, 'F', 130, 210, 330, d), gfx_T50Index('F', 130, 210, 330));
 
   EXPECT_EQ(gfx_T50Index('F', 220, 210, 330), 1e30);
+  EXPECT_EQ(gfx_D86one90Blend('F', 0.0, 0, nullptr), 1e30);  // the exponential inverses reject indices <= 0
+  EXPECT_EQ(gfx_D86one10Blend('F', -1.0, 0, nullptr), 1e30);
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
+  EXPECT_NEAR(gfx_D86one90Blend('F', 0.0, 0, nullptr), 32.5719 * std::log(0.0001) + 185, 1e-9);
   EXPECT_EQ(gfx_T10Index('F', 220, 210, 330), 1e30);  // always rejects
   EXPECT_EQ(gfx_T50Index('F', 220, 210, 330), gfx_T50Index('F', 220, 220.5, 330));
   EXPECT_EQ(gfx_T90Index('F', 130, 340, 330), gfx_T90Index('F', 130, 340, 340.5));
@@ -38,32 +37,10 @@ TEST_F(IndicesTest, ThreePointIndicesAndTheirOrderDivisorAndGapRules) {
   EXPECT_EQ(gfx_T90Index('F', 130, 210, 330), 1e30);
 }
 
-TEST_F(IndicesTest, ExponentialIndicesInvertAndScaleTheirDerivatives) {
-  for (double t : {40.0, 140.0, 300.0}) {
-    double dIndex = 0, dBlend = 0;
-    const double index = gfx_D86one10Index('C', t, 1, &dIndex);
-    EXPECT_NEAR(gfx_D86one10Blend('C', index, 1, &dBlend), t, 1e-9);
-    EXPECT_NEAR(dIndex * dBlend, 1.0, 1e-12);
-    // The 90 % inverse is its own fit: 32.5719 against 1/0.030701 = 32.5722.
-    const double index90 = gfx_D86one90Index('C', t, 0, nullptr);
-    const double backF = 185 + 32.5719 * 0.030701 * (tarn::testing::fahrenheitOf(t) - 185);
-    EXPECT_NEAR(gfx_D86one90Blend('C', index90, 0, nullptr), celsiusOf(backF), 1e-9);
-  }
-  EXPECT_NEAR(gfx_D86one10Index('F', 250, 0, nullptr), 1.0, 1e-15);
-  EXPECT_EQ(gfx_D86one90Blend('F', 0.0, 0, nullptr), 1e30);
-  EXPECT_EQ(gfx_D86one10Blend('F', -1.0, 0, nullptr), 1e30);
-  ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
-  EXPECT_NEAR(gfx_D86one90Blend('F', 0.0, 0, nullptr), 32.5719 * std::log(0.0001) + 185, 1e-9);
-}
-
 TEST_F(IndicesTest, VolatilityIndicesAgainstPublishedForms) {
-  // TV/L 20 (ASTM D4814), VLI (EN 228) and T20 are checked by index, values
-  // and slopes in both units; TVL2 is TV/L 20 with T20 in its checks only.
-  double d[4] = {};
-  const double c = gfx_TVL(1, 'C', 9.0, 52.0, 95.0, d);
-  EXPECT_EQ(gfx_TVL2(1, 'C', 9.0, 52.0, 70.0, 95.0, d), c);
-  EXPECT_EQ(d[2], 0.0);  // T20 only takes part in the checks
-  EXPECT_EQ(d[3], 0.17);
+  // TVL2 is TV/L 20 (ASTM D4814) with T20 in its checks only.
+  double d[2] = {};
+  EXPECT_EQ(gfx_TVL2(0, 'C', 9.0, 52.0, 70.0, 95.0, nullptr), gfx_TVL(0, 'C', 9.0, 52.0, 95.0, nullptr));
   EXPECT_EQ(gfx_TVL2(0, 'F', 1.4, 125, 150, 203, nullptr), 1e30);
   EXPECT_EQ(gfx_TVL2(0, 'F', 9, 125, 150, 140, nullptr), 1e30);
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);

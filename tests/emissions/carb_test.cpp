@@ -1,12 +1,17 @@
-// CARB Phase 2 predictive model (gfx_WCARB).
+// CARB predictive models: Phase 2 (gfx_WCARB), Phase 3 (gfx_WCARB3, gfx_WCARB4) and their catalogue
+// adapters. Sensitivities in F, inside and held at the limits: derivative_contract_test.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
 
+#include "emissions/carb_models.h"
+#include "emissions/predictive_engine.h"
+#include "params/params.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/emissions.h"
+#include "tarn/tarn.h"
 
 namespace {
 
@@ -29,26 +34,35 @@ Vec with(Vec fuel, int property, double value) {
 
 // RVP T50 T90 aromatics olefins oxygen sulfur benzene: the flat reference.
 const Vec kFlat{7.0, 210, 300, 25, 6, 2.0, 40, 1.0};
+// Phase 3: RVP T50 T90 aromatics olefins oxygen (oxygen2) sulfur benzene, in range.
+const Vec kCarb3Fuel{7.0, 200, 300, 22, 4, 2.0, 2.0, 15, 0.7};
+const Vec kCarb4Fuel{7.0, 200, 300, 22, 4, 2.0, 15, 0.7};
 
-class CarbTest : public tarn::testing::LibraryTest {};
+int carb3(int property, double value, const char* options = "FFFFFFY", Vec fuel = kCarb3Fuel) {
+  double out[3];
+  return gfx_WCARB3(0, options, with(fuel, property, value).data(), out, nullptr);
+}
+int carb4(int property, double value, const char* options) {
+  double out[3];
+  return gfx_WCARB4(0, options, with(kCarb4Fuel, property, value).data(), out, nullptr, nullptr);
+}
 
-TEST_F(CarbTest, ReferenceFuelsGiveNoChange) {
-  const struct { Vec fuel; const char* flags; } cases[] = {
+using CarbTest = tarn::testing::LibraryTest;
+
+TEST_F(CarbTest, ReferenceFuelsGiveNoChangeAndANonTrivialFuelMatchesTheEquations) {
+  const struct { Vec fuel; const char* flags; } flat[] = {
       {kFlat, "FFFFFF"},        {{7.0, 200, 290, 22, 4, 2.0, 30, 0.8}, "AAAAAA"},
       {with(kFlat, 1, 200), "AFFFFF"}, {kFlat, "aXFFFF"},  // only an upper-case A selects averaging
       {kFlat, nullptr}, {with(kFlat, 1, 200), "A"},        // missing letters stay flat
       {with(kFlat, 0, 9.5), "FFFFFF"}};                    // RVP is not a model property
-  for (const auto& c : cases) {
+  for (const auto& c : flat) {
     const CarbRun r = run(c.fuel, c.flags);
     EXPECT_EQ(Vec(r.out, r.out + 3), Vec(3, 0.0)) << (c.flags ? c.flags : "null");
     EXPECT_EQ(r.count, 0);
   }
-}
-
-// The flat reference with 30 % aromatics, worked through the equations. No floor is active (oxygen floor 0.0359*30 +
-// 0.677 = 1.75 < 2; T90 floor 323.8 - 0.9712*30 - 7.276*2 = 280.1 < 300), so ln(Ecand/Eref) of each regression is the
-// sum of coefficient * change of its aromatics terms.
-TEST_F(CarbTest, NonTrivialFuelMatchesHandDerivation) {
+  // The flat reference with 30 % aromatics, worked through the equations. No floor is active (oxygen floor
+  // 0.0359*30 + 0.677 = 1.75 < 2; T90 floor 323.8 - 0.9712*30 - 7.276*2 = 280.1 < 300), so ln(Ecand/Eref) of
+  // each regression is the sum of coefficient * change of its aromatics terms.
   const CarbRun r = run(with(kFlat, 3, 30));
   auto percent = [](double dy) { return 100.0 * (std::exp(dy) - 1.0); };
   const double dz3A = 5 / 9.4918766, dz3B = 5 / 7.8486738;  // aromatics step, sets A, B
@@ -65,13 +79,13 @@ TEST_F(CarbTest, NonTrivialFuelMatchesHandDerivation) {
   EXPECT_NEAR(r.out[1], 0.198 * percent(dy1) + 0.802 * percent(dy7), 1e-6);
 }
 
-TEST_F(CarbTest, OxygenBandAndLimitEdges) {
+TEST_F(CarbTest, OxygenBandLimitEdgesAndSensitivitiesInCelsius) {
   const Vec fuel{7.0, 195, 315, 28, 8, 2.0, 60, 0.9};
   const double atTwo = run(fuel, "FAFAFA").out[2];
   // Inside the single-precision band [1.801, 2.199) oxygen counts as 2.0.
   for (double o : {1.801, 2.1989998}) EXPECT_EQ(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
   for (double o : {1.8009, 2.199}) EXPECT_NE(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
-  // Limits widened by 1.0001 (their values are checked with gfx_getCorLimits); benzene against its own bound 1.20012.
+  // Limits widened by 1.0001 (values: limits_test); benzene against its own bound 1.20012.
   const struct { int property; double inside, outside; } edges[] = {
       {6, 80.005, 80.01}, {7, 1.2001, 1.2002}, {1, 220.02, 220.03}, {4, 0.0, -0.001}};
   for (const auto& e : edges) {
@@ -84,11 +98,14 @@ TEST_F(CarbTest, OxygenBandAndLimitEdges) {
   EXPECT_EQ(run(rich, "AAAAAA").count, 7);
   EXPECT_TRUE(std::isfinite(run(rich, "AAAAAA").out[2]));
   EXPECT_EQ(run(rich, "AAAAAA", 1).count, 6);
-}
-
-TEST_F(CarbTest, SensitivitiesInCelsius) {
-  // The derivative-contract walk checks the sensitivities in F. Celsius
-  // temperatures are converted and the T50 and T90 rows scaled per degree C.
+  // Without a request the array is not touched; a null one is tolerated.
+  CarbRun untouched{};
+  std::fill(untouched.deriv, untouched.deriv + 24, -7.0);
+  gfx_WCARB(0, "FAFAFA", fuel.data(), untouched.out, untouched.deriv);
+  EXPECT_EQ(Vec(untouched.deriv, untouched.deriv + 24), Vec(24, -7.0));
+  EXPECT_EQ(gfx_WCARB(1, "FAFAFA", fuel.data(), untouched.out, nullptr), 0);
+  EXPECT_EQ(gfx_WCARB(0, "FAFAFA", nullptr, untouched.out, nullptr), -1);
+  // Celsius temperatures are converted and the T50 and T90 rows scaled per degree C.
   const CarbRun inF = run({7.0, 212, 302, 27, 7, 2.5, 35, 0.9}, "FAFAFA", 1);
   ASSERT_EQ(gfx_setCorParms("TARN", "CARB_CORF", -1.0), 0);
   const CarbRun inC = run({7.0, 100, 150, 27, 7, 2.5, 35, 0.9}, "FAFAFA", 1);
@@ -97,17 +114,98 @@ TEST_F(CarbTest, SensitivitiesInCelsius) {
     const double factor = (i >= 3 && i < 9) ? 1.8 : 1.0;
     EXPECT_NEAR(inC.deriv[i], factor * inF.deriv[i], 1e-6 * (1 + std::fabs(inF.deriv[i]))) << i;
   }
-  ASSERT_EQ(gfx_setCorParms("TARN", "CARB_CORF", 1.0), 0);
-  // Without a request the array is not touched; a null one is tolerated.
-  // (At and beyond a limit the differences are held inside the range: the
-  // derivative-contract walk checks them.)
-  const Vec atLimit{7.0, 195, 315, 28, 8, 1.2, 80, 0.9};
-  double deriv[24], out[3];
-  std::fill(deriv, deriv + 24, -7.0);
-  gfx_WCARB(0, "FAFAFA", atLimit.data(), out, deriv);
-  EXPECT_EQ(Vec(deriv, deriv + 24), Vec(24, -7.0));
-  EXPECT_EQ(gfx_WCARB(1, "FAFAFA", atLimit.data(), out, nullptr), 0);
-  EXPECT_EQ(gfx_WCARB(0, "FAFAFA", nullptr, out, nullptr), -1);
+}
+
+TEST_F(CarbTest, Phase3RoundsAsReportedAndModeLettersSetTheRvpCeilings) {
+  EXPECT_EQ(tarn::emissions::roundHalfAwayFromZero(1.005, 2), 1.01);  // stored just below 1.005
+  // Rounded into range / out of it (limits widened by 1.0001; RVP ceiling 7.2
+  // in mode 'Y'); olefins -0.05 rounds away from zero.
+  const struct { int property; double inside, outside; } edges[] = {
+      {0, 7.2049, 7.205}, {4, -0.04, -0.05}, {8, 1.2049, 1.205}};
+  for (const auto& e : edges) {
+    EXPECT_EQ(carb3(e.property, e.inside), 0) << e.property;
+    EXPECT_EQ(carb3(e.property, e.outside), 1) << e.property;
+  }
+  EXPECT_EQ(carb3(6, 9.0), 0);  // the second oxygen value is the rounded first
+  EXPECT_EQ(carb3(5, 3.55), 2);
+  EXPECT_EQ(carb3(5, 3.54), 0);
+  // gfx_WCARB3: 'Y' 7.2; 'N', any other letter or a short string 30; floor 6.4.
+  EXPECT_EQ(carb3(0, 8.0, "FFFFFFY"), 1);
+  for (const char* options : {"FFFFFFN", "FFFFFFy", "FFF"}) EXPECT_EQ(carb3(0, 8.0, options), 0) << options;
+  EXPECT_EQ(carb3(0, 6.3, "FFFFFFN"), 1);
+  // gfx_WCARB4: 'Y' 7.2, 'Z' and any other letter 7.0, 'N' 30, floor 6.4,
+  // all single-precision and widened by 1.0001 / 0.9999; no rounding.
+  const struct { int property; double value; const char* options; int count; } cases[] = {
+      {0, 7.2007, "FFFFFFY", 0}, {0, 7.2008, "FFFFFFY", 1}, {0, 7.0007, "FFFFFFZ", 0}, {0, 7.0008, "FFFFFFZ", 1},
+      {0, 7.1, "FFFFFFQ", 1},    {0, 30.0, "FFFFFFN", 0},    {0, 30.01, "FFFFFFN", 1},  {0, 6.3993, "FFFFFFN", 1},
+      {1, 220.022, "FFFFFFN", 0}, {1, 220.023, "FFFFFFN", 1}};
+  for (const auto& c : cases) EXPECT_EQ(carb4(c.property, c.value, c.options), c.count) << c.value << c.options;
+  // One flag per input, from the fuel itself even with sensitivities.
+  int flags[8] = {7, 7, 7, 7, 7, 7, 7, 7};
+  const Vec fuel{7.5, 200, 340, 22, -1, 4.0, 15, 1.3};
+  double out[3], deriv[24];
+  EXPECT_EQ(gfx_WCARB4(1, "FFFFFFZ", fuel.data(), out, deriv, flags), 5);
+  EXPECT_EQ(Vec(flags, flags + 8), (Vec{1, 0, 1, 0, 1, 1, 0, 1}));
+  // T50 rounds in degrees F: 104.4 C = 219.92 F -> 220; 104.9 C -> 221.
+  ASSERT_EQ(gfx_setCorParms("TARN", "CARB_CORF", -1), 0);
+  const Vec celsius{7.0, 104.4, 148.9, 22, 4, 2.0, 2.0, 15, 0.7};
+  EXPECT_EQ(carb3(1, 104.4, "FFFFFFY", celsius), 0);
+  EXPECT_EQ(carb3(1, 104.9, "FFFFFFY", celsius), 1);
+}
+
+TEST_F(CarbTest, Phase3AveragingFlagsGiveMissingResultsAndLeaveInputsAlone) {
+  ASSERT_EQ(gfx_setCorParms("TARN", "CARB_CORF", -1), 0);
+  Vec in3{7.2049, 93.3, 148.9, 22, 4, 2.0, 2.0, 15, 0.7}, in4{7.0, 93.3, 148.9, 22, 4, 2.0, 15, 0.7};
+  const Vec copy3 = in3, copy4 = in4;
+  double out[3];
+  Vec deriv(28, -7.0), cleared(27, 0.0);
+  cleared.push_back(-7.0);  // guard cell past the sensitivities
+  EXPECT_EQ(gfx_WCARB3(1, "AAAAAAY", in3.data(), out, deriv.data()), 0);
+  EXPECT_EQ(in3, copy3);
+  EXPECT_EQ(Vec(out, out + 3), Vec(3, 1e30));
+  EXPECT_EQ(deriv, cleared);
+  EXPECT_EQ(gfx_WCARB4(0, "AAAAAAY", in4.data(), out, nullptr, nullptr), 0);
+  EXPECT_EQ(in4, copy4);
+  EXPECT_EQ(Vec(out, out + 3), Vec(3, 1e30));
+  EXPECT_EQ(gfx_WCARB3(0, "FFFFFFY", nullptr, nullptr, nullptr), -1);
+  EXPECT_EQ(gfx_WCARB4(0, "FFFFFFY", kCarb4Fuel.data(), nullptr, nullptr, nullptr), -1);
+}
+
+TEST_F(CarbTest, AdaptersZeroMissingInputsAndReadTheirSelectors) {
+  using namespace tarn::emissions;
+  // Intended: aromatics (3) and benzene (7) missing are zeroed in the caller's array, and the sensitivity blocks of
+  // their predecessors T90 (2) and sulfur (6) cleared, their own kept. A missing first input clears nothing: guard
+  // cells catch writes outside the block.
+  Vec in{1e30, 195, 315, 1e30, 8, 1.2, 60, 1e30}, zeroed = in;
+  zeroed[0] = zeroed[3] = zeroed[7] = 0.0;
+  double direct[24], out[3];
+  gfx_WCARB(1, "FFFFFF", zeroed.data(), out, direct);
+  Vec buffer(30, -7.0);
+  double* deriv = buffer.data() + 3;
+  EXPECT_EQ(gfx_tarnGenCalc(2, 1, 0, in.data(), out, deriv), 0);
+  EXPECT_EQ(in, zeroed);
+  for (int i = 0; i < 24; ++i) EXPECT_EQ(deriv[i], (i / 3 == 2 || i / 3 == 6) ? 0.0 : direct[i]) << i;
+  for (int g : {0, 1, 2, 27, 28, 29}) EXPECT_EQ(buffer[g], -7.0);
+
+  // Selector 1 gives 'F', others 'A'; the seventh selector the mode letter (CARB3: 1 'N' else 'Y';
+  // CARB3M: 1 'N', 2 'Y', else 'Z'), seen through the count the adapter drops.
+  const auto& state = predictive::workingState();
+  tarn::CorrelationSettings& s = tarn::params().settings;
+  Vec in3{8.0, 200, 300, 22, 4, 2.0, 2.0, 15, 0.7};
+  s.carb3[2] = 3;
+  s.carb3[6] = 0;
+  EXPECT_EQ(gfx_tarnGenCalc(3, 0, 0, in3.data(), out, nullptr), 0);
+  EXPECT_EQ(state.baseOutOfRangeCount, 1);
+  EXPECT_EQ(state.flag[3], 'A');
+  const struct { int selector; double rvp; int count; } cases[] = {
+      {1, 7.3, 0}, {2, 7.1, 0}, {2, 7.3, 1}, {3, 7.1, 1}};
+  for (const auto& c : cases) {
+    s.carb3m[6] = c.selector;
+    Vec in4{c.rvp, 200, 300, 22, 4, 2.0, 15, 1e30};
+    EXPECT_EQ(gfx_tarnGenCalc(4, 0, 0, in4.data(), out, nullptr), 0);
+    EXPECT_EQ(in4[7], 0.0);
+    EXPECT_EQ(state.baseOutOfRangeCount, c.count) << c.selector << " " << c.rvp;
+  }
 }
 
 }  // namespace

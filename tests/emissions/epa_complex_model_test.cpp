@@ -1,5 +1,6 @@
 // The EPA complex emissions model: the regulation's worked example, baseline fuels, flat lines and
-// extrapolation edges, winter rules, the valid-range count, sensitivities and the catalogue adapter.
+// extrapolation edges, winter rules, the valid-range count, sensitivities, the catalogue adapter, and the
+// percent/absolute conversion over its baseline table.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,6 +16,7 @@
 namespace {
 
 using Fuel = std::vector<double>;
+using Values = std::vector<double>;
 
 enum { MTO, ETO, EHO, TMO, SUL, RVP, E20, E30, ARO, OLF, BNZ };
 enum { VOC, TOX, NOX, EXB, EXT };
@@ -38,14 +40,7 @@ class EpaComplexModelTest : public tarn::testing::LibraryTest {
 };
 
 TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
-  // Percent changes with the library's baseline table (reference section 13).
-  const double region1[5] = {-29.5838, -30.2781, -7.1156, -38.8360, -27.1895};
-  const std::vector<double> r1 = wepa("B2SCR", kExampleFuel), r2 = wepa("C2SCR", kExampleFuel);
-  EXPECT_EQ(count, 0);
-  for (int k = 0; k < 5; ++k) EXPECT_NEAR(r1[k], region1[k], 1e-4) << k;
-  EXPECT_NEAR(r2[VOC], -28.0080, 1e-4);
-  EXPECT_NEAR(r2[TOX], -29.8694, 1e-4);
-  for (int k : {NOX, EXB, EXT}) EXPECT_EQ(r2[k], r1[k]);  // region acts on non-exhaust only
+  // The worked example's percent changes are checked by index (catalogue_rows.csv).
   // The intermediate emissions, mg/mile: exhaust and non-exhaust VOC, NOx,
   // exhaust benzene, formaldehyde, acetaldehyde, butadiene, POM, non-exhaust benzene.
   tarn::emissions::EpaOptions options;
@@ -236,6 +231,46 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
   for (int j = 0; j < 55; ++j) {
     EXPECT_EQ(deriv[5 + j], (j / 5 == TMO || j / 5 == OLF) ? 0.0 : directDeriv[j]) << j;
   }
+}
+
+// Converts with option texts; each length travels after its text.
+int convert(const std::string& region, const std::string& phase, const std::string& season, int direction,
+            const std::string& cls, const double in[5], double out[5]) {
+  return EPAPERCENT2ABS(region.c_str(), int(region.size()), phase.c_str(), int(phase.size()), season.c_str(),
+                        int(season.size()), &direction, cls.c_str(), int(cls.size()), &in[0], &in[1], &in[2],
+                        &in[3], &in[4], &out[0], &out[1], &out[2], &out[3], &out[4]);
+}
+
+TEST_F(EpaComplexModelTest, ConversionBaselineRowsRoundTripsAndRejects) {
+  const double percent[5] = {-12.5, 3.25, -7.0, 40.0, -0.125}, zero[5] = {0, 0, 0, 0, 0};
+  for (std::string row : {"B1SU", "C1Sc", "B2SC", "C2SU", "B1WX", "c2wU"}) {
+    SCOPED_TRACE(row);
+    const std::string r(1, row[0]), p(1, row[1]), s(1, row[2]), c(1, row[3]);
+    double absolute[5], back[5], base[5];
+    ASSERT_EQ(convert(r, p, s, 0, c, percent, absolute), 0);
+    ASSERT_EQ(convert(r, p, s, 1, c, absolute, back), 0);
+    ASSERT_EQ(convert(r, p, s, 0, c, zero, base), 0);
+    for (int k = 0; k < 5; ++k) {
+      EXPECT_NEAR(back[k], percent[k], 1e-12);
+      EXPECT_NEAR(absolute[k], base[k] * (1.0 + percent[k] / 100.0), 1e-12 * base[k]);
+    }
+  }
+  // Baseline emissions, mg/mile (40 CFR 80.45 Tables 3 to 5): winter (class not read), and summer where class 'C'
+  // adds non-exhaust to exhaust benzene (26.10 + 9.6591).
+  double out[5], u[5], c[5];
+  ASSERT_EQ(convert("c", "2", "w", 0, "X", zero, out), 0);
+  EXPECT_EQ(Values(out, out + 5), (Values{1341, 120.549055, 1540, 77.62, 120.549055}));
+  ASSERT_EQ(convert("B", "1", "S", 0, "U", zero, u) + convert("B", "1", "S", 0, "C", zero, c), 0);
+  EXPECT_EQ((Values{u[3], u[4], c[0], c[3]}), (Values{26.1, 38.9463, 1306.48, 35.7591}));
+  ASSERT_EQ(convert("Bxx", "2nd", "Summer", 0, "Uxx", zero, out), 0);  // first letters only
+  EXPECT_EQ(out[0], 1466.31373);
+
+  // Rejected rows leave the outputs alone; a text of length 0 has no letter.
+  for (double& v : out) v = -1.0;
+  const char* rejects[][4] = {{"B", "1", "S", "X"}, {"A", "1", "W", "U"}, {"B", "3", "W", "U"}, {"B", "1", "F", "U"},
+                              {"", "1", "S", "U"}};
+  for (const auto& r : rejects) EXPECT_EQ(convert(r[0], r[1], r[2], 0, r[3], zero, out), -1) << r[0] << r[1] << r[2];
+  EXPECT_EQ(Values(out, out + 5), Values(5, -1.0));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Ethanol blendstock models: gfx_WCARBOB, gfx_WCARBOB2, gfx_WRBOB,
-// gfx_WCARBOB2CalcOffset and the CARBOB2 catalogue adapter.
+// gfx_WCARBOB2CalcOffset and the CARBOB2 catalogue adapter. Worked blends,
+// the T50 switch at 9 vol % among them: by index (catalogue_rows.csv).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -36,22 +37,6 @@ Vec overriding(int size, int k, double value) {
 
 class EthanolTest : public tarn::testing::LibraryTest {};
 
-TEST_F(EthanolTest, T50SwitchesEquationAtNinePercentEthanol) {
-  // RVP 8, T50 200, T90 320, worked by hand through the low-ethanol
-  // regression at 8.999 % and the high-ethanol one (no ethanol term) at 9 %.
-  double out[3], d[12];
-  const double below[4] = {8, 200, 320, 8.999}, at[4] = {8, 200, 320, 9.0};
-  EXPECT_EQ(gfx_WCARBOB(1, 'F', below, out, d), 0);
-  EXPECT_NEAR(out[1], 179.4898847687, 1e-9);
-  EXPECT_NEAR(out[0], 0.961 * 8 + 1.446, 1e-12);
-  EXPECT_NE(d[9 + 1], 0.0);
-  EXPECT_EQ(gfx_WCARBOB(1, 'F', at, out, d), 0);
-  EXPECT_NEAR(out[1], 172.3136, 1e-9);
-  EXPECT_EQ(d[9 + 1], 0.0);  // no ethanol slope in the second equation
-  EXPECT_NEAR(carbob2(8.999)[1], 179.4898847687, 1e-9);
-  EXPECT_NEAR(carbob2(9.0)[1], 172.3136, 1e-9);
-}
-
 TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   // Volatility model: flags outside [3.6, 11] but blends anyway; unit ignored.
   double out[3], outC[3];
@@ -61,16 +46,9 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
     EXPECT_EQ(gfx_WCARBOB(0, 'C', in, outC, nullptr), code);
     EXPECT_EQ(outC[1], out[1]);
   }
-  // Full model: blends on [4, 10], passes through outside with oxygen 0. At 10 %: aromatics (90*30 + 1.7*10)/100;
-  // oxygen (100 - 1.7 - 0.06 - 0.5)/100 * 34.7 * 10 * 0.788 / (90*0.718 + 10*0.788); intended: sulfur with the fixed
-  // gravities, (90*0.718*50 + 10*10*0.788)/(0.788*10 + 90*0.718).
+  // Full model: blends on [4, 10] (its values: by index), passes through outside with oxygen 0.
   int status = 9;
   for (double e : {4.0, 10.0}) EXPECT_EQ((carbob2(e, nullptr, &status), status), 0) << e;
-  const Vec blended = carbob2(10.0);
-  EXPECT_NEAR(blended[3], 27.17, 1e-12);
-  EXPECT_NEAR(blended[5], 3.686294433103448, 1e-12);
-  EXPECT_EQ(blended[7], blended[5]);
-  EXPECT_NEAR(blended[8], 45.65241379310345, 1e-12);
   for (const auto& [e, code] : std::initializer_list<std::pair<double, int>>{{3.99, -1}, {0.0, 0}, {-2.0, -1}, {10.01, 1}}) {
     EXPECT_EQ(carbob2(e, nullptr, &status), (Vec{8.0, 200, 320, 30, 1.0, 0.0, 10, 0.0, 50})) << e;
     EXPECT_EQ(status, code) << e;
@@ -80,10 +58,6 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   // Group values by keyword; overrides of 1e29 or more keep them.
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 11.7), 0);
   EXPECT_NEAR(carbob2(10.0, overriding(9, 0, 1e29).data())[3], (90 * 30 + 11.7 * 10) / 100.0, 1e-12);
-  // GASSPG/ETOHSPG reach the oxygen but not the sulfur weighting.
-  const double own[9] = {0, 0, 30, 0, 10, 0.8, 0.7, 1e30, 1e30};
-  EXPECT_NEAR(carbob2(10.0, own)[5], 30.0 * 10 * 0.8 / (90 * 0.7 + 10 * 0.8), 1e-12);
-  EXPECT_NEAR(carbob2(10.0, own)[8], 45.65241379310345, 1e-12);
   // ALTOXY 1 or more (group or override) passes through, oxygen not written.
   const Vec passed{8.0, 200, 320, 30, 1.0, S, 10, S, 50};
   EXPECT_EQ(carbob2(7.0, overriding(9, 8, 1.0).data()), passed);

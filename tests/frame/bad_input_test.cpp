@@ -9,12 +9,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "emissions/catalogue_adapters.h"
+#include "frame/catalogue.h"
 #include "frame/evaluation.h"
 #include "support/statuses.h"
 #include "tarn/props.h"
@@ -28,6 +30,10 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::vector<double> inputsOf(int index) { return realisticRows()[index].inputs; }
+
+using tarn::frame::InputRewrite;
+
+bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 bool anyNaN(const std::vector<double>& v) {
   return std::any_of(v.begin(), v.end(), [](double x) { return std::isnan(x); });
@@ -52,6 +58,26 @@ TEST_F(BadInput, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNaN) 
                    std::to_string(value) + (derivFlag ? " with derivatives" : "");
           };
           EXPECT_EQ(allowed.count(r.status), 1u) << where() << ": status " << r.status;
+          // A second run on copies relies on the rows the catalogue says
+          // keep their inputs keeping them.
+          if (tarn::frame::findCorrelation(index)->rewritesInputs != InputRewrite::Always) {
+            EXPECT_TRUE(std::equal(x.begin(), x.end(), r.x.begin(), sameBits)) << where();
+          }
+          // What the caller left in the arrays does not change the answer:
+          // with NaN there, each entry is the same or was left alone.
+          const auto sameOrLeft = [](double withNaN, double withZero) {
+            return same(withNaN, withZero) || (withZero == 0.0 && std::isnan(withNaN));
+          };
+          for (const double fill : {kNaN, -kNaN}) {
+            const Result n = genCalc(index, x, derivFlag, fill);
+            EXPECT_EQ(n.status, r.status) << where() << ", arrays holding NaN";
+            for (std::size_t k = 0; k < r.out.size(); ++k) {
+              EXPECT_TRUE(sameOrLeft(n.out[k], r.out[k])) << where() << ", output " << k;
+            }
+            for (std::size_t k = 0; derivFlag && k < r.d.size(); ++k) {
+              EXPECT_TRUE(sameOrLeft(n.d[k], r.d[k])) << where() << ", derivative " << k;
+            }
+          }
           if (std::isnan(value) || reportsNaNAsComputed(index)) continue;
           EXPECT_FALSE(anyNaN(r.out)) << where() << ": NaN output, status " << r.status;
           if (derivFlag && r.status == 0) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "frame/transcription.h"
+#include "support/catalogue_rows.h"
 #include "support/data.h"
 #include "params/params.h"
 #include "support/fixture.h"
@@ -20,6 +21,7 @@
 
 namespace {
 
+using tarn::testing::coefficient;
 using tarn::testing::expandList;
 
 struct PublishedCoefficient {
@@ -84,12 +86,6 @@ std::pair<int, int> sharedWith(int index, int k) {
   return {-1, -1};
 }
 
-double coefficient(int index, int k) {
-  double value = NAN;
-  EXPECT_EQ(gfx_tarnGetCoef(index, k, nullptr, &value), 0);
-  return value;
-}
-
 std::map<std::pair<int, int>, double> allCoefficients() {
   std::map<std::pair<int, int>, double> values;
   for (int index = 0; index < 57; ++index) {
@@ -121,9 +117,8 @@ std::vector<double> allKeywordValues() {
   return values;
 }
 
-// A set through each coefficient, by its published rule, shows in it (and in
-// the entry published as sharing its field), through its keyword if it has
-// one, and nowhere else among the coefficients and keyword values.
+// A set through each coefficient shows, by its published rule, in it, its
+// sharing partner and its keyword, and nowhere else.
 TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) {
   // Which coefficients view a keyword field: "first k, group, keywords".
   std::map<std::pair<int, int>, std::pair<std::string, std::string>> keywordOf;

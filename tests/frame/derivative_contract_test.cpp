@@ -81,28 +81,16 @@ const std::multimap<int, Vector> kMoreRows = {
     {2, {7.5, 200, 300, 32, 6, 2.3, 40, 0.9}},          // aromatics above the range
     {7, {0, 0, 3.5, 0, 600, 7.2, 50, 85, 52, 6, 0.7}},  // sulfur and aromatics above
     {43, {7.5, 210, 320, 9}},                           // at the T50 switch
+    {43, {7.5, 210, 320, 6}},                           // below it
     {49, {0.5, 2, 6, 18, 36, 60, 87, 93, 97, 99.5, 10, 0.2, 0.5, 1, 2, 60, 100, 100, 100, 100, 100}},
 };
-
-double coefficient(int index, int k) {
-  double value = 0.0;
-  EXPECT_EQ(gfx_tarnGetCoef(index, k, nullptr, &value), 0);
-  return value;
-}
 
 // Default coefficients in one unit (every CORF), and either the default
 // point counts or fewer percent points and twelve evaporation temperatures
 // from 60 to 500 F (some beyond the curves).
 void configure(char unit, bool otherCounts) {
   ASSERT_EQ(gfx_tarnInitializeCoefs(), 0);
-  for (int index = 0; index < 57; ++index) {
-    char name[TARN_COEF_NAME_SIZE] = "";
-    for (int k = 0; gfx_tarnGetCoef(index, k, name, nullptr) == 0; ++k) {
-      if (std::string(name) == "CORF") {
-        ASSERT_EQ(gfx_tarnSetCoefValue(index, k, unit == 'F'), 0);
-      }
-    }
-  }
+  setEveryUnitFlag(unit == 'F' ? 1.0 : 0.0);
   ASSERT_EQ(gfx_tarnSetCoefValue(41, 41, otherCounts ? 6 : 10), 0);  // NPOFF
   const int temperatures = otherCounts ? 12 : 3;
   for (int k = 0; k < temperatures; ++k) {

@@ -1,7 +1,6 @@
-// Evaluation by index: every correlation against values worked from its
-// published formula, the special steps branch by branch, the type handling of
-// the entry points, and the batch form. Every derivative against the slope of
-// the evaluated outputs: derivative_contract_test.
+// Evaluation by index: worked values, the special steps branch by branch, the
+// type handling of the entry points and the batch form (slopes:
+// derivative_contract_test).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,13 +23,9 @@ constexpr double kUnset = -7.25;  // genCalc's fill
 
 using DispatchTest = EvaluationTest;
 
-// Each correlation by index against values worked from its published formula
-// (tests/data/catalogue_rows.csv), in F and in C and with the settings a row
-// names: the right function, the right arguments, the right unit and
-// settings; and no slope written without a request, but by the rows that do
-// so on purpose. The correlations worked nowhere independently there
-// (emission models, curve conversions) are checked by their own tests, and by
-// index through the derivative walk.
+// Each row of tests/data/catalogue_rows.csv against values worked
+// independently, in its unit and settings; no slope written without a request
+// but by the rows that do so on purpose.
 TEST_F(DispatchTest, EveryWorkedValueComesOutOfItsCorrelationWithoutSlopes) {
   // MTMF, MTMR and the oxygenate rows write some slopes whatever the flag;
   // D86TOPERCENTOFF and CD86FROMPERCENTOFF fill any array they are given.
@@ -192,9 +187,8 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
 }
 
 TEST_F(DispatchTest, BatchEvaluationIsRowByRowEvaluationAndCountsFailedRows) {
-  // Per correlation the realistic row and one with its first input missing.
-  // Blocks follow the catalogue's counts, also where fewer outputs are
-  // configured (41, 42, 53); inputs are left as given.
+  // The realistic row and one with its first input missing; blocks of the
+  // catalogue's counts, also where fewer outputs are configured (41, 42, 53).
   for (const CatalogueRow& w : realisticRows()) {
     std::vector<double> missing = w.inputs, inputs = w.inputs;
     missing[0] = 1e30;

@@ -9,6 +9,7 @@
 // NaN went in; no infinite output with status 0 from usual inputs; a batch
 // gives bit for bit one evaluation per row; start-up restores the defaults
 // and a reset the parameters.
+#include "frame/catalogue.h"
 #include "fuzz_support.h"
 #include "support/catalogue_rows.h"
 #include "support/statuses.h"
@@ -39,11 +40,14 @@ int derivativesWrittenWithoutFlag(int index, int size) {
   return index == 6 || index == 49 ? size : 0;
 }
 
-// May rewrite its inputs: oxygenate removal (CD86ONE90BLEND, CRVP,
-// CD86FROMPERCENTOFF), the emission adapters, the filling of missing 30 % and
-// 70 % points (D86TOPERCENTOFF, ND86TOPERCENTOFF), ChangeData's repairs.
+// May rewrite its inputs, as its catalogue row says (a second run of a row
+// on copies relies on the others keeping them): oxygenate removal, the
+// missing inputs of the regression models, the filling of missing 30 % and
+// 70 % points, ChangeData's curve repairs.
 bool mayRewriteInputs(int index, bool changeData) {
-  return isOneOf(index, {2, 3, 4, 6, 7, 41, 47, 48, 49, 50, 51, 55}) || (changeData && isCurve(index));
+  using tarn::frame::InputRewrite;
+  const InputRewrite rewrite = tarn::frame::findCorrelation(index)->rewritesInputs;
+  return rewrite == InputRewrite::Always || (changeData && rewrite == InputRewrite::WhenRepairing);
 }
 
 // A coefficient of this or another correlation, or any keyword.

@@ -1,8 +1,6 @@
-// Consistency of the cold-flow, flash, cetane, viscosity, octane and
-// drivability functions: reported derivatives against central differences
-// per degree C (evaluation by index checks the Fahrenheit side), the request
-// flag, index/property round trips in both units, and the places where a
-// reported derivative deliberately is not the slope.
+// Index/property round trips in both units, slopes of the functions outside
+// the catalogue, and the places where a reported slope deliberately is not
+// the slope (the catalogue's slopes: derivative_contract_test).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,6 +12,7 @@
 #include "support/fixture.h"
 #include "support/temperature.h"
 #include "tarn/corparms.h"
+#include "tarn/distill.h"
 #include "tarn/props.h"
 
 namespace {
@@ -44,7 +43,9 @@ const std::vector<Pair>& everyPair() {
       {"PourPoint2", of(gfx_PourPointIndex2), of(gfx_PourPoint2), {0.5, 5, 30, 120}, true},
       {"Viscosity1", of(gfx_ViscosityIndex1), of(gfx_Viscosity1), {0.93, 1.5, 5.0, 300.0, 4000.0}, false},
       {"Viscosity2", of(gfx_ViscosityIndex2), of(gfx_Viscosity2), viscosities, false},
-      {"Viscosity3", of(gfx_ViscosityIndex3), of(gfx_Viscosity3), viscosities, false}};
+      {"Viscosity3", of(gfx_ViscosityIndex3), of(gfx_Viscosity3), viscosities, false},
+      {"RVP", of(gfx_RVPIndex), of(gfx_RVP), {0.5, 4.2, 15.0, 60.0}, false},
+      {"D86one10", of(gfx_D86one10Index), of(gfx_D86one10Blend), {104, 284, 572}, true}};
   return pairs;
 }
 
@@ -54,9 +55,7 @@ struct Case {
   std::vector<Inputs> at;  // in Celsius where the function takes a unit
 };
 
-// The functions outside the catalogue that are not index/property pairs
-// (evaluation by index checks the slopes of the others in both units, and
-// that none is written without a request).
+// Functions outside the catalogue that are not index/property pairs.
 const Case kCases[] = {
     {"OctaneIndex", of(gfx_OctaneIndex), {{60}, {80}, {90}, {100}}},
     {"CetaneImprover2", [](char u, const Inputs& x, int w, double* d) {

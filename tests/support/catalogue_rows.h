@@ -74,6 +74,12 @@ inline bool applySettings(const CatalogueRow& row) {
   return true;
 }
 
+// A coefficient's value; NaN when it cannot be read.
+inline double coefficient(int index, int k) {
+  double value = NAN;
+  return gfx_tarnGetCoef(index, k, nullptr, &value) == 0 ? value : NAN;
+}
+
 // Every temperature unit flag to Celsius (0) or Fahrenheit (1).
 inline void setEveryUnitFlag(double value) {
   for (int index = 0; index < TARN_CORRELATION_COUNT; ++index) {
