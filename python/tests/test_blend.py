@@ -74,9 +74,7 @@ def test_blends_equal_the_tool_on_its_samples(samples):
 
 @needs_cli
 def test_units_in_column_headers_come_back_out(samples):
-    # The gasoline sample with its RVP in kPa and its curve in degrees C (the
-    # conversions themselves are checked in the blend library's tests): the
-    # figures come back in those units.
+    # The gasoline sample in kPa and degrees C: the figures come back in those units.
     table = pandas.read_csv(samples["gasoline"], comment="#")
     metric = table.rename(columns={"RVP[psi]": "RVP[kPa]"})
     metric["RVP[kPa]"] = table["RVP[psi]"] * 6.894757
@@ -90,9 +88,7 @@ def test_units_in_column_headers_come_back_out(samples):
     assert blend["T50"] == pytest.approx((imperial["T50"] - 32) / 1.8, rel=2e-6)
 
 
-# Properties whose derivatives are libtarn's own differences with a wide
-# step: the sample's oxygen (3.7 wt%) lies outside the CARB model's range,
-# where its sensitivities are not the local slope.
+# libtarn's own wide-step differences: the sample's 3.7 wt% oxygen lies outside CARB's range.
 LOOSE = {"CARB.CNX", "CARB.THC", "CARB.POT"}
 
 

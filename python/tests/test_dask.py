@@ -44,9 +44,7 @@ def rvp_index(_case):
 def test_cases_run_in_two_worker_processes_in_order(client):
     pids = tarn.dask.map_cases(process, range(12), client, batch_size=3)
     assert len(pids) == 12 and len(set(pids)) == 2 and os.getpid() not in pids
-    # Settings are per task: sweeps that change the RVP index exponent
-    # alternate with sweeps that must still see the default 1.25 in the same
-    # worker processes.
+    # Settings are per task: sweeps with another RVP exponent alternate with ones that must see 1.25.
     for exponent in (1.3, None, 1.3, None):
         setup = exponent and functools.partial(tarn.set_parameter, "REIDVAPORPRESSURE", "*", exponent)
         results = tarn.dask.map_cases(rvp_index, range(4), client, setup=setup, batch_size=1)

@@ -15,9 +15,7 @@ from hypothesis.extra.numpy import arrays  # noqa: E402
 
 import tarn  # noqa: E402
 
-# Realistic rows (the catalogue's test rows): one input, several outputs,
-# derivatives written whatever the flag, a model that reads a missing
-# property itself, an input that may be missing.
+# Realistic catalogue rows: several outputs, slopes whatever the flag, a missing input.
 ROWS = {
     "RVPINDEX": [9.0],
     "TVL": [9.0, 130.0, 210.0],

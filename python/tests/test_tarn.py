@@ -58,9 +58,7 @@ def test_many_rows_agree_with_single_rows_and_a_configured_output_count():
             single = tarn.evaluate("TVL", row, derivatives=True)
             assert outputs.tolist() == [single.outputs["TVL"]]
             assert (derivs == single.derivatives.values).all()
-    # Fewer outputs configured than the catalogue's count: each row's
-    # derivatives are read with the configured stride, and the plan kept for
-    # speed follows the new count.
+    # Fewer outputs configured: derivatives read with the configured stride, the cached plan follows.
     curves = numpy.array([[100, 140, 180, 220, 260, 300, 340], [90, 130, 175, 215, 255, 310, 360]],
                          dtype=float)
     given = curves.copy()

@@ -139,9 +139,7 @@ inline std::string keyOf(tarnblend_model* m, std::size_t k) {
   return key;
 }
 
-// The sample gasoline of the tool: six refinery components, F and psi. The
-// ethanol share keeps the oxygen inside the CARB model's range (2.7 wt%),
-// where its sensitivities are derivatives rather than secants to the edge.
+// The tool's sample gasoline (F, psi); its 2.7 wt% oxygen stays inside CARB's range.
 inline const char* kGasoline =
     "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T30[F],T50[F],T70[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],"
     "SUL[ppm],EHO[wt%],ETOH[vol%],SPG\n"

@@ -1,6 +1,4 @@
-// The blend model: derivatives against central differences of the model
-// itself, identities of blending, published reference points, units, and
-// the answers to missing or bad input.
+// The blend model: derivatives, blending identities, published reference points, units, bad input.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -25,12 +23,8 @@ class BlendTest : public ::testing::Test {
   }
 };
 
-// Every derivative the model reports against the central difference of its
-// own values (one-sided for a component without volume, which cannot go
-// below zero). libtarn's curve blend and emission models give their
-// derivatives by differences of their own, hence the relative tolerance.
-// Returns the number of derivatives compared (of the properties whose key
-// starts with `prefix`).
+// Every reported derivative against a central difference (one-sided at zero volume; relative
+// tolerance, as libtarn differences some itself). Returns how many keys starting with prefix it compared.
 int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const std::string& prefix = "") {
   const std::vector<double> volumes = volumesOf(m);
   const std::size_t n = volumes.size();
@@ -62,14 +56,8 @@ int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const
   return compared;
 }
 
-// Each product in its own units and in the other system. A component without
-// volume gets its derivatives too (the optimiser asks whether adding some
-// pays). The emission models' slopes are those of their figures also beyond
-// a model's valid range, where libtarn's own sensitivities are chords from
-// the limit (10 % to several times off the slope): more butane takes RVP
-// above the EPA range (10 psi), more reformate the aromatics above CARB's.
-// The gasoline in C, kPa, wt% and g/mL reports the figures of the one in F,
-// psi, ppm and SPG by the published conversions.
+// Each product in its own units and the other system, zero-volume components included; emission slopes
+// hold beyond the models' ranges (butane lifts RVP past EPA's 10 psi, reformate aromatics past CARB's).
 TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
   const std::string gasoline =
       std::string(kGasoline) + "Isomerate,0,13.5,80,95,104,112,122,137,165,87.5,85.9,0,0.2,0,1,0,0,0.655\n";
@@ -129,9 +117,7 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
   }
 }
 
-// A property flagged as having linear limits keeps its value when two
-// recipes of that value are mixed (the recipes meeting a limit lie on a plane
-// through the origin); Healy's octane, E100, T90 and CI4 do not.
+// Properties flagged linear keep their value when two recipes of that value mix; Healy, E100, T90, CI4 do not.
 TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
   const struct {
     int product;
@@ -180,10 +166,7 @@ TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
   }
 }
 
-// A model asked for a few properties computes those and what they are
-// computed from, exactly as a whole evaluation does, and says of the others
-// that they were not asked for; a bad list changes nothing, a new product
-// kind asks for every property again.
+// Asked for a few properties, a model computes those (and their inputs) exactly, flags the rest not asked for.
 TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   Model whole = build(TARNBLEND_GASOLINE, kGasoline), part = build(TARNBLEND_GASOLINE, kGasoline);
   const std::vector<double> volumes = {300, 1500, 3000, 3300, 1900, 500};
@@ -212,9 +195,7 @@ TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   EXPECT_EQ(figure(part.get(), "DEN").status, TARNBLEND_COMPUTED);
 }
 
-// A blend of one component, or of several identical ones, is that component;
-// at the published reference points the correlations give the published
-// figures.
+// One component, or identical ones, blend to that component; published reference points give published figures.
 TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   const std::string header =
       "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T30[F],T50[F],T70[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],"
@@ -235,10 +216,7 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
     for (const auto& s : same) EXPECT_NEAR(value(m, s.key), s.expected, s.tolerance) << s.key;
   }
 
-  // ASTM D4737 procedure A is exactly 45.2 at its reference point: 850 kg/m3,
-  // T10 215 C, T50 260 C, T90 310 C (published-values). Viscosity blending
-  // numbers: 60 % of a 5 cSt and 40 % of a 20 cSt stream give 8.1085 cSt
-  // (published-values; equal densities make mass and volume shares equal).
+  // Published values: D4737 A is 45.2 at 850 kg/m3, T10/50/90 215/260/310 C; VBN 60 % 5 cSt + 40 % 20 cSt = 8.1085 cSt.
   Model diesel = build(TARNBLEND_DIESEL,
                        "NAME,VOLUME,DEN[g/mL],IBP[C],T10[C],T50[C],T90[C],FBP[C],VISC40[mm2/s],FLASH[C],POUR[C]\n"
                        "Light,60,0.85,180,215,260,310,350,5,60,-12\n"
@@ -272,9 +250,7 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   EXPECT_NEAR(value(fahrenheit.get(), "DI"), 1150.4, 0.05);
 }
 
-// THREEA11 turns the nearly flat curves of butane and ethanol into falling
-// TBP curves: with no pure-component threshold the blend is refused with the
-// remedy; with the library's default (10 F) both keep their curves.
+// THREEA11 makes butane's and ethanol's flat curves fall: refused without DPure, kept with the default 10 F.
 TEST_F(BlendTest, Threea11SampleIsNotComputedWithTheRemedy) {
   Model m = build(TARNBLEND_GASOLINE, kGasoline);
   ASSERT_EQ(tarnblend_model_set_option(m.get(), "D86METHOD", 1), TARNBLEND_OK);
@@ -304,10 +280,7 @@ TEST_F(BlendTest, Threea11SampleIsNotComputedWithTheRemedy) {
   EXPECT_NE(std::string(note).find("'Butane', 'Ethanol' boil within 10 F"), std::string::npos) << note;
 }
 
-// What a figure needs decides whether it is computed: a missing cell leaves
-// out only its figures, with the component named; a gasoline without
-// oxygenate columns has none and the emission models run; each product has
-// only its own figures.
+// A missing cell drops only its figures (component named); no oxygenate columns: none, emissions still run.
 TEST_F(BlendTest, MissingInputsProductsAndOxygenates) {
   Model m = build(TARNBLEND_GASOLINE,
                   "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],SUL[ppm],SPG\n"

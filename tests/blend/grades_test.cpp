@@ -1,6 +1,4 @@
-// Grades: published limits against the sample blends in the recipe's units,
-// every built-in grade and class with its sources, user grade files in CSV
-// and JSON and their faults named by place.
+// Grades: published limits against the sample blends, built-in grades and their sources, user grade files.
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -58,10 +56,7 @@ std::string temporaryFile(const std::string& content, const char* suffix) {
   return path;
 }
 
-// Published limits against the sample blends, compared in the recipe's
-// units (RVP in kPa, density as specific gravity, temperatures in F for the
-// gasoline; kg/m3 and C for the diesel); the gasoline with the full ethanol
-// share fails the federal RVP cap and passes without its butane.
+// Published limits in the recipe's units; full-ethanol gasoline fails the federal RVP cap, passes without butane.
 TEST_F(GradeTest, PublishedLimitsInTheRecipeUnits) {
   Model gasoline = build(TARNBLEND_GASOLINE, kGasoline), diesel = build(TARNBLEND_DIESEL, kDiesel);
   ASSERT_EQ(tarnblend_model_set_unit(gasoline.get(), "RVP", "kPa"), TARNBLEND_OK);

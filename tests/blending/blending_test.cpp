@@ -1,7 +1,4 @@
-// Blending rules: linear, interaction, freeze point, Healy and MTM octane
-// blending and the Chesapeak curve transform. Worked values, slopes of the
-// rules outside the catalogue against central differences, the MTM pair
-// undoing itself, and the behaviours kept on purpose.
+// Blending rules: worked values, slopes outside the catalogue, MTM undoing itself, kept behaviours.
 #include <gtest/gtest.h>
 
 #include <algorithm>

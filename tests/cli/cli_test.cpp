@@ -144,9 +144,7 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   for (int i = 0; i < n; ++i) {
     for (const auto& column : columns) curves.push_back(column[static_cast<std::size_t>(i)]);
   }
-  // The report takes components boiling within 10 F (butane, ethanol) as pure
-  // compounds that keep their curves through the TBP conversion, and searches
-  // the blended curve to a bisection tolerance of 1e-12.
+  // Butane and ethanol (boiling within 10 F) keep their curves; the blended curve is searched to 1e-12.
   double curve[7];
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "DPure", 10.0), 0);
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "BTol", 1e-12), 0);
@@ -208,10 +206,7 @@ std::string editedSample(const std::function<void(std::vector<std::string>&)>& e
   return text;
 }
 
-// A blend outside its grade has its own exit status (3) and names the failing limit;
-// without its butane the sample passes. The plot draws the grade's limits and
-// windows, every component with its share, and components without T30/T70
-// through their estimated points.
+// Off grade exits 3 naming the limit, passes without butane; the plot shows limits, windows and estimated points.
 TEST_F(CliTest, GradeChecksAndPlot) {
   const Outcome offSpec = run({"blend", "--json", "--grade", "US-CONVENTIONAL", "--class", "9.0"});
   EXPECT_EQ(offSpec.code, 3) << offSpec.err;
@@ -228,9 +223,7 @@ TEST_F(CliTest, GradeChecksAndPlot) {
   EXPECT_EQ(Json::parse(passing.out)["grade"]["limits"][0]["verdict"], "PASS");
   EXPECT_EQ(Json::parse(run({"grades", "--json"}).out).size(), 7u);
 
-  // Without T30 and T70 every component is drawn through its two estimated
-  // points (hollow markers, dashed segments); the EN 228 windows at 70, 100
-  // and 150 C, the end point at 210 C = 410 F.
+  // Without T30/T70: hollow estimated points, dashed segments; EN 228 windows and its 210 C = 410 F end point.
   TempFile estimated(editedSample([](std::vector<std::string>& cells) {
     cells.erase(cells.begin() + 7), cells.erase(cells.begin() + 5);  // T70, T30
   }));
@@ -247,10 +240,7 @@ TEST_F(CliTest, GradeChecksAndPlot) {
   }
 }
 
-// A figure the blend cannot compute reaches the report as null with its
-// reason, never as a number: THREEA11's falling curve for the narrow-boiling
-// ethanol, and a total volume beyond the largest double (each volume 4e304
-// times the sample's), whose blend is the sample's since only shares count.
+// Not computed is null with its reason: THREEA11 on ethanol, and volumes 4e304 times the sample's (same shares).
 TEST_F(CliTest, WhatCannotBeComputedIsNullWithItsReason) {
   const Json reference = Json::parse(run({"blend", "--json"}).out);
   const Outcome r = run({"blend", "--method", "THREEA11", "--json", "--set", "GENERICD86.DPure=0"});
@@ -280,11 +270,7 @@ TEST_F(CliTest, WhatCannotBeComputedIsNullWithItsReason) {
   }
 }
 
-// The catalogue, coefficients (with one changed for the run), a setting
-// that changes the report of the same run, and evaluations by index: their
-// JSON answers at a JSON pointer. The TVL figures are the library's own
-// evaluation; derivatives are input-major (T50 moves only E200), read with
-// as many outputs per input as a configured correlation has.
+// JSON answers at a pointer; TVL figures from the library, derivatives input-major (T50 moves only E200).
 TEST_F(CliTest, CatalogueCoefficientsAndEvaluationAnswers) {
   double in[3] = {9.0, 120.0, 210.0}, out[1], d[3];
   ASSERT_EQ(gfx_tarnGenCalc(0, 1, 0, in, out, d), 0);
@@ -356,9 +342,7 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
   EXPECT_EQ(celsius["temperature_unit"], "C");
   EXPECT_NEAR(celsius["outputs"]["TVL"].get<double>(), (out[0] - 32.0) / 1.8, 1e-3);
-  // A missing input or an undefined result is never a figure: the outputs
-  // are not computed, with the reason, and the run exits 1 (the library's
-  // TVL of a missing T10 is 2e29 with status 0; RVP of a missing index, status 1).
+  // Missing input or undefined result: not computed with the reason, exit 1 (TVL of a missing T10 is 2e29, status 0).
   for (const auto& [args, reason] : {std::pair{std::vector<std::string>{"TVL", "9", "NA", "210"}, "input T10 is missing"},
                                      {{"RVP", "NA"}, "input RVPNDX is missing"},
                                      {{"POURPOINT1", "-5"}, "status 1: the correlation's result is undefined"}}) {
@@ -395,9 +379,7 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   const Outcome local = run({"eval", "TVL", "--csv", semicolons.path()});
   EXPECT_EQ(local.code, 0) << local.err;
   EXPECT_EQ(split(local.out.substr(local.out.find("\nA,") + 1))[4], cells[4]);
-  // A row with an empty cell gets empty outputs and derivatives, status 1 and
-  // the reason, and the run says so; an output named like an input column
-  // gets its own name.
+  // Empty cell: empty outputs, status 1 and reason; an output named like an input column is renamed.
   TempFile undefinedRows("RVP,T10,T50\n9,120,210\n9,,210\n"), clash("RVPNDX,RVP\n9,old\n");
   const Outcome partly = run({"eval", "TVL", "--csv", undefinedRows.path(), "--derivs"});
   EXPECT_EQ(partly.code, 0);
@@ -411,9 +393,7 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
   const std::string header = "NAME,VOLUME[bbl],RVP[psi],T10[F],T50[F],T90[F]\n";
   std::string unlabelled = run({"sample"}).out;  // in degrees F, with the units taken out of the headers
   for (std::size_t at; (at = unlabelled.find("[F]")) != std::string::npos;) unlabelled.erase(at, 3);
-  // Arguments ("{}" names a file holding the text), file text, message. The
-  // recipe reader's own faults are tested with the blend library; these are
-  // the ones that reach the tool, each answered on one line, exit 2.
+  // Arguments ("{}" is a file holding the text), file text, message; one line, exit 2.
   const std::vector<std::tuple<std::vector<std::string>, std::string, std::string>> cases = {
       {{"describe", "57"}, "", "unknown correlation '57'"},
       {{"frobnicate"}, "", "unknown command 'frobnicate'"},

@@ -1,6 +1,4 @@
-// D86 <-> TBP conversion methods: published conversions and the polynomial
-// fits, round trips through the exact inverses, order checks, caps, the pure
-// component and the solver.
+// D86 <-> TBP: published conversions, fits, round trips, order checks, caps, pure components, the solver.
 #include <gtest/gtest.h>
 
 #include <cmath>

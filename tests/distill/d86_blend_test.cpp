@@ -1,6 +1,4 @@
-// Blending distillation curves: the volume bisection of gfx_FindPoints and
-// gfx_D86 through the TBP basis, their repairs and finite-difference
-// derivatives.
+// Blending distillation curves: gfx_FindPoints' bisection and gfx_D86 through TBP, repairs, derivatives.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,9 +17,7 @@ using Curve = std::vector<double>;
 
 class D86BlendTest : public tarn::testing::LibraryTest {};
 
-// The bisection ends within the default tolerance of 1e-7 x bracket width in
-// percent, about 1e-4 degrees on the linear curves; the TBP-basis blend lands
-// within a few thousandths of a degree.
+// Bisection tolerance 1e-7 x bracket is about 1e-4 degrees here; the TBP-basis blend a few thousandths.
 constexpr double kSearch = 1e-3, kBlend = 5e-3;
 
 // Linear curves: A is T = 100 + 2p, B is T = 200 + 2p (p in percent).
@@ -47,15 +43,9 @@ Curve blend(const Curve& fractions, Curve curves, int method, char unit, int* st
   return out;
 }
 
-// gfx_D86's derivative rows rebuilt from the public building blocks: every
-// curve converted forward (kept as it is where the method rejects it), the
-// TBP curves blended by gfx_FindPoints, the blend converted back and held
-// inside the lowest IBP and highest FBP of the unperturbed curves whose
-// fraction is at least MinVol; each row a forward difference with step
-// |x| DDelta (DDelta where that is below 1e-7). A fraction step that takes
-// the sum out of its window leaves the unperturbed blend, and so does a
-// point step that the forward method refuses (the component keeps its
-// unperturbed TBP curve).
+// gfx_D86's derivative rows rebuilt from public blocks: convert (keeping rejected curves), blend by FindPoints,
+// convert back, clamp to the unperturbed IBP/FBP range; forward differences with step |x| DDelta (min 1e-7).
+// A fraction step leaving the sum's window, or a point step the method refuses, leaves the unperturbed blend.
 Curve referenceDerivatives(const Curve& fractions, const Curve& curves, int method, char unit) {
   const int n = static_cast<int>(fractions.size());
   const auto forwardOrKeep = [&](const double* d86, double* tbp) {
@@ -195,9 +185,7 @@ TEST_F(D86BlendTest, OneComponentOrTwoIdenticalOnesComeBackThroughTheirMethod) {
 }
 
 TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
-  // A lone gasoline, every method and unit: the blend is held at its own IBP
-  // and FBP, which a perturbed IBP or FBP does not move. Intended: the
-  // fraction step takes the sum out of its window, so that row is 0.
+  // A lone gasoline, every method and unit, is held at its own IBP/FBP; its fraction row is 0 (intended).
   for (int method = 0; method <= 5; ++method) {
     for (char unit : {'F', 'C'}) {
       const Curve curve = unit == 'C' ? tarn::testing::celsiusOf(kGasoline) : kGasoline;
@@ -214,10 +202,7 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
   EXPECT_NEAR(derivs[7], 0.99965, 1e-5);
   EXPECT_EQ(derivs[7 * 7 + 6], 0.0);
 
-  // Random blends: every method and unit, beyond the 64 components kept on
-  // the stack, with twins, components below MinVol, a negative fraction,
-  // searched IBP and FBP, and a tolerance so fine that most decisions fall
-  // within rounding.
+  // Random blends, every method and unit: >64 components, twins, below MinVol, negative fractions, fine tolerance.
   std::mt19937 random(20);
   const auto uniform = [&random](double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(random); };
   const std::vector<std::pair<const char*, double>> settings[] = {
@@ -250,13 +235,8 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
   EXPECT_GE(compared, 20);
 }
 
-// Found by the distillation fuzz target: a component whose curve ends in a
-// flat stretch gave NaN rows with status 0 (HC94: T50, T70 and T90), and
-// ethanol entered as a flat curve rows of -1000 per degree. Each step lifted
-// a point above its equal neighbour, the forward method refused the curve,
-// and the blend search on the curve kept as it was collapsed to its lower
-// limit. A point step that leaves the curve out of order now leaves the
-// component's TBP curve, so the row is 0.
+// Found by fuzzing: flat-ended curves (and ethanol) gave NaN or -1000/degree rows with status 0 when a point
+// step put the curve out of order; that component now keeps its TBP curve and the row is 0.
 TEST_F(D86BlendTest, FlatCurveStretchGaveNaNDerivativeRowsWithStatusZero) {
   const struct {
     Curve fractions, curves;

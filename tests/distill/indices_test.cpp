@@ -1,6 +1,4 @@
-// Distillation-derived indices: their order, divisor and gap rules and the
-// repairs of the inverses. Values and slopes in both units: by index
-// (catalogue_rows.csv and the derivative walk); round trips: consistency_test.
+// Distillation indices: order, divisor and gap rules, repairs of the inverses (values: catalogue_rows.csv).
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,6 +1,4 @@
-// Curve interpolation: two-point lines, reading a curve both ways, the
-// log-linear estimate of missing points, the quadratic inversion and the
-// seven/five-point layouts.
+// Curve interpolation: lines, reading curves both ways, log-linear estimates, quadratic inversion, layouts.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -71,9 +69,7 @@ TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) 
   EXPECT_NEAR(t30, buffer[2], 1e-9);
   EXPECT_NEAR(t70, buffer[4], 1e-9);
 
-  // An estimate beyond its neighbours becomes their mean: the model through
-  // IBP 100, T10 250, T50 260 overshoots T50 at 30 %, and the one through
-  // FBP 400, T90 270, T50 260 undershoots T50 at 70 %.
+  // An estimate beyond its neighbours becomes their mean (overshoots at 30 %, undershoots at 70 %).
   double steep[7] = {100, 250, 1e30, 260, 1e30, 270, 400};
   gfx_TBPLogInterpolate2(steep);
   EXPECT_EQ(steep[2], 255.0);

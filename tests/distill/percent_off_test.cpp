@@ -1,7 +1,4 @@
-// Percent-off conversions: D86 curve <-> percent evaporated at fixed
-// temperatures on the standard and configurable point sets, the remapping
-// underneath, their repairs, derivative flags and the oxygenate adapter
-// (their slopes: the derivative walk).
+// Percent-off conversions at fixed temperatures, the remapping, repairs, derivative flags, the oxygenate adapter.
 #include <gtest/gtest.h>
 
 #include <cmath>

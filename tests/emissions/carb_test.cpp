@@ -173,9 +173,7 @@ TEST_F(CarbTest, Phase3AveragingFlagsGiveMissingResultsAndLeaveInputsAlone) {
 
 TEST_F(CarbTest, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   using namespace tarn::emissions;
-  // Intended: aromatics (3) and benzene (7) missing are zeroed in the caller's array, and the sensitivity blocks of
-  // their predecessors T90 (2) and sulfur (6) cleared, their own kept. A missing first input clears nothing: guard
-  // cells catch writes outside the block.
+  // Intended: missing aromatics/benzene zeroed in the caller's array, T90/sulfur blocks cleared; guards catch overruns.
   Vec in{1e30, 195, 315, 1e30, 8, 1.2, 60, 1e30}, zeroed = in;
   zeroed[0] = zeroed[3] = zeroed[7] = 0.0;
   double direct[24], out[3];

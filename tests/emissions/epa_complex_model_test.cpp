@@ -1,6 +1,4 @@
-// The EPA complex emissions model: the regulation's worked example, baseline fuels, flat lines and
-// extrapolation edges, winter rules, the valid-range count, sensitivities, the catalogue adapter, and the
-// percent/absolute conversion over its baseline table.
+// EPA complex model: the regulation's worked example, baselines, edges, winter rules, range count, conversions.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -40,9 +38,7 @@ class EpaComplexModelTest : public tarn::testing::LibraryTest {
 };
 
 TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
-  // The worked example's percent changes are checked by index (catalogue_rows.csv).
-  // The intermediate emissions, mg/mile: exhaust and non-exhaust VOC, NOx,
-  // exhaust benzene, formaldehyde, acetaldehyde, butadiene, POM, non-exhaust benzene.
+  // Intermediate emissions of the worked example, mg/mile (its percent changes: catalogue_rows.csv).
   tarn::emissions::EpaOptions options;
   ASSERT_TRUE(tarn::emissions::decodeEpaOptions("B2S", &options));
   const auto e = tarn::emissions::evaluateEpaComplexModel(kExampleFuel.data(), options);
@@ -215,9 +211,7 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
   EXPECT_EQ(gfx_tarnGenCalc(7, 0, 0, in.data(), out.data(), nullptr), 0);
   EXPECT_EQ(out[VOC], 1e30);
 
-  // Intended: missing sulfur and benzene are evaluated as 0, written into the caller's array, and the sensitivity
-  // blocks of the inputs before them (TAME oxygen and olefins) are cleared. A missing first input clears nothing:
-  // guard entries sit in front of the array.
+  // Intended: missing sulfur/benzene evaluated as 0 in the caller's array, TAME/olefin blocks cleared; guards in front.
   optionsFor({1, 2, 1, 1, 1, 0, 0});  // the start-up selectors, "B2SCR0U"
   in[MTO] = in[SUL] = in[BNZ] = 1e30;
   ASSERT_EQ(gfx_tarnGenCalc(7, 1, 0, in.data(), out.data(), deriv.data() + 5), 0);

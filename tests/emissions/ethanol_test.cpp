@@ -1,6 +1,4 @@
-// Ethanol blendstock models: gfx_WCARBOB, gfx_WCARBOB2, gfx_WRBOB,
-// gfx_WCARBOB2CalcOffset and the CARBOB2 catalogue adapter. Worked blends,
-// the T50 switch at 9 vol % among them: by index (catalogue_rows.csv).
+// Ethanol blendstock models and the CARBOB2 adapter (worked blends: catalogue_rows.csv).
 #include <gtest/gtest.h>
 
 #include <string>

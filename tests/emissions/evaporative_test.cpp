@@ -1,6 +1,4 @@
-// Percent evaporated at set temperatures (gfx_Evaporative). Values inside the
-// curve by index (catalogue_rows.csv); sensitivities, inside the curve and
-// extended beyond it (intended), by the derivative walk.
+// gfx_Evaporative (values: catalogue_rows.csv; sensitivities, extended beyond the curve: derivative walk).
 #include <gtest/gtest.h>
 
 #include <string>

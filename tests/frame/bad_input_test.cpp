@@ -1,10 +1,5 @@
-// Bad input through evaluation by index: every built-in correlation, every
-// input position in turn set to the missing value, NaN, +-infinity, zero and
-// a huge value, with and without derivatives; then the faults fuzzing found,
-// each with the input that showed it. The status must be one the correlation
-// documents, and NaN must not appear in a result unless the caller passed NaN
-// or a documented rule lets it through: T10INDEX, T50INDEX and T90INDEX report
-// an undefined index of NaN with status 0.
+// Every correlation and input position set to missing, NaN, +-inf, zero and huge, then the fuzz-found faults:
+// documented statuses only, and no NaN unless passed in (or the three-point indices' NaN rule).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -113,11 +108,7 @@ TEST_F(BadInput, CetaneImproverOfANegativeApiOrTemperatureIsMissing) {
   }
 }
 
-// Models computed NaN from infinite or huge inputs and returned it with
-// status 0. Such a result is now undefined: 1e30 and status 1, a NaN
-// derivative 0. The three-point indices keep their NaN rule, and outputs a
-// correlation leaves alone keep the caller's values without changing the
-// status.
+// Infinite or huge inputs gave NaN with status 0; now 1e30 and status 1 (NaN derivative 0), NaN rule kept.
 TEST_F(BadInput, NaNComputedFromNumbersIsReportedAsUndefined) {
   const struct {
     int index, position;

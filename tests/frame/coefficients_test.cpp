@@ -1,6 +1,4 @@
-// Correlation coefficients: names, defaults and store rules against a
-// transcription of the published lists, the fields they share with each other
-// and with keyword access, and the failure codes.
+// Coefficients: names, defaults, store rules and shared fields against the published lists; failure codes.
 #include <gtest/gtest.h>
 
 #include <algorithm>

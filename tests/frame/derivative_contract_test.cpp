@@ -1,10 +1,5 @@
-// The derivative contract of evaluation by index. Every derivative entry of
-// every built-in correlation, in both temperature units and at several point
-// counts, is compared with a central difference of the outputs gfx_tarnGenCalc
-// evaluates, and must stay in its class: exact, a forward difference by design
-// (equal to the forward difference with the correlation's own step), or a
-// deliberate difference (equal to what that difference predicts). The same
-// walk writes docs/derivatives.md, which must be current.
+// Every derivative of every correlation, both units, several point counts, against central differences, in its
+// class (exact, forward difference by design, or deliberate difference); the walk writes docs/derivatives.md.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -85,9 +80,7 @@ const std::multimap<int, Vector> kMoreRows = {
     {49, {0.5, 2, 6, 18, 36, 60, 87, 93, 97, 99.5, 10, 0.2, 0.5, 1, 2, 60, 100, 100, 100, 100, 100}},
 };
 
-// Default coefficients in one unit (every CORF), and either the default
-// point counts or fewer percent points and twelve evaporation temperatures
-// from 60 to 500 F (some beyond the curves).
+// Default coefficients in one unit; default point counts, or fewer percent points and 12 temperatures 60-500 F.
 void configure(char unit, bool otherCounts) {
   ASSERT_EQ(gfx_tarnInitializeCoefs(), 0);
   setEveryUnitFlag(unit == 'F' ? 1.0 : 0.0);

@@ -1,6 +1,4 @@
-// Evaluation by index: worked values, the special steps branch by branch, the
-// type handling of the entry points and the batch form (slopes:
-// derivative_contract_test).
+// Evaluation by index: worked values, special-step branches, entry-point types, the batch form.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,9 +21,7 @@ constexpr double kUnset = -7.25;  // genCalc's fill
 
 using DispatchTest = EvaluationTest;
 
-// Each row of tests/data/catalogue_rows.csv against values worked
-// independently, in its unit and settings; no slope written without a request
-// but by the rows that do so on purpose.
+// Each catalogue row against its worked value; no slopes unrequested except rows that write them on purpose.
 TEST_F(DispatchTest, EveryWorkedValueComesOutOfItsCorrelationWithoutSlopes) {
   // MTMF, MTMR and the oxygenate rows write some slopes whatever the flag;
   // D86TOPERCENTOFF and CD86FROMPERCENTOFF fill any array they are given.

@@ -1,8 +1,4 @@
-// The look for NaN among a row's results: at every array length a row has
-// (one output up to the 13 x 25 derivatives of ND86TOPERCENTOFF), a NaN at
-// any position is found, whichever running sum and remainder it falls in,
-// and finite results, missing values among them, never send a call to the
-// second run.
+// A NaN at any position of any array length a row has is found; finite results never trigger the second run.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -60,9 +60,7 @@ std::string handlerOutput(int index, int code, int inputCount, const double* inp
 }
 
 TEST(ErrorHandler, PrintsTheDiagnosticExactlyAndNothingForAnUnknownIndexOrStream) {
-  // Start-up failure is the one code spelled out, a code with a message is
-  // still printed as not found; inputs beyond the correlation's own repeat
-  // its last property id.
+  // Start-up failure is spelled out; inputs beyond a correlation's own repeat its last property id.
   const double tvl[] = {9.0, 130.0, 210.0, -0.5};
   EXPECT_EQ(handlerOutput(8, -4, 1, tvl),
             "8: RVP\n-4: Error Message Code not found. \nNumber of Inputs expected 1"

@@ -1,7 +1,4 @@
-// Reading the compact lists in which the frame tests transcribe the published
-// catalogue: space-separated words, where "P{1..3}" stands for P1 P2 P3,
-// "P{00..11}" keeps the width of its first number, and text after the braces
-// is kept ("POFF{1..2}_No_Ethanol").
+// The compact published-catalogue lists: "P{1..3}" is P1 P2 P3, "P{00..11}" keeps widths, suffixes kept.
 #pragma once
 
 #include <sstream>

@@ -1,6 +1,4 @@
-// Recipe files through the blend library's readers: every dialect a lab or a
-// spreadsheet writes gives the same recipe as the plain file, and every bad
-// file gives one line naming the file, line and column, never its raw bytes.
+// Recipe files: every lab/spreadsheet dialect reads as the plain file; bad files get file:line:column, no raw bytes.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -74,9 +72,7 @@ void expectPlainRecipe(const Read& r, const std::string& dialect) {
   }
 }
 
-// Each dialect as a lab or a spreadsheet writes it, its figures converted by
-// hand with the textbook relations (C = (F - 32) / 1.8, 1 psi = 6.894757 kPa,
-// SG 60/60 F = density / 999.016, API = 141.5 / SG - 131.5).
+// Dialects converted by hand: C = (F - 32) / 1.8, 1 psi = 6.894757 kPa, SG = density / 999.016, API = 141.5/SG - 131.5.
 TEST(RecipeFiles, EveryDialectGivesThePlainRecipe) {
   const std::pair<const char*, std::string> dialects[] = {
       {"plain CSV", kPlain},

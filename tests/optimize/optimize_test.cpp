@@ -1,8 +1,5 @@
-// The blend optimiser's C interface: every refused request answered with its
-// status and a message that names the fault; problem files with their
-// faults placed; components lacking an input kept out; results only after a
-// solve. The optimiser's answers are checked against independent solvers in
-// test_optimize.py.
+// The optimiser's C interface: refusals with status and message, problem-file faults placed, results after a
+// solve (optimum values: test_optimize.py against independent solvers).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -131,12 +128,8 @@ TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
   refused(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_ERROR_STATE, "not solved");
 }
 
-// After a solve the product's model holds every blended property, limited or
-// not, with its derivatives, at the recipe the solve reports: a model built
-// afresh gives the same figures there. (The optimiser evaluates only the
-// limited properties while it solves; an infeasible problem tries each
-// relaxation alone, at other recipes, before it answers.) The second start is
-// spared when only limits linear in the volumes bind, with the same answer.
+// After a solve the model holds every property and derivative at the reported recipe, as a fresh model does;
+// the second start is spared when only linear limits bind.
 TEST_F(Optimizer, TheModelIsLeftWholeAtTheRecipeAndASecondStartOnlyWhereNonLinearLimitsBind) {
   const struct {
     const char* key;  // limited with RVP max 9 psi (or below every component's)
@@ -224,9 +217,7 @@ TEST_F(Optimizer, ProblemFileFaultsArePlaced) {
       {R"({"components": [{"name": "A"}], "products": [{"name": "X"}]})",
        "components[0]: component 'A' is not in the recipe and has no \"properties\""},
       {"{" + components + R"("products": []})", "products: the problem has no product"},
-      // Found by the problem fuzz target: a number beyond a double came out
-      // as an internal error without its place, and a file's control
-      // characters and bytes that are not UTF-8 reached the message raw.
+      // Found by fuzzing: an out-of-range number lost its place; control and non-UTF-8 bytes reached the message.
       {R"({"products": [{"name": "X", "price": 1e999}]})", "problem.json:1:42: malformed JSON: number overflow"},
       {"{" + components + R"("products": [{"name": "X", "shares": [{"component": "B\t", "max": 5}]}]})",
        "no component named 'B\\x09'"},

@@ -1,6 +1,4 @@
-// Keyword access to the parameter block: the listing against what the
-// accessors recognise and a reset restores, store rules, matching, the CARB
-// unit and the temperature points.
+// Keyword access: the listing, store rules, matching, the CARB unit and the temperature points.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -90,9 +88,7 @@ TEST_F(KeywordTest, StoreRules) {
   } steps[] = {
       // Switches read back as signs; not > 0 is off.
       {"TARN", "ChangeData", 0.5, 0, 1}, {"TARN", "ChangeData", 0, 0, -1},
-      // Refused unless the stored value is positive (the new one is not
-      // checked): -5 goes in, then nothing more until a reset. Only those
-      // fields carry the rule: T50INDEX P2 is an ordinary field.
+      // Refused unless the stored value is positive: -5 goes in, then nothing until a reset (not T50INDEX P2).
       {"CETANEIMPROVER", "P2", -5, 0, -5}, {"CETANEIMPROVER", "P2", 10, 1, -5},
       {"CETANEIMPROVER2", "P4", 0, 0, 0}, {"CETANEIMPROVER2", "P4", 4, 1, 0},
       {"T10INDEX", "P2", 0, 0, 0}, {"T10INDEX", "P2", 4, 1, 0},

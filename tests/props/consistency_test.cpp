@@ -1,6 +1,4 @@
-// Index/property round trips in both units, slopes of the functions outside
-// the catalogue, and the places where a reported slope deliberately is not
-// the slope (the catalogue's slopes: derivative_contract_test).
+// Index/property round trips, slopes outside the catalogue, and slopes that deliberately are not the slope.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -101,9 +99,7 @@ TEST_F(PropertyConsistency, EveryPairRoundTripsInBothUnits) {
 }
 
 TEST_F(PropertyConsistency, DeliberateDeviationsFromTheSlope) {
-  // Below absolute zero the cloud and flash indices compute no slope, yet a
-  // Celsius caller's derivative variable is rescaled in place (x1.8; /1.8 by
-  // the reverses of an undefined index): kept for hosts.
+  // Below absolute zero no slope, yet a Celsius caller's derivative is rescaled in place: kept for hosts.
   for (WithUnit index : {gfx_CloudPointIndex1, gfx_CloudPointIndex3, gfx_FlashPointIndex1}) {
     double d = 2.0;
     EXPECT_EQ(index('C', -300.0, 1, &d), 1e30);

@@ -1,6 +1,4 @@
-// Single-property correlations at the edges of their domains, with and
-// without ChangeData, and the few values not reachable by index. Worked values
-// by index: catalogue_rows.csv; round trips and slopes: consistency_test.cpp.
+// Single-property correlations at their domain edges, with and without ChangeData (worked values by index).
 #include <gtest/gtest.h>
 
 #include <cmath>

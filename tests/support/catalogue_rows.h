@@ -1,7 +1,5 @@
-// The catalogue's reference rows (tests/data/catalogue_rows.csv): one
-// realistic input row per correlation, used by the walks over the catalogue
-// and by the benchmarks, and values worked independently from the published
-// formulas, each with its tolerance and source.
+// The catalogue's reference rows (tests/data/catalogue_rows.csv): a realistic row per correlation and
+// independently worked values with tolerance and source.
 #pragma once
 
 #include <cmath>

@@ -1,6 +1,4 @@
-// Checking reported derivatives against central finite differences. Every
-// test of a derivative goes through these helpers, so the step and the
-// tolerance rule are the same everywhere.
+// Derivatives against central differences: one step and tolerance rule for every test.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -6,9 +6,7 @@
 
 namespace tarn::testing {
 
-// 0, and 1 for a result that could not be computed (the missing value, or a
-// result that would not be a number), for every correlation; the models' own
-// codes where they have them.
+// 0, and 1 for a result not computed (missing or not a number), for every correlation; models' own codes too.
 inline std::set<int> documentedStatuses(int index) {
   switch (index) {
     case 6: case 53: return {0, 1, 2};             // D86TOPERCENTOFF, EVAPORATIVE
