@@ -1,7 +1,5 @@
-"""Recipes, blends, grades and the optimiser from Python, against references
-the package does not compute: the tarn tool's figures for the same recipe
-file, unit conversions done here, central differences of the blend itself,
-limits subtracted by hand, and volume averages of a linear blending problem."""
+"""Recipes, blends, grades and the optimiser from Python against the tool's figures, hand conversions,
+central differences and a linear blending problem."""
 
 import json
 import math

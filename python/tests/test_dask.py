@@ -1,7 +1,4 @@
-"""tarn.dask on a LocalCluster of two worker processes: the cases and
-partitions reach both processes, come back in order and equal what this
-process computes alone; each task starts from the library's defaults plus
-its own setup, so settings do not leak between tasks of one worker."""
+"""tarn.dask on two worker processes: results in order, equal to local ones, no settings leaking between tasks."""
 
 import functools
 import os

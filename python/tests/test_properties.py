@@ -1,10 +1,5 @@
-"""evaluate_many over generated batches: shapes (no rows to many), dtypes,
-memory layouts, missing values given as NaN, None or a mask. Every row must
-come out as evaluate gives it alone (the one-row path reads the values one by
-one and calls the library's single evaluation, the batch path converts the
-array at once and calls the batch entry), no output is ever +-1e30 or
-infinite, a row has status 0 exactly when all its outputs are figures, and
-the caller's array is left as it was."""
+"""evaluate_many over generated batches (shapes, dtypes, layouts, NaN/None/mask missing values): each row
+as evaluate gives it, never +-1e30 or inf, status 0 exactly when all outputs are figures, input untouched."""
 
 import numpy
 import pytest

@@ -1,5 +1,4 @@
-"""The Python package against the C library: catalogue, values, derivatives,
-missing values, refused input, errors, parameters, coefficients, caching."""
+"""The Python package against the C library: values, derivatives, missing values, errors, parameters."""
 
 import math
 import os

@@ -1,8 +1,5 @@
-"""tarn optimize end to end: the example problems solve and their recipes,
-saved and blended again by `tarn blend --grade`, pass every limit of the
-grade; back-solving and an infeasible grade through the tool's own forms; the
-output formats and the plots. (Its refusals of bad input are in the tool's
-table of bad input, tests/cli.)"""
+"""tarn optimize end to end: example recipes pass their grade when blended again; back-solving, infeasible
+grades, output formats, plots (bad input: tests/cli)."""
 
 import csv
 import io

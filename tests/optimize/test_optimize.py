@@ -1,8 +1,5 @@
-"""The blend optimiser, through the tarn package, against independent
-references: the exact LP optimum from SciPy's linprog (HiGHS) for limits that
-blend linearly, SLSQP on the blend model's own values for non-linear ones,
-central differences of the optimum for every shadow price and marginal value,
-re-solves for the least relaxations, and a root finder for back-solving."""
+"""The optimiser against independent references: linprog (HiGHS) for linear limits, SLSQP on the model's
+values otherwise, central differences for sensitivities, re-solves for relaxations, a root finder for back-solving."""
 
 import copy
 
@@ -49,8 +46,7 @@ def margin(task):
 
 
 class Model:
-    """The same components as a recipe of the package: every blended property
-    and its Jacobian at any volumes, for a second solver to use."""
+    """The same components as a package recipe: blended properties and Jacobian for a second solver."""
 
     def __init__(self):
         table = {"NAME": NAMES, "VOLUME[bbl]": list(RECIPE.values())}
@@ -84,9 +80,7 @@ LINEAR = {
 
 
 def linprog_optimum(task):
-    """The exact LP optimum, built from the component table: a limit L on a
-    volume-blended property q is sum v_i (q_i - L) on one side of 0, on a
-    mass-blended one sum v_i SPG_i (q_i - L)."""
+    """The exact LP optimum: a limit L on q is sum v_i (q_i - L) (times SPG_i when q blends by mass)."""
     n, products = len(NAMES), task["products"]
     cost = np.array([c["cost"] for c in task["components"]])
     c, a_ub, b_ub, a_eq, b_eq = [], [], [], [], []
@@ -148,9 +142,7 @@ NONLINEAR = {
 
 
 def slsqp_optimum(task):
-    """SLSQP on the same problem, with the blend model's values and
-    derivatives as the only thing shared with the optimiser (volumes in
-    thousands, the objective scaled to a few units so its steps are sound)."""
+    """SLSQP sharing only the blend model's values and derivatives (volumes in thousands, objective scaled)."""
     products, n, scale = task["products"], len(NAMES), 1000.0
     model = Model()
     cost = np.array([c["cost"] for c in task["components"]])
@@ -210,9 +202,7 @@ def test_optimum_meets_an_independent_solver(name):
 @pytest.mark.parametrize("name", ["two products sharing components, margin", "vapour pressure and octane",
                                   "two grades, margin"])
 def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
-    """Each binding limit, availability and demand moved a little each way:
-    the central difference of the optimal objective is the reported
-    sensitivity, within 2 %."""
+    """Each binding limit, availability and demand: the reported sensitivity is the optimum's central difference."""
     task = PROBLEMS[name]
     solved = solve(task)
     cases, seen = [], {}  # (reported slope per unit of the number in task, path to that number)
@@ -256,9 +246,7 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
     [{"property": "AKI", "min": 91}, {"property": "T90", "max": 300}, {"property": "RVP", "max": 7.0}],
 ], ids=["one limit", "three, any one of which can give"])
 def test_least_relaxations_are_least_and_enough(limits):
-    """Each limit that alone can restore feasibility, moved by its reported
-    least relaxation (and a hair more), gives a recipe; moved by 97 % of it,
-    none."""
+    """Each limit moved by its least relaxation (and a hair) gives a recipe; by 97 % of it, none."""
     task = problem([{"name": "Regular", "demand": 8000, "limits": limits}])
     solved = solve(task, "infeasible")
     relaxations = solved.relaxations
@@ -277,8 +265,7 @@ def test_least_relaxations_are_least_and_enough(limits):
 
 
 def back_solving(targets, free, caps=None):
-    """The recipe's components at their volumes but the free ones (at most
-    their cap), one product holding the targets."""
+    """The recipe's components at their volumes, the free ones up to their cap; one product holding the targets."""
     caps = caps or {}
     return {"units": UNITS, "products": [
         {"name": "Blend", "targets": [{"property": key, "value": value} for key, value in targets.items()]}],
@@ -309,8 +296,7 @@ def test_back_solving_finds_the_volumes_a_root_finder_finds(targets, free):
 
 
 def test_an_unreachable_target_moves_by_the_least_amount():
-    """Butane capped at 200 barrels cannot lift the blend to 12 psi: the
-    target moves down to the vapour pressure of the blend with all 200."""
+    """Butane capped at 200 bbl cannot reach 12 psi: the target moves to the RVP with all 200."""
     solved = solve(back_solving({"RVP": 12.0}, ["Butane"], {"Butane": 200}), "infeasible")
     assert list(solved.relaxations["side"]) == ["target"] and "move RVP target down by" in solved.summary
     volumes = np.array([RECIPE[n] for n in NAMES])
