@@ -199,8 +199,7 @@ def test_recipes_refuse_bad_tables_and_keep_their_state():
         numpy.testing.assert_array_equal(recipe.volumes, before)
     with pytest.raises(tarn.BlendError):
         tarn.Recipe({**table, "VOLUME[bbl]": [0, 0]})
-    # A pickled recipe (what goes to a Dask worker) blends as the original,
-    # with its changed volumes and options.
+    # A pickled recipe (what goes to a Dask worker) blends as the original, with its changed volumes and options.
     recipe.set_volumes({"Alkylate": 500.0})
     recipe.set_option("D86METHOD", 1)
     copy = pickle.loads(pickle.dumps(recipe))
@@ -249,8 +248,7 @@ def test_optimize_answers_as_frames():
     assert (limits.shadow_price[limits.binding == ""].abs() < 1e-6).all()
     assert optimum.row()["volume:Blend:Alkylate"] == volumes[2]
 
-    # No recipe meets aromatics at most 1 vol% with this much demand: the
-    # answer says what to relax instead of raising.
+    # No recipe meets aromatics at most 1 vol% with this much demand: the answer says what to relax instead of raising.
     stuck = tarn.optimize(lp_problem({**LP_LIMITS, "ARO": 1.0}, demand=12000), as_frame=False)
     assert stuck.outcome == "infeasible" and not stuck.solved
     assert "relax" in stuck.summary and len(stuck.relaxations) >= 1
@@ -263,8 +261,7 @@ def test_optimize_answers_as_frames():
 
 @needs_cli
 def test_optimize_takes_its_components_from_a_recipe(samples):
-    # Back-solving through a Recipe: how much butane takes the sample to
-    # 9.0 psi with the other components held.
+    # Back-solving through a Recipe: how much butane takes the sample to 9.0 psi with the other components held.
     recipe = tarn.Recipe(samples["gasoline"])
     held = [{"name": name, "fixed": volume} for name, volume in zip(recipe.components, recipe.volumes)
             if name != "Butane"]

@@ -1,5 +1,4 @@
-// Building blend models for the tests from small CSV-like tables, and
-// reading their results by key.
+// Building blend models for the tests from small CSV-like tables, and reading their results by key.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -361,8 +361,7 @@ TEST_F(BlendTest, BadInputIsRefusedWithItsStatus) {
   tarnblend_model_volume(model, 0, &volume);
   EXPECT_EQ(volume, 1.0);
 
-  // Volumes of 1e308 add up without overflowing; volumes adding up to
-  // nothing answer with a status, never a NaN.
+  // Volumes of 1e308 add up without overflowing; volumes adding up to nothing answer with a status, never a NaN.
   const Evaluation huge = evaluateAt(model, {1e308, 1e308});
   EXPECT_NEAR(value(model, "ARO"), 25.0, 1e-9);
   EXPECT_EQ(figure(model, "RVP").status, TARNBLEND_COMPUTED);

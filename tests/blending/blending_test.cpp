@@ -61,8 +61,7 @@ TEST_F(BlendingTest, InteractionSlopesAndTheirModes) {
   Vector d;
   EXPECT_EQ(interactive(1, {0, 4, 0, 0}, {0.5, 90, 0.5, 100}, &d)[0], 96);  // 95 + 0.5*4*0.5
   EXPECT_EQ(d, (Vector{-5, 0.5, 5, 0.5}));  // minus 2Q + L = 97 for renormalised fractions
-  // Any other mode gives plain partials; with interactions in row 0 only they
-  // are the slopes of the value.
+  // Any other mode gives plain partials; with interactions in row 0 only they are the slopes of the value.
   const Vector rowZero = {9, 2.5, -1.5, 0, 0, 0, 0, 0, 0}, v = {0.2, 88, 0.3, 92, 0.5, 97};
   interactive(-1, rowZero, v, &d);
   expectJacobianNear(d, centralJacobian([&](const Vector& w) { return interactive(0, rowZero, w); }, v, 1), 1);

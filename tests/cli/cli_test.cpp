@@ -192,8 +192,7 @@ std::size_t count(const std::string& text, const std::string& part) {
   return n;
 }
 
-// The sample recipe with each line's cells changed by `edit` (header lines
-// included; comment lines kept as they are).
+// The sample recipe with each line's cells changed by `edit` (header lines included; comment lines kept as they are).
 std::string editedSample(const std::function<void(std::vector<std::string>&)>& edit) {
   std::string text;
   std::stringstream lines(run({"sample"}).out);
@@ -326,8 +325,7 @@ TEST_F(CliTest, CatalogueCoefficientsAndEvaluationAnswers) {
   EXPECT_EQ(params.out.substr(0, params.out.find("RVP^e")),
             "correlation,alias,parameter,value,default,unit,description\n"
             "REIDVAPORPRESSURE,,*,1.3,1.25,,exponent e of the vapour-pressure blending index ");
-  // The status-code list carries the library's own message where a code has
-  // one, and the meaning where it has none.
+  // The status-code list carries the library's own message where a code has one, and the meaning where it has none.
   std::map<int, Json> codes;
   for (const Json& c : Json::parse(run({"codes", "--json"}).out)) codes[c["code"].get<int>()] = c;
   EXPECT_EQ(codes[-4]["message"], "Invalid Correlation index passed.");
@@ -358,8 +356,7 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
     EXPECT_NE(undefined.err.find(args[0] + " not computed: " + reason), std::string::npos) << undefined.err;
   }
 
-  // Per row: columns found by name in any order, others copied through,
-  // derivative columns labelled.
+  // Per row: columns found by name in any order, others copied through, derivative columns labelled.
   TempFile rows("case,T50,t10,RVP\nA,210,120,9\nB,200,110,8\n"), result("", ".out.csv");
   const Outcome batch = run({"eval", "TVL", "--csv", rows.path(), "-o", result.path(), "--derivs"});
   ASSERT_EQ(batch.code, 0) << batch.err;
@@ -415,8 +412,7 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
       // Recipe faults, named by file, line and column.
       {{"blend", "{}"}, "\x7F" "ELF\x02\x01\x01\x1B[2J\x9B", ":1:1: binary data or a control character (byte 7F)"},
       {{"blend", "{}"}, header + "Naphtha \xE9t\xE9,1,9,130,210,330\n", ":2:9: the file is not UTF-8 text (byte E9 here)"},
-      // Degrees F read as C: above the end point of a gasoline, or above
-      // what a D86 distillation reads.
+      // Degrees F read as C: above the end point of a gasoline, or above what a D86 distillation reads.
       {{"blend", "{}", "--units", "C"}, unlabelled, ":6:32: T50 of 'Reformate' would be 246 C, above the 225 C"},
       {{"blend", "{}", "--units", "C", "--product", "diesel"}, unlabelled, "FBP of 'FCC naphtha' is 408 C, above the 400 C"},
       {{"blend", "{}", "--units", "C"}, "NAME,VOLUME,T50[F]\nA,1,200\n", "T50 is in F but the unit of unlabelled temperatures is C"},
@@ -446,8 +442,7 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
     EXPECT_EQ(r.err.rfind("tarn: error: ", 0), 0u);
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
     EXPECT_EQ(r.out, "");
-    // No byte of the file reaches the terminal raw: the message is UTF-8
-    // text without control characters.
+    // No byte of the file reaches the terminal raw: the message is UTF-8 text without control characters.
     for (std::size_t i = 0; i < r.err.size(); ++i) {
       const auto c = static_cast<unsigned char>(r.err[i]);
       EXPECT_TRUE((c >= 0x20 && c != 0x7F && c != 0xC2) || c == '\n' || (c == 0xC2 && i + 1 < r.err.size() &&

@@ -1,5 +1,4 @@
-// Parts of the tool that every command relies on: the CSV writer and the
-// reading of numbers.
+// Parts of the tool that every command relies on: the CSV writer and the reading of numbers.
 #include <gtest/gtest.h>
 
 #include "text/csv.h"

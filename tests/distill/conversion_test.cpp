@@ -90,20 +90,17 @@ TEST_F(ConversionTest, ForwardRoutinesWidenAFlatSegmentThatStrictReversesReject)
     EXPECT_EQ(convert(routine, 'F', descending, &descendingStatus), Curve(7, -1.0));  // untouched
     EXPECT_EQ(descendingStatus, 1);
   }
-  // The gap moves the IBP down from T10 and T50 up from T30: HC94 then sees
-  // two segments exactly 0.0018 wide.
+  // The gap moves the IBP down from T10 and T50 up from T30: HC94 then sees two segments exactly 0.0018 wide.
   const Curve tbp = convert(gfx_HC94F, 'F', flat);
   const tarn::Hc94Params& c = tarn::params().hc94;
   EXPECT_NEAR(tbp[1] - tbp[0], c.a[6] * std::pow(0.0018, c.b[6]), 1e-9);
   EXPECT_NEAR(tbp[3] - tbp[2], c.a[4] * std::pow(0.0018, c.b[4]), 1e-9);
-  // Intended: a point at or below 0 F is not moved, and ETHYLS maps the flat
-  // IBP segment to a TBP point of exactly 0.
+  // Intended: a point at or below 0 F is not moved, and ETHYLS maps the flat IBP segment to a TBP point of exactly 0.
   EXPECT_EQ(convert(gfx_ETHYLSF, 'F', {0, 0, 40, 80, 120, 160, 200})[0], 0.0);
 }
 
 TEST_F(ConversionTest, Hc94CapsItsSegmentDifferences) {
-  // A 30 -> 50 difference of 300 is used as 250; X1 (the 90 -> FBP cap) is
-  // the one HC94 setting reachable by keyword.
+  // A 30 -> 50 difference of 300 is used as 250; X1 (the 90 -> FBP cap) is the one HC94 setting reachable by keyword.
   EXPECT_NEAR(convert(gfx_HC94F, 'F', {100, 130, 160, 460, 490, 520, 550})[2],
               convert(gfx_HC94F, 'F', {100, 130, 210, 460, 490, 520, 550})[2], 1e-9);
   const Curve longTail = {100, 130, 160, 190, 220, 250, 400};
@@ -130,8 +127,7 @@ TEST_F(ConversionTest, PureComponentIsCopiedInTheCallersUnitByEveryRoutine) {
 TEST(SolvePolynomialNewton, UsesTheSecantSlopeAndItsStoppingRules) {
   using tarn::distill::SolvePolynomialNewton;
   EXPECT_EQ(SolvePolynomialNewton(nullptr, 2, 1.0), 1e30);
-  // A zero slope is replaced by 0.01: the constant 0.02 moves x by -2 per
-  // step, once and then 20 further times.
+  // A zero slope is replaced by 0.01: the constant 0.02 moves x by -2 per step, once and then 20 further times.
   const double flat[] = {0.02, 0.0};
   EXPECT_NEAR(SolvePolynomialNewton(flat, 1, 0.0), -42.0, 1e-12);
   // Intended: x^2 + x - 6 from 1 with the secant slope 1 + x steps x -> 6/(1 + x),

@@ -74,8 +74,7 @@ TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
   // direction refuses; the reverse one maps as 4.
   EXPECT_EQ(gfx_D86toPercentOff(6, curve.data(), percents.data(), 'F', 0, nullptr), 2);
   EXPECT_EQ(fromPercentOff(6, percents, 'F'), fromPercentOff(4, percents, 'F'));
-  // Percents are held in [0, 100] and pushed 0.1 above their predecessor;
-  // the last is only pushed, never held.
+  // Percents are held in [0, 100] and pushed 0.1 above their predecessor; the last is only pushed, never held.
   Values full(10, 100.0), mixed = {-3, 20, 15, 40, 50, 60, 70, 80, 90, 95}, out(7);
   gfx_D86FromPercentOff(4, 0, full.data(), out.data(), 'F', nullptr);
   for (int k = 0; k < 9; ++k) EXPECT_NEAR(full[k], 99.1 + 0.1 * k, 1e-12) << k;
@@ -86,8 +85,7 @@ TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
 }
 
 TEST_F(PercentOffTest, DerivativeFlagsAndConfigurablePointSets) {
-  // Intended: curve -> percents writes derivatives whenever an array is
-  // given; the other directions follow the flag.
+  // Intended: curve -> percents writes derivatives whenever an array is given; the other directions follow the flag.
   Values curve = {90, 125, 160, 210, 260, 330, 400}, percents(25, -1.0), out(13, -1.0), d(70, -1.0);
   ASSERT_EQ(gfx_D86toPercentOff(1, curve.data(), percents.data(), 'F', 0, d.data()), 0);
   EXPECT_NE(d[3 * 10 + 4], -1.0);
@@ -127,8 +125,7 @@ TEST_F(PercentOffTest, OxygenateAdapterRemovesTheOxygenateWithTheSettingsOfD86Fr
   x = allOxygenate;
   x[10] = 10.0;
   ASSERT_EQ(gfx_tarnGenCalc(49, 1, 0, x.data(), out.data(), d.data()), 0);
-  // Intended: the removal divides by 100 - x11 and weighs each oxygenate
-  // percent by x11, not by the volume x10.
+  // Intended: the removal divides by 100 - x11 and weighs each oxygenate percent by x11, not by the volume x10.
   EXPECT_NEAR(x[0], (100 * 2 - 5 * 5) / 95.0, 1e-12);
   EXPECT_NEAR(x[3], (100 * 30 - 5 * 60) / 95.0, 1e-12);
   gfx_D86FromPercentOff(1, 0, Values(x.begin(), x.begin() + 10).data(), direct.data(), 'C', nullptr);

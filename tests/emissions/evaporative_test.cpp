@@ -38,8 +38,7 @@ TEST_F(EvaporativeTest, GridFlatAndDecreasingCurves) {
   EXPECT_EQ(gfx_Evaporative(1, flat.data(), out.data(), d.data()), 0);
   EXPECT_EQ(out, (Vec{0, 100, S, 0}));
   EXPECT_EQ(d, Vec(28, 0.0));
-  // A decreasing curve fails unless ChangeData lifts each point above its
-  // repaired predecessor, in the caller's curve.
+  // A decreasing curve fails unless ChangeData lifts each point above its repaired predecessor, in the caller's curve.
   configure({200, 250});
   const Vec bad{100, 240, 200, 220, 260, 300, 340};
   Vec c = bad;

@@ -1,5 +1,4 @@
-// Valid input ranges reported to the caller: which table, which questions in
-// which order, and how answers are compared.
+// Valid input ranges reported to the caller: which table, which questions in which order, and how answers are compared.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -53,8 +53,7 @@ TEST_F(BadInput, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNaN) 
                    std::to_string(value) + (derivFlag ? " with derivatives" : "");
           };
           EXPECT_EQ(allowed.count(r.status), 1u) << where() << ": status " << r.status;
-          // A second run on copies relies on the rows the catalogue says
-          // keep their inputs keeping them.
+          // A second run on copies relies on the rows the catalogue says keep their inputs keeping them.
           if (tarn::frame::findCorrelation(index)->rewritesInputs != InputRewrite::Always) {
             EXPECT_TRUE(std::equal(x.begin(), x.end(), r.x.begin(), sameBits)) << where();
           }

@@ -87,8 +87,7 @@ TEST(Catalogue, EveryAnswerMatchesThePublishedCatalogue) {
     int pair = kUntouched;
     EXPECT_EQ(gfx_tarnGetIndexPair(index, &pair), expected.pair < 0 ? 12 : 0);
     EXPECT_EQ(pair, expected.pair < 0 ? kUntouched : expected.pair);
-    // Only CARBOB2 has slack inputs (its last seven); the others leave the
-    // caller's preset alone.
+    // Only CARBOB2 has slack inputs (its last seven); the others leave the caller's preset alone.
     int slack = kUntouched;
     EXPECT_EQ(gfx_tarnGetCorrelationSlackCount(index, &slack), 0);
     EXPECT_EQ(slack, index == 50 ? 7 : kUntouched);

@@ -53,8 +53,7 @@ std::vector<PublishedCoefficient> published(int index) {
 
 const double kQuantileDefaults[3] = {-1.281551566, -0.841621234, -0.524400513};
 
-// What a coefficient must read after value was set into it (in a freshly
-// started library), by its published rule.
+// What a coefficient must read after value was set into it (in a freshly started library), by its published rule.
 double expectedAfterSet(const PublishedCoefficient& c, int k, double before, double value) {
   switch (c.rule) {
     case 'i':

@@ -45,8 +45,7 @@ const char* const kClasses[kClassCount][2] = {
                                               "reports the slopes of the end segment extended."},
 };
 
-// How a correlation obtains its derivatives; the forward differences'
-// relative step: h = (|x| + 1) step.
+// How a correlation obtains its derivatives; the forward differences' relative step: h = (|x| + 1) step.
 struct Method {
   std::vector<int> indices;
   const char* how;
@@ -70,8 +69,7 @@ const Method& methodOf(int index) {
   return analytic;
 }
 
-// Rows beyond the realistic ones of tests/data/catalogue_rows.csv, each taking
-// a deliberate difference.
+// Rows beyond the realistic ones of tests/data/catalogue_rows.csv, each taking a deliberate difference.
 const std::multimap<int, Vector> kMoreRows = {
     {2, {7.5, 200, 300, 32, 6, 2.3, 40, 0.9}},          // aromatics above the range
     {7, {0, 0, 3.5, 0, 600, 7.2, 50, 85, 52, 6, 0.7}},  // sulfur and aromatics above

@@ -50,8 +50,7 @@ TEST_F(DispatchTest, EveryWorkedValueComesOutOfItsCorrelationWithoutSlopes) {
 }
 
 TEST_F(DispatchTest, BorrowedUnitFlagsFollowTheirSourceAlone) {
-  // POURPOINT1 computes in the unit of POURPOINTINDEX1, CD86ONE90BLEND in
-  // that of D86ONE90BLEND.
+  // POURPOINT1 computes in the unit of POURPOINTINDEX1, CD86ONE90BLEND in that of D86ONE90BLEND.
   for (const auto& [borrower, source] : {std::pair{17, 16}, {47, 15}}) {
     ASSERT_EQ(gfx_tarnSetCoefValue(source, 0, 0.0), 0);
     EXPECT_EQ(tarn::frame::unitOf(tarn::frame::catalogue()[borrower]), 'C') << borrower;
@@ -142,8 +141,7 @@ TEST_F(DispatchTest, SpecialStepsTakeEachBranchAndWriteSlopesWhateverTheFlag) {
   ASSERT_EQ(gfx_tarnSetCoefValue(55, 14, 2.0), 0);
   EXPECT_DOUBLE_EQ(genCalc(55, {7.5, 210, 320, 25, 0.8, 8, 20}).out[0], 2.0 * rbob);
 
-  // With an RVP exponent of 0 the RVP is undefined: CRVP says so only when
-  // it removed an oxygenate.
+  // With an RVP exponent of 0 the RVP is undefined: CRVP says so only when it removed an oxygenate.
   ASSERT_EQ(gfx_tarnSetCoefValue(8, 0, 0.0), 0);
   expectBranch({"CRVP undefined, no oxygenate", 48, 1, {14, 0.1, 20}, 0, {1e30}, {nan, 0, 0}, {}});
   expectBranch({"CRVP undefined, blend", 48, 1, {14, 10, 20}, 1, {1e30}, {0, 0, 0}, {}});
@@ -174,8 +172,7 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
         << c[0] << (c[1] ? " complex" : "");
     EXPECT_EQ(out[0], 42);  // nothing computed
   }
-  // Type 1: a forward difference of the re-evaluated correlation against the
-  // output the caller holds.
+  // Type 1: a forward difference of the re-evaluated correlation against the output the caller holds.
   out[0] = gfx_RVPIndex(9, 0, nullptr);
   EXPECT_EQ(tarn::frame::calculateByType(1, false, rvpIndex, 1, x, out, d), 0);
   const double step = (std::fabs(9.0) + 1) * 0.001;

@@ -15,8 +15,7 @@ using tarn::frame::mayHoldNaN;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// Results as rows give them: signs and magnitudes mixed, the missing value
-// among them.
+// Results as rows give them: signs and magnitudes mixed, the missing value among them.
 std::vector<double> finiteResults(std::size_t n) {
   std::vector<double> v(n);
   for (std::size_t i = 0; i < n; ++i) v[i] = (i % 5 == 4) ? 1e30 : (i % 2 ? -1.0 : 1.0) * (0.5 + i);

@@ -34,8 +34,7 @@ TEST(StatusMessages, EveryCodeHasItsTextOrTheNotFoundLine) {
     longest = std::max(longest, std::strlen(entry.text));
   }
   EXPECT_EQ(longest + 1, static_cast<std::size_t>(TARN_MESSAGE_SIZE));
-  // Success, the undefined result, the pair answer and the evaluation codes
-  // have no text.
+  // Success, the undefined result, the pair answer and the evaluation codes have no text.
   for (int code : {0, 1, 12, -9, -444, -999, -8888, -9999, INT_MIN, INT_MAX}) {
     EXPECT_EQ(gfx_tarnGetErrorMsg(code, buffer), -444);
     EXPECT_EQ(std::string(buffer), "Error Message Code = " + std::to_string(code) + " not found");
@@ -44,8 +43,7 @@ TEST(StatusMessages, EveryCodeHasItsTextOrTheNotFoundLine) {
   EXPECT_EQ(gfx_tarnGetErrorMsg(7, nullptr), -444);
 }
 
-// Runs the handler with a temporary file as the diagnostic stream and
-// returns what it printed.
+// Runs the handler with a temporary file as the diagnostic stream and returns what it printed.
 std::string handlerOutput(int index, int code, int inputCount, const double* inputs) {
   std::FILE* file = std::tmpfile();
   if (file == nullptr) return "<no temporary file>";

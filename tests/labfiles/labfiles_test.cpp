@@ -42,8 +42,7 @@ void parse(const std::string& text, Read& r, int product = 0, const char* units 
   tarnblend_recipe_model(r.recipe, &r.model);
 }
 
-// The components of a read recipe against the plain rows, every value
-// converted to the plain recipe's units.
+// The components of a read recipe against the plain rows, every value converted to the plain recipe's units.
 void expectPlainRecipe(const Read& r, const std::string& dialect) {
   SCOPED_TRACE(dialect);
   ASSERT_EQ(r.status, TARNBLEND_OK) << r.error;
@@ -113,8 +112,7 @@ TEST(RecipeFiles, EveryDialectGivesThePlainRecipe) {
   }
 }
 
-// The file states its basis, quantities and product; the caller may impose
-// another product, which is said.
+// The file states its basis, quantities and product; the caller may impose another product, which is said.
 TEST(RecipeFiles, BasisQuantitiesAndProduct) {
   Read mass;
   parse("# product: diesel\nNAME,MASS[tonne],DEN[g/mL],CN\nGas oil,840,0.84,52\nKerosene,0,,45\n", mass);

@@ -99,8 +99,7 @@ TEST_F(Optimizer, ProblemsThatCannotBePosedSayWhy) {
 }
 
 TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
-  // Isomerate has no RVP: it may go into the product without an RVP limit,
-  // not into the one with.
+  // Isomerate has no RVP: it may go into the product without an RVP limit, not into the one with.
   std::string table = kGasoline;
   table += "Isomerate,1000,,90,100,105,110,115,125,150,87.5,85.5,0,0,0,0.5,0,0,0.655\n";
   Problem p = gasoline(table);
@@ -196,8 +195,7 @@ TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensi
   }
 }
 
-// A problem file with each fault the reader places: the line and column of
-// malformed JSON, the path of a wrong entry.
+// A problem file with each fault the reader places: the line and column of malformed JSON, the path of a wrong entry.
 TEST_F(Optimizer, ProblemFileFaultsArePlaced) {
   const std::string components = R"("components": [{"name": "A", "cost": 1, "properties": {"RVP": 9, "ARO": 10}},
                                                    {"name": "B", "cost": 2, "properties": {"RVP": 5, "ARO": 40}}],)";

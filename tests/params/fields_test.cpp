@@ -1,5 +1,4 @@
-// The field table checked against itself, the caller buffers and the
-// catalogue: one home per parameter.
+// The field table checked against itself, the caller buffers and the catalogue: one home per parameter.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -17,8 +16,7 @@ TEST(FieldTable, RowsAreDisjointAndEveryCoefficientViewsOneOfThem) {
   for (std::size_t i = 0; i < fields::tableSize(); ++i) {
     const fields::Field& row = fields::table()[i];
     SCOPED_TRACE(std::string(row.group) + " " + row.name);
-    // The first and the last element lead back to this row: no row before it
-    // overlaps it.
+    // The first and the last element lead back to this row: no row before it overlaps it.
     const std::size_t size = fields::elementSize(row.slot.type);
     const char* first = static_cast<const char*>(row.slot.address);
     for (const int k : {0, row.slot.count - 1}) {
@@ -31,8 +29,7 @@ TEST(FieldTable, RowsAreDisjointAndEveryCoefficientViewsOneOfThem) {
     EXPECT_LT(std::strlen(row.description), static_cast<std::size_t>(TARN_PARAMETER_DESC_SIZE));
     EXPECT_LT(std::strlen(row.unit), static_cast<std::size_t>(TARN_UNIT_SIZE));
   }
-  // Every element of a coefficient run lies in a field row of the run's type,
-  // one a coefficient reads.
+  // Every element of a coefficient run lies in a field row of the run's type, one a coefficient reads.
   for (int index = 0; index < frame::kCatalogueSize; ++index) {
     const frame::CorrelationRow& row = frame::catalogue()[index];
     for (int r = 0; r < row.coefficients.count; ++r) {

@@ -101,8 +101,7 @@ TEST_F(KeywordTest, StoreRules) {
       {"ND86FROMPERCENTOFF", "NTEMP", -INFINITY, 1, 13},
       {"EVAPORATIVE", "NPTS", 40.5, 0, 41}, {"EVAPORATIVE", "NPTS", 1e300, 1, 41},
       {"CARBOB2", "ALTOXY", -1.9, 0, -1}, {"CARBOB2", "ALTOXY", NAN, 1, -1},
-      // A Gaussian quantile that leaves P3 below P1 is refused and restores
-      // the whole group.
+      // A Gaussian quantile that leaves P3 below P1 is refused and restores the whole group.
       {"T20GAUSSIAN", "P2", -0.9, 0, -0.9}, {"T20GAUSSIAN", "P3", -2.0, 1, -0.524400513}};
   for (const auto& step : steps) {
     EXPECT_EQ(gfx_setCorParms(step.group, step.name, step.value), step.status) << step.group << " " << step.name;

@@ -46,8 +46,7 @@ TEST_F(PropertyDomains, ColdFlowAndFlashPoints) {
   EXPECT_EQ(gfx_CloudPointIndex3('F', -460.0, 0, nullptr), 0.0);  // absolute zero
   EXPECT_EQ(gfx_CloudPointIndex3('C', -274.0, 0, nullptr), 1e30);
   for (int want : {0, 1}) {
-    // Intended: an index of 0 reads as 0 F, and a Celsius caller gets even
-    // the missing value converted.
+    // Intended: an index of 0 reads as 0 F, and a Celsius caller gets even the missing value converted.
     double d = 0.0;
     EXPECT_NEAR(gfx_FlashPoint1('C', 0.0, want, &d), -17.777777777777779, 1e-12);
     EXPECT_EQ(gfx_FlashPoint1('C', -1.0, want, &d), (1e30 - 32.0) * 5.0 / 9.0);
@@ -101,8 +100,7 @@ TEST_F(PropertyDomains, ViscosityAgreesWithRefutasAndOnlyVariantOneRejectsItsBou
     const double refutas = 14.534 * std::log(std::log(nu + 0.8)) + 10.975;
     EXPECT_NEAR(gfx_ViscosityIndex3(nu, 0, nullptr), 74.98240 - 1.466650 * refutas, 5e-5) << nu;
   }
-  // Intended: variant 1 rejects its bound 0.92; 2 and 3 compute the double
-  // log of 1 there and reject only below.
+  // Intended: variant 1 rejects its bound 0.92; 2 and 3 compute the double log of 1 there and reject only below.
   EXPECT_EQ(gfx_ViscosityIndex1(0.92, 0, nullptr), 1e30);
   EXPECT_EQ(gfx_ViscosityIndex2(0.2, 0, nullptr), -HUGE_VAL);
   EXPECT_EQ(gfx_ViscosityIndex3(0.2, 0, nullptr), HUGE_VAL);

@@ -53,8 +53,7 @@ inline std::vector<double> centralJacobian(const VectorFunction& f, const std::v
   return jacobian;
 }
 
-// Compares a reported input-major Jacobian with the central-difference one,
-// naming the failing entry.
+// Compares a reported input-major Jacobian with the central-difference one, naming the failing entry.
 inline void expectJacobianNear(const std::vector<double>& reported,
                                const std::vector<double>& numeric, std::size_t outputCount,
                                double relative = 1e-5, double absolute = 1e-7,
