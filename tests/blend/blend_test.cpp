@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "blend_support.h"
+#include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/distill.h"
 
@@ -14,14 +15,7 @@ namespace {
 
 using namespace blendtest;
 
-class BlendTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(gfx_tarnInitializeAllocate(nullptr), 0); }
-  void TearDown() override {
-    TARNReset();
-    gfx_tarnInitializeCoefs();
-  }
-};
+using BlendTest = tarn::testing::LibraryTest;
 
 // Every reported derivative against a central difference (one-sided at zero volume; relative
 // tolerance, as libtarn differences some itself). Returns how many keys starting with prefix it compared.

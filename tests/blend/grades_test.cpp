@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "blend_support.h"
+#include "support/fixture.h"
 
 namespace {
 
@@ -16,10 +17,7 @@ struct GradeFree {
 };
 using Grade = std::unique_ptr<tarnblend_grade, GradeFree>;
 
-class GradeTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(gfx_tarnInitializeAllocate(nullptr), 0); }
-};
+using GradeTest = tarn::testing::LibraryTest;
 
 Grade open(const char* name, const char* gradeClass) {
   tarnblend_grade* g = nullptr;

@@ -18,6 +18,7 @@
 #include <tuple>
 #include <vector>
 
+#include "support/fixture.h"
 #include "tarn/blending.h"
 #include "tarn/corparms.h"
 #include "tarn/distill.h"
@@ -115,14 +116,7 @@ double figure(const Json& report, const std::string& key) {
   return value.is_null() ? NAN : value.get<double>();
 }
 
-class CliTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(gfx_tarnInitializeAllocate(nullptr), 0); }
-  void TearDown() override {
-    TARNReset();
-    gfx_tarnInitializeCoefs();
-  }
-};
+using CliTest = tarn::testing::LibraryTest;
 
 TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   const Outcome r = run({"blend", "--json"});
