@@ -49,8 +49,7 @@ def test_blends_equal_the_tool_on_its_samples(samples):
     for product, path in samples.items():
         table = pandas.read_csv(path, comment="#")
         from_file = tarn.Recipe(path).blend()
-        # The same recipe as a DataFrame, a mapping of NumPy columns and
-        # component names as row labels goes through the same reader.
+        # A DataFrame, a mapping of NumPy columns or names as row labels: the same reader.
         for given in (table, {c: table[c].to_numpy() for c in table.columns},
                       table.set_index("NAME")):
             again = tarn.Recipe(given, product=product).blend(as_frame=False)
@@ -144,8 +143,7 @@ def test_grade_checks(samples, tmp_path):
     # Without the butane the sample meets the tighter class.
     recipe.set_volumes({"Butane": 0.0})
     assert recipe.check("ASTM-D4814", "A").on_spec
-    # Figures not computed are not checked, with their reason: without end
-    # points there is no blended curve, so neither T50 nor FBP.
+    # Figures not computed are not checked: without end points no curve, so neither T50 nor FBP.
     no_end = tarn.Recipe(pandas.read_csv(samples["gasoline"], comment="#").drop(columns="FBP[F]"))
     checked = no_end.check("ASTM-D4814", "B", as_frame=False)
     rows = checked.table
@@ -208,8 +206,7 @@ def test_recipes_refuse_bad_tables_and_keep_their_state():
     assert copy.blend(as_frame=False).properties.at["RON", "unit"] == ""
 
 
-# A small linear blending problem. The optimiser's optimum itself is checked
-# against SciPy in tests/optimize; here, what the package makes of the answer.
+# A small linear problem (its optimum: tests/optimize); here, what the package makes of the answer.
 LP_COMPONENTS = {  # cost per bbl, available bbl, ARO, BNZ, OLF (vol%)
     "Reformate": (92.0, 5000, 64.0, 2.6, 1.2),
     "FCC naphtha": (86.0, 6000, 28.0, 0.9, 24.0),
@@ -237,8 +234,7 @@ def test_optimize_answers_as_frames():
     assert volumes.sum() == pytest.approx(8000.0, rel=1e-6)
     costs = numpy.array([row[0] for row in LP_COMPONENTS.values()])
     assert optimum.objective == pytest.approx(costs @ volumes, rel=1e-6)
-    # Aromatics, benzene and olefins blend by volume: the blend is the
-    # volume average of its components, within its limits.
+    # ARO, BNZ and OLF blend by volume: the blend is the volume average, within its limits.
     for k, key in enumerate(LP_LIMITS):
         average = sum(v * row[2 + k] for v, row in zip(volumes, LP_COMPONENTS.values())) / 8000.0
         assert optimum.properties["Blend"][key] == pytest.approx(average, abs=1e-6)

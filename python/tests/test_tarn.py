@@ -38,8 +38,7 @@ def test_values_and_labelled_derivatives():
     result = tarn.evaluate("RVPINDEX", [9.0], derivatives=True)
     assert result.outputs["RVPNDX"] == pytest.approx(9.0 ** 1.25)
     assert result.derivatives["RVP", "RVPNDX"] == pytest.approx(1.25 * 9.0 ** 0.25)
-    # Input-major: a wrong layout would swap the cross terms of E200/E300
-    # (EPA's linear relations: E200 = 147.91 - 0.49 T50, E300 = 155.47 - 0.22 T90).
+    # Input-major, or the cross terms swap (EPA: E200 = 147.91 - 0.49 T50, E300 = 155.47 - 0.22 T90).
     epa = tarn.evaluate("E200E300EPA", {"T50": 200.0, "T90": 330.0}, derivatives=True)
     assert epa.outputs == pytest.approx({"E200": 49.91, "E300": 82.87})
     assert epa.derivatives.values.ravel().tolist() == pytest.approx([-0.49, 0.0, 0.0, -0.22])

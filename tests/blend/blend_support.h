@@ -99,8 +99,7 @@ inline void refused(int status, int expected, const std::string& words) {
       << "message: " << tarnblend_last_error() << "\nexpected to contain: " << words;
 }
 
-// A model's values, statuses and (when asked) Jacobian, property-major, at
-// the volumes given; `at(k)` is the index of a property key.
+// A model's values, statuses and (when asked) Jacobian, property-major, at the volumes given.
 struct Evaluation {
   std::vector<double> values, jacobian;
   std::vector<int> statuses;

@@ -17,8 +17,7 @@ using namespace blendtest;
 
 using BlendTest = tarn::testing::LibraryTest;
 
-// Every reported derivative against a central difference (one-sided at zero volume; relative
-// tolerance, as libtarn differences some itself). Returns how many keys starting with prefix it compared.
+// Each derivative against a central difference (one-sided at zero volume); returns how many were compared.
 int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const std::string& prefix = "") {
   const std::vector<double> volumes = volumesOf(m);
   const std::size_t n = volumes.size();
@@ -50,8 +49,7 @@ int expectDerivativesMatchDifferences(tarnblend_model* m, double relative, const
   return compared;
 }
 
-// Each product in its own units and the other system, zero-volume components included; emission slopes
-// hold beyond the models' ranges (butane lifts RVP past EPA's 10 psi, reformate aromatics past CARB's).
+// Each product in both unit systems; emission slopes beyond the models' ranges (butane: RVP, reformate: ARO).
 TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
   const std::string gasoline =
       std::string(kGasoline) + "Isomerate,0,13.5,80,95,104,112,122,137,165,87.5,85.9,0,0.2,0,1,0,0,0.655\n";
@@ -129,8 +127,7 @@ TEST_F(BlendTest, MixingRecipesOfEqualValueKeepsItExactlyWhenLimitsAreLinear) {
       const bool linear = (flags & TARNBLEND_FLAG_LINEAR_LIMITS) != 0;
       const double target = valueAt(a);
       if ((!linear && !c.controls.count(keyOf(m.get(), k))) || target == TARN_MISSING) continue;
-      // The recipe reversed, brought to the same value by adding the
-      // component whose own value lies furthest on the other side (bisection).
+      // The reversed recipe brought back to the value by the component furthest on the other side.
       const double side = valueAt(b) > target ? 1.0 : -1.0;
       std::size_t pick = 0;
       double furthest = 0.0;
@@ -165,8 +162,7 @@ TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   Model whole = build(TARNBLEND_GASOLINE, kGasoline), part = build(TARNBLEND_GASOLINE, kGasoline);
   const std::vector<double> volumes = {300, 1500, 3000, 3300, 1900, 500};
   const Evaluation w = evaluateAt(whole.get(), volumes);
-  // VLI reads RVP and E70, E70 the curve; EPA.NOX reads E200, E300 and oxygen
-  // by oxygenate, and the model's five figures come together.
+  // VLI reads RVP and E70 (the curve); EPA.NOX reads E200, E300, oxygen and comes with its four siblings.
   const int count = static_cast<int>(w.values.size()), asked[] = {static_cast<int>(at(part.get(), "VLI")),
                                                                   static_cast<int>(at(part.get(), "EPA.NOX"))};
   ASSERT_EQ(tarnblend_model_set_needed(part.get(), asked, 2), TARNBLEND_OK);
@@ -222,8 +218,7 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   EXPECT_NEAR(value(diesel.get(), "POUR"), -12, 1e-9);
   EXPECT_EQ(figure(diesel.get(), "VISC40").unit, "cSt");
 
-  // A recipe by mass: volume = mass / specific gravity (60/60 F, water
-  // 999.016 kg/m3), and the blend's density is total mass over total volume.
+  // By mass: volume = mass / SG (water 999.016 kg/m3); density is total mass over total volume.
   Model byMass = build(TARNBLEND_DIESEL, "NAME,VOLUME,DEN[g/mL],VISC40[cSt]\nLight,0,0.80,5\nHeavy,0,0.90,20\n");
   ASSERT_EQ(tarnblend_model_set_mass(byMass.get(), 0, 0.80 * 60), TARNBLEND_OK);
   ASSERT_EQ(tarnblend_model_set_mass(byMass.get(), 1, 0.90 * 40), TARNBLEND_OK);
@@ -233,8 +228,7 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   ASSERT_EQ(tarnblend_model_evaluate(byMass.get(), 0), TARNBLEND_OK);
   EXPECT_NEAR(value(byMass.get(), "DEN"), 0.84, 1e-12);
 
-  // Drivability index (ASTM D4814 published forms): T10 52 C, T50 95 C,
-  // T90 165 C with 10 % ethanol give 541.3 in the C form, 1150.4 in the F form.
+  // ASTM D4814 DI: T10 52, T50 95, T90 165 C with 10 % ethanol give 541.3 (C form), 1150.4 (F form).
   const std::string di = "NAME,VOLUME,IBP[C],T10[C],T50[C],T90[C],FBP[C],ETOH[vol%]\nE10,1,35,52,95,165,200,10\n";
   Model celsius = build(TARNBLEND_GASOLINE, di), fahrenheit = build(TARNBLEND_GASOLINE, di);
   for (const char* t : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"}) tarnblend_model_set_unit(fahrenheit.get(), t, "F");

@@ -104,8 +104,7 @@ TEST_F(GradeTest, PublishedLimitsInTheRecipeUnits) {
   EXPECT_STREQ(tarnblend_last_error(), "grade US-CONVENTIONAL is for gasoline, the blend is diesel");
 }
 
-// Every built-in grade opens in each of its classes with a source for every
-// limit; an unknown class or grade is refused.
+// Each built-in grade and class opens with a source per limit; unknown ones are refused.
 TEST_F(GradeTest, BuiltinGradesOpenInEveryClassWithSources) {
   int count = 0;
   ASSERT_EQ(tarnblend_grade_count(&count), TARNBLEND_OK);

@@ -39,8 +39,7 @@ TEST_F(BlendingTest, ChesapeakMovesEachPointBySlopeTimesSegment) {
   for (int i = 0; i < 7; ++i) celsius[i] = (curve[i] - 32) * 5 / 9;
   ASSERT_EQ(gfx_ChesapeakF('C', 0, celsius, out), 0);
   for (int i = 0; i < 7; ++i) EXPECT_NEAR(out[i], (expected[i] - 32) * 5 / 9, 1e-9) << i;
-  // IBP = 10 % = 30 %: IBP' = 119.9982, 30 %' = 120.0018; the 50 % segment
-  // starts at the adjusted 30 % point, its base is the raw one.
+  // IBP = 10 % = 30 %: IBP' = 119.9982, 30 %' = 120.0018; the 50 % segment starts at the adjusted 30 %.
   const double flat[7] = {120, 120, 120, 200, 250, 320, 400};
   ASSERT_EQ(gfx_ChesapeakF('F', 0, flat, out), 0);
   EXPECT_NEAR(out[0], -0.2506 * 0.0018 + 120 - 58, 1e-12);
@@ -86,8 +85,7 @@ TEST_F(BlendingTest, FreezePointCubeRootRule) {
   const Vector v = {0.3, -58, 0.25, -47.5, 0.45, -66};
   freeze('C', v, &dF);
   expectJacobianNear(dF, centralJacobian([](const Vector& w) { return freeze('C', w); }, v, 1), 1);
-  // Intended: a component both lowest and highest gets 1 - x^(1/3), though
-  // the blend follows its freeze point one for one.
+  // Intended: a component both lowest and highest gets 1 - x^(1/3), the blend still follows it.
   EXPECT_EQ(freeze('F', {1, -52}, &dF)[0], -52);
   EXPECT_EQ(dF[1], 0);
   freeze('F', {0.5, -52, 0.5, -52}, &dF);  // equal points: the first is both
@@ -97,8 +95,7 @@ TEST_F(BlendingTest, FreezePointCubeRootRule) {
 }
 
 
-// Inputs per component (x, RON, MON, olefins, aromatics): the slope layout.
-// With `renormalise` the fractions are scaled to sum to one before the call.
+// Per component (x, RON, MON, olefins, aromatics); `renormalise` scales fractions to sum to one first.
 Vector healy(const Vector& v, bool renormalise, Vector* d = nullptr) {
   const int n = static_cast<int>(v.size() / 5);
   Vector in[5], out(2);
@@ -124,8 +121,7 @@ TEST_F(BlendingTest, HealyWorkedBlendAndSlopes) {
   const Vector out = healy(v, false, &d);
   EXPECT_NEAR(out[0], 94.1201716, 1e-9);
   EXPECT_NEAR(out[1], 85.428737737, 1e-9);
-  // Fraction slopes keep the sum at one, so they are those of the blend of
-  // renormalised fractions, not of one fraction moving alone.
+  // Fraction slopes keep the sum at one: those of the renormalised blend, not of one fraction alone.
   auto renormalised = [](const Vector& w) { return healy(w, true); };
   expectJacobianNear(d, centralJacobian(renormalised, v, 2), 2);
 }
@@ -190,16 +186,14 @@ TEST_F(BlendingTest, MtmSlopesKeptOnPurpose) {
     run(f, v, &s);
     EXPECT_FALSE(tarn::testing::derivativeNear(s[2], numeric[2]));
   }
-  // TMON above TRON floors the sensitivity at 0, so the octanes come back
-  // uncorrected, yet the cross slopes still carry (R - r0)*cq, -(M - m0)*cm.
+  // TMON above TRON floors sensitivity at 0: octanes uncorrected, cross slopes still (R - r0)*cq, -(M - m0)*cm.
   EXPECT_EQ(run(gfx_MTMR, {88, 0, 0, 92}, &s), (Vector{88, 92}));
   EXPECT_NEAR(s[6], -2 * 0.02, 1e-15);
   EXPECT_NEAR(s[1], -2 * 0.0388, 1e-15);
 }
 
 TEST_F(BlendingTest, MtmReverseUndoesForwardOnRealisticBlends) {
-  // Whenever RON >= MON the round trip is exact but for rounding, and the
-  // octane slopes of the two are inverse matrices.
+  // With RON >= MON the round trip is exact and the two octane slope matrices are inverses.
   Vector f, r;
   for (double ron : {86.0, 91.0, 95.5, 100.0})
     for (double mon : {78.0, 83.0, 86.0})

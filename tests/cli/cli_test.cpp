@@ -1,5 +1,4 @@
-// The tarn tool end to end: exit status, one-line errors, and the blend
-// report's figures against the library called directly.
+// The tarn tool end to end: exit status, one-line errors, report figures against the library.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>

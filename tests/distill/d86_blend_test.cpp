@@ -105,12 +105,10 @@ TEST_F(D86BlendTest, TwoLinearCurvesBlendToTheHandComputedPoints) {
   const Curve want = {100, 140, 210, 250, 290, 360, 400};
   ASSERT_EQ(gfx_FindPoints(2, kBoth.data(), kHalves, out.data()), 0);
   for (int k = 0; k < 7; ++k) EXPECT_NEAR(out[k], want[k], kSearch) << "point " << k;
-  // gfx_FindPoints2 gives the same, to the last bit, for fractions that sum
-  // to 1 (it forms each segment's slope at every step, gfx_FindPoints once).
+  // gfx_FindPoints2 gives the same bits for fractions summing to 1 (it forms slopes every step).
   ASSERT_EQ(gfx_FindPoints2(2, kBoth.data(), kHalves, out2.data()), 0);
   EXPECT_EQ(out2, out);
-  // With the ends standing for 5 % and 95 %, 5 % off needs 10 % of A (at 120,
-  // B not boiling yet) and 95 % needs 90 % of B (at 380, A gone by 320).
+  // Ends as 5 % and 95 %: 5 % off is 10 % of A (120 F), 95 % is 90 % of B (380 F, A gone by 320).
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "MnVolIBP", 5.0), 0);
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "MxVolFBP", 95.0), 0);
   ASSERT_EQ(gfx_FindPoints(2, kBoth.data(), kHalves, out.data()), 0);
@@ -125,8 +123,7 @@ TEST_F(D86BlendTest, FractionsMustSumToOneExceptForFindPoints2) {
   EXPECT_EQ(out, Curve(7, -1.0));
   EXPECT_EQ(gfx_FindPoints(2, kBoth.data(), inside, out.data()), 0);
   EXPECT_EQ(gfx_FindPoints(2, kBoth.data(), withNegative, out.data()), 0);  // negatives do not count
-  // FindPoints2 takes the fractions as they are: A alone at fraction 2 reads
-  // as twice its percent, so its 10 % point is where A has 5 % off.
+  // FindPoints2 takes fractions as given: A at fraction 2 reads twice its percent, 10 % where A has 5 %.
   EXPECT_EQ(gfx_FindPoints(1, kA.data(), &doubled, out.data()), 1);
   EXPECT_EQ(gfx_FindPoints2(1, kA.data(), &doubled, out.data()), 0);
   EXPECT_NEAR(out[1], 110.0, kSearch);
@@ -154,8 +151,7 @@ TEST_F(D86BlendTest, DocumentedQuirksOfTheSearch) {
   ASSERT_EQ(gfx_FindPoints(1, kA.data(), &one, out.data()), 0);
   EXPECT_EQ(out[1], 112.5);
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "BTol", 1e-7), 0);
-  // Intended: an out-of-order component spoils the blend without failing it;
-  // its 1e30 percent drives every search to the bottom of its bracket.
+  // Intended: an out-of-order component's 1e30 percent drives every search to its bracket's bottom.
   const Curve bad = {100, 120, 160, 200, 240, 280, 300, 200, 220, 220, 300, 340, 380, 400};
   EXPECT_EQ(gfx_FindPoints(2, bad.data(), fractions, out.data()), 0);
   for (int k = 1; k < 6; ++k) EXPECT_NEAR(out[k], 100.0, kSearch) << k;
@@ -195,8 +191,7 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
       EXPECT_EQ(Curve(derivs.begin(), derivs.begin() + 7), Curve(7, 0.0));
     }
   }
-  // Method 0: the IBP row's IBP entry is the round trip's own slope, not the
-  // 1 of a limit that would follow the perturbed IBP; the FBP entry is 0.
+  // Method 0: the IBP row's IBP entry is the round trip's own slope, not 1; the FBP entry is 0.
   std::vector<double> derivs;
   ASSERT_EQ(blend({1.0}, kGasoline, 0, 'F', nullptr, &derivs)[0], kGasoline[0]);
   EXPECT_NEAR(derivs[7], 0.99965, 1e-5);
@@ -235,8 +230,7 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
   EXPECT_GE(compared, 20);
 }
 
-// Found by fuzzing: flat-ended curves (and ethanol) gave NaN or -1000/degree rows with status 0 when a point
-// step put the curve out of order; that component now keeps its TBP curve and the row is 0.
+// Found by fuzzing: flat-ended curves gave NaN or -1000/degree rows; out-of-order steps keep the TBP curve.
 TEST_F(D86BlendTest, FlatCurveStretchGaveNaNDerivativeRowsWithStatusZero) {
   const struct {
     Curve fractions, curves;

@@ -33,8 +33,7 @@ TEST(Interpolate, LinesStepsAndHeldExtrapolationAndQuadraticInversion) {
 
 TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
   const double curve[7] = {100, 120, 160, 200, 240, 300, 380}, flat[7] = {100, 120, 120, 200, 240, 300, 380};
-  // Mode 1 is temperature -> percent, its extension held at 0 and 100; modes
-  // 0 and 2 are percent -> temperature, with no extension beyond the ends.
+  // Mode 1: temperature -> percent, held at 0 and 100; modes 0 and 2: percent -> temperature, no extension.
   const struct { int mode; double x, want; } reads[] = {{1, 180, 40}, {1, 340, 95},  {1, 20, 0},   {1, 500, 100},
                                                         {2, 40, 180}, {0, 95, 340},  {2, 150, 380}, {2, -5, 100}};
   for (const auto& r : reads) EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, r.mode, r.x), r.want) << r.mode << " " << r.x;

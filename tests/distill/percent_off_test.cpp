@@ -46,8 +46,7 @@ Values remap(const Values& in, int toPercentOff) {
 TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
   for (char unit : {'F', 'C'}) {
     if (unit == 'C') ConvertD86TempPt();
-    // A TBP curve straight in percent (40 + 3.6 p F) is recovered by remapping;
-    // per method the D86 curve converting to it, and its inner points back.
+    // A TBP curve straight in percent (40 + 3.6 p F) is recovered by remapping, per method, both ways.
     const Values tbpF = {40, 76, 148, 220, 292, 364, 400};
     const Values tbp = unit == 'C' ? tarn::testing::celsiusOf(tbpF) : tbpF;
     const Values hc94 = apply(gfx_HC94R, unit, tbp), threeA11 = apply(gfx_THREEA11R, unit, tbp);
@@ -70,8 +69,7 @@ TEST_F(PercentOffTest, ChangeDataRepairsTheCallersArrays) {
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
   EXPECT_EQ(gfx_D86toPercentOff(4, curve.data(), percents.data(), 'F', 0, nullptr), 0);
   EXPECT_EQ(curve[1], 300.5);
-  // Method 4 maps the curve itself (its values: by index). Above 5 the forward
-  // direction refuses; the reverse one maps as 4.
+  // Method 4 maps the curve itself; above 5 the forward direction refuses, the reverse maps as 4.
   EXPECT_EQ(gfx_D86toPercentOff(6, curve.data(), percents.data(), 'F', 0, nullptr), 2);
   EXPECT_EQ(fromPercentOff(6, percents, 'F'), fromPercentOff(4, percents, 'F'));
   // Percents are held in [0, 100] and pushed 0.1 above their predecessor; the last is only pushed, never held.
@@ -149,16 +147,14 @@ TEST_F(PercentOffTest, RemapToCurveUsesALineOrAQuadraticWhereTheVectorCurves) {
   EXPECT_EQ(line[0], 30.0);
   EXPECT_EQ(line[6], 450.0);
   EXPECT_EQ(remap({12, 20, 30, 40, 50, 60, 70, 80, 90, 95}, 0)[1], 30.0);  // already past 10 %
-  // Percent = 0.001 T^2 at 30 .. 250 F: the 10, 30 and 50 % points come from
-  // quadratics through three of these values and are exact.
+  // Percent = 0.001 T^2 at 30 .. 250 F: quadratics through three values give 10, 30, 50 % exactly.
   Values percents = {0.9, 4.9, 10, 19.6, 32.4, 62.5, 80, 90, 95, 97};
   const Values curve = remap(percents, 0);
   EXPECT_NEAR(curve[1], 100.0, 1e-9);
   EXPECT_NEAR(curve[2], std::sqrt(30000.0), 1e-9);
   EXPECT_NEAR(curve[3], std::sqrt(50000.0), 1e-9);
   EXPECT_EQ(percents[9], 97.0);  // read as 100 but left as given
-  // Near the top there is no eleventh value to test the curvature against:
-  // 10 % and 30 % between 5 % at 390 F and 100 % at 450 F come from the line.
+  // No eleventh value near the top: 10 % and 30 % between 5 % (390 F) and 100 % (450 F) use the line.
   const Values top = remap({0, 0, 0, 0, 0, 0, 0, 0, 5, 50}, 0);
   EXPECT_NEAR(top[1], 390 + 5.0 / 95 * 60, 1e-9);
   EXPECT_NEAR(top[2], 390 + 25.0 / 95 * 60, 1e-9);

@@ -1,5 +1,4 @@
-// CARB predictive models: Phase 2 (gfx_WCARB), Phase 3 (gfx_WCARB3, gfx_WCARB4) and their catalogue
-// adapters. Sensitivities in F, inside and held at the limits: derivative_contract_test.
+// CARB Phase 2 and 3 models and their adapters (sensitivities: derivative_contract_test).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -92,8 +91,7 @@ TEST_F(CarbTest, OxygenBandLimitEdgesAndSensitivitiesInCelsius) {
     EXPECT_EQ(run(with(kFlat, e.property, e.inside)).count, 0) << e.property;
     EXPECT_EQ(run(with(kFlat, e.property, e.outside)).count, 1) << e.property;
   }
-  // An out-of-range fuel is still evaluated. Intended: with sensitivities the
-  // count is that of the last perturbed evaluation, benzene at its upper step.
+  // Out of range still evaluated; intended: with sensitivities the count is the last perturbed one's.
   const Vec rich{7.0, 230, 340, 35, 12, 3.0, 90, 1.3};
   EXPECT_EQ(run(rich, "AAAAAA").count, 7);
   EXPECT_TRUE(std::isfinite(run(rich, "AAAAAA").out[2]));
@@ -118,8 +116,7 @@ TEST_F(CarbTest, OxygenBandLimitEdgesAndSensitivitiesInCelsius) {
 
 TEST_F(CarbTest, Phase3RoundsAsReportedAndModeLettersSetTheRvpCeilings) {
   EXPECT_EQ(tarn::emissions::roundHalfAwayFromZero(1.005, 2), 1.01);  // stored just below 1.005
-  // Rounded into range / out of it (limits widened by 1.0001; RVP ceiling 7.2
-  // in mode 'Y'); olefins -0.05 rounds away from zero.
+  // Rounded into / out of range (limits x1.0001; RVP ceiling 7.2 in 'Y'); olefins -0.05 rounds away from 0.
   const struct { int property; double inside, outside; } edges[] = {
       {0, 7.2049, 7.205}, {4, -0.04, -0.05}, {8, 1.2049, 1.205}};
   for (const auto& e : edges) {
@@ -133,8 +130,7 @@ TEST_F(CarbTest, Phase3RoundsAsReportedAndModeLettersSetTheRvpCeilings) {
   EXPECT_EQ(carb3(0, 8.0, "FFFFFFY"), 1);
   for (const char* options : {"FFFFFFN", "FFFFFFy", "FFF"}) EXPECT_EQ(carb3(0, 8.0, options), 0) << options;
   EXPECT_EQ(carb3(0, 6.3, "FFFFFFN"), 1);
-  // gfx_WCARB4: 'Y' 7.2, 'Z' and any other letter 7.0, 'N' 30, floor 6.4,
-  // all single-precision and widened by 1.0001 / 0.9999; no rounding.
+  // gfx_WCARB4: 'Y' 7.2, other letters 7.0, 'N' 30, floor 6.4, single precision x1.0001/0.9999, no rounding.
   const struct { int property; double value; const char* options; int count; } cases[] = {
       {0, 7.2007, "FFFFFFY", 0}, {0, 7.2008, "FFFFFFY", 1}, {0, 7.0007, "FFFFFFZ", 0}, {0, 7.0008, "FFFFFFZ", 1},
       {0, 7.1, "FFFFFFQ", 1},    {0, 30.0, "FFFFFFN", 0},    {0, 30.01, "FFFFFFN", 1},  {0, 6.3993, "FFFFFFN", 1},
@@ -185,8 +181,7 @@ TEST_F(CarbTest, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   for (int i = 0; i < 24; ++i) EXPECT_EQ(deriv[i], (i / 3 == 2 || i / 3 == 6) ? 0.0 : direct[i]) << i;
   for (int g : {0, 1, 2, 27, 28, 29}) EXPECT_EQ(buffer[g], -7.0);
 
-  // Selector 1 gives 'F', others 'A'; the seventh selector the mode letter (CARB3: 1 'N' else 'Y';
-  // CARB3M: 1 'N', 2 'Y', else 'Z'), seen through the count the adapter drops.
+  // Selector 1 'F', else 'A'; the seventh the mode (CARB3: 1 'N' else 'Y'; CARB3M: 1 'N', 2 'Y', else 'Z').
   const auto& state = predictive::workingState();
   tarn::CorrelationSettings& s = tarn::params().settings;
   Vec in3{8.0, 200, 300, 22, 4, 2.0, 2.0, 15, 0.7};

@@ -19,8 +19,7 @@ using Values = std::vector<double>;
 enum { MTO, ETO, EHO, TMO, SUL, RVP, E20, E30, ARO, OLF, BNZ };
 enum { VOC, TOX, NOX, EXB, EXT };
 
-// Worked example fuel of the reference restatement of 40 CFR 80.45 (section 13): MTBE oxygen 2.1 wt %, sulfur 150,
-// RVP 6.7, E200 50, E300 85, aromatics 25, olefins 10, benzene 0.8.
+// Worked example fuel of 40 CFR 80.45 (section 13), in the order of the enum above.
 const Fuel kExampleFuel = {2.1, 0, 0, 0, 150, 6.7, 50, 85, 25, 10, 0.8};
 
 class EpaComplexModelTest : public tarn::testing::LibraryTest {
@@ -47,8 +46,7 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   const double published[9] = {745.9157, 286.6071, 1244.6508, 32.7472, 10.8592, 3.8413, 8.3731, 2.5025, 1.8775};
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(detail[i], published[i], 1e-4) << i;
 
-  // Baseline fuels of 40 CFR 80.45 Table 2 give nearly no change: the summer ones to the few hundredths of a mg/mile
-  // by which the published non-exhaust figures are rounded. Each season has its own baseline fuel.
+  // Baseline fuels (40 CFR 80.45 Table 2) give no change, summer to the published rounding; one per season.
   const Fuel summer = {0, 0, 0, 0, 339, 8.7, 41, 83, 32, 9.2, 1.53};
   const Fuel winter = {0, 0, 0, 0, 338, 11.5, 50, 83, 26.4, 11.9, 1.64};
   for (const char* o : {"B1S", "C1S", "B2S", "C2S", "B1S   C", "C2S   C"}) {
@@ -60,8 +58,7 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   EXPECT_GT(std::fabs(wepa("B2W", summer)[EXB]), 1.0);
 }
 
-// One limit rule of the exhaust VOC or NOx equations, probed around its edge;
-// `direction` +1 when the rule acts above the edge, -1 below.
+// One limit rule probed around its edge; `direction` +1 when it acts above the edge, -1 below.
 enum class Beyond { Flat, Extrapolated, Frozen, NoRule };
 struct Edge {
   const char* name;
@@ -83,8 +80,7 @@ TEST_F(EpaComplexModelTest, FlatLinesAndEdgesAreContinuousAndActOnTheirSideOnly)
       {"E300* flat line (ARO 25)", "B2S", E30, 79.75 + 0.385 * 25, VOC, Beyond::Flat, +1},
       {"E300* flat line, phase I", "B1S", E30, 80.32 + 0.390 * 25, VOC, Beyond::Flat, +1},
       {"E300 low extrapolation", "B2S", E30, 72.0, VOC, Beyond::Extrapolated, -1},
-      // With ARO 40, E300* lies above 94: no flat line, extrapolation instead.
-      // The printed slopes are rounded (0.00029 for 0.000287), hence 15 %.
+      // ARO 40 puts E300* above 94: extrapolation; printed slopes are rounded (0.00029 for 0.000287), so 15 %.
       {"E300 high extrapolation", "B2S", E30, 94.0, VOC, Beyond::Extrapolated, +1, ARO, 40.0, 0.15},
       {"E300 counted to 95 (VOC)", "B2S", E30, 95.0, VOC, Beyond::Frozen, +1, ARO, 40.0},
       {"E300 counted to 95 (NOx)", "B2S", E30, 95.0, NOX, Beyond::Frozen, +1},
@@ -184,8 +180,7 @@ TEST_F(EpaComplexModelTest, WinterAndOptionStringLettersAndRejects) {
 }
 
 TEST_F(EpaComplexModelTest, SensitivitiesCountTheFuelItself) {
-  // The derivative-contract walk checks the sensitivities, inside the ranges
-  // and held back to them. Sulfur 600 is beyond the reformulated ceiling.
+  // Sensitivities: the derivative walk. Sulfur 600 is beyond the reformulated ceiling.
   Fuel fuel = kExampleFuel;
   fuel[SUL] = 600.0;
   std::vector<double> out(5), rfg(55), untouched(55, 4.0);
@@ -249,8 +244,7 @@ TEST_F(EpaComplexModelTest, ConversionBaselineRowsRoundTripsAndRejects) {
       EXPECT_NEAR(absolute[k], base[k] * (1.0 + percent[k] / 100.0), 1e-12 * base[k]);
     }
   }
-  // Baseline emissions, mg/mile (40 CFR 80.45 Tables 3 to 5): winter (class not read), and summer where class 'C'
-  // adds non-exhaust to exhaust benzene (26.10 + 9.6591).
+  // Baselines, mg/mile (40 CFR 80.45 Tables 3-5); summer class 'C' adds non-exhaust benzene (26.10 + 9.6591).
   double out[5], u[5], c[5];
   ASSERT_EQ(convert("c", "2", "w", 0, "X", zero, out), 0);
   EXPECT_EQ(Values(out, out + 5), (Values{1341, 120.549055, 1540, 77.62, 120.549055}));

@@ -75,8 +75,7 @@ TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
   gfx_WRBOB(0, 'F', 10.0, kBob.data(), out.data(), nullptr, nullptr);
   EXPECT_EQ(out, (Vec{0.9 * blended[0] + 0.5, blended[1], blended[2], blended[3], blended[4], blended[5],
                       blended[6], blended[8], 150.0 - 0.49 * blended[1], 160.0 - 0.3 * blended[2]}));
-  // Intended: the E200 slope is the blend model's ALTOXY, so 1.2 passes the
-  // blendstock through; RVP, E200 and E300 are still computed from it.
+  // Intended: the E200 slope is ALTOXY, so 1.2 passes the blendstock through; RVP, E200, E300 still computed.
   double d[70];
   out.assign(10, S);
   EXPECT_EQ(gfx_WRBOB(1, 'C', 10.0, kBob.data(), out.data(), d, overriding(13, 8, 1.2).data()), 0);
@@ -91,8 +90,7 @@ TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
 }
 
 TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
-  // The dilution offsets reproduce the default 5 % blend of aromatics, benzene, olefins and sulfur. Intended: they
-  // use the standard ethanol whatever is passed or configured.
+  // Offsets reproduce the default 5 % blend; intended: always with the standard ethanol.
   const Vec standard = carbob2(5.0);
   const double ignored[7] = {10.0, 5, 5, 5, 5, 0.5, 0.5};
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 25.0), 0);
@@ -103,8 +101,7 @@ TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
   EXPECT_NEAR(f[0], 0.95, 1e-15);
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ARO", 1.7), 0);
 
-  // Adapter inputs 7-13 are offsets for outputs 0, 1, 2, 3, 4, 6, 8; the
-  // ethanol content and unit come from the correlation's coefficients.
+  // Adapter inputs 7-13 offset outputs 0, 1, 2, 3, 4, 6, 8; ethanol content and unit from the coefficients.
   const int target[7] = {0, 1, 2, 3, 4, 6, 8};
   Vec in = kBob, out(9, S), d(126, S);
   for (double offset : {0.5, 1e30, -2.0, 1e30, 0.1, 0.0, 3.0}) in.push_back(offset);
@@ -114,8 +111,7 @@ TEST_F(EthanolTest, OffsetsAndTheCatalogueAdapter) {
   tarn::params().settings.corf[50] = 0;
   EXPECT_EQ(gfx_tarnGenCalc(50, 0, 0, in.data(), out.data(), nullptr), 0);
   EXPECT_NEAR(out[2], carbob2(10.0, nullptr, nullptr, 'C', in)[2] - 2.0, 1e-12);
-  // Pass-through: blendstock plus offset where given (else not written), and
-  // unit sensitivities to both whether or not the offset was given.
+  // Pass-through: blendstock plus offset where given, unit sensitivities to both either way.
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", 1), 0);
   out.assign(9, S);
   EXPECT_EQ(gfx_tarnGenCalc(50, 1, 0, in.data(), out.data(), d.data()), 0);

@@ -1,5 +1,4 @@
-// Every correlation and input position set to missing, NaN, +-inf, zero and huge, then the fuzz-found faults:
-// documented statuses only, and no NaN unless passed in (or the three-point indices' NaN rule).
+// Every correlation and input set to missing, NaN, +-inf, 0, huge, and the fuzz-found faults: documented statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -57,8 +56,7 @@ TEST_F(BadInput, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNaN) 
           if (tarn::frame::findCorrelation(index)->rewritesInputs != InputRewrite::Always) {
             EXPECT_TRUE(std::equal(x.begin(), x.end(), r.x.begin(), sameBits)) << where();
           }
-          // What the caller left in the arrays does not change the answer:
-          // with NaN there, each entry is the same or was left alone.
+          // What the caller left in the arrays (NaN) does not change the answer.
           const auto sameOrLeft = [](double withNaN, double withZero) {
             return same(withNaN, withZero) || (withZero == 0.0 && std::isnan(withNaN));
           };
@@ -83,8 +81,7 @@ TEST_F(BadInput, EveryCorrelationAnswersBadInputsWithADocumentedStatusAndNoNaN) 
   }
 }
 
-// A selector stored at the int limit was offset by its first value in int
-// arithmetic (signed overflow); every such selector is an unknown option.
+// A selector at the int limit overflowed when offset by its first value; it is an unknown option.
 TEST_F(BadInput, EpaSelectorsAtTheIntLimitsAreUnknownOptionsWithoutOverflow) {
   for (double limit : {-2147483648.0, 2147483647.0}) {
     for (int k = 0; k < 7; ++k) ASSERT_EQ(gfx_tarnSetCoefValue(7, k, limit), 0);
@@ -95,8 +92,7 @@ TEST_F(BadInput, EpaSelectorsAtTheIntLimitsAreUnknownOptionsWithoutOverflow) {
   }
 }
 
-// (API/P2)^P3 of a negative API (a gravity above 1.076, or a missing one),
-// or (T/P4)^P5 of a temperature below 0 F, gave NaN; out of domain is 1e30.
+// (API/P2)^P3 of a negative API or (T/P4)^P5 below 0 F gave NaN; out of domain is 1e30.
 TEST_F(BadInput, CetaneImproverOfANegativeApiOrTemperatureIsMissing) {
   for (const auto& [spg, temperature] : {std::pair{1e30, 520.0}, {1.2, 520.0}, {0.85, -10.0}}) {
     EXPECT_EQ(gfx_CetaneImprover(0, 'F', spg, temperature, 0.1, nullptr), 1e30) << spg;

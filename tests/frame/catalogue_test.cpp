@@ -1,5 +1,4 @@
-// The catalogue queries against an independent transcription of the published
-// catalogue, and their failure codes and check order.
+// Catalogue queries against an independent transcription of the published catalogue; failure codes and order.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -120,8 +119,7 @@ TEST_F(CatalogueFailures, QueriesAndCoefficientAccessFailInTheirOrderAndWriteNot
       {gfx_tarnGetCorrelationSlackCount(57, &value), 0},  {gfx_tarnGetIndexPair(-2147483647 - 1, &value), 12},
       {gfx_tarnGetCoefCount(57, &value), -4},             {gfx_tarnGetPropId(-1, text), -2},
       {gfx_tarnGetPropDesc(2, text), -3},
-      // TVL has 3 inputs, 1 output and 5 coefficients; RVPINDEX writes no
-      // kind, yet k is checked; VISCOSITYINDEX1 has no coefficients.
+      // TVL: 3 inputs, 1 output, 5 coefficients; RVPINDEX writes no kind, yet k is checked; VISCOSITYINDEX1: none.
       {gfx_tarnGetCorrelationInpPropId(0, 3, text), -6},  {gfx_tarnGetCorrelationOutPropId(0, 1, text), -7},
       {gfx_tarnGetCorrelationOutPropType(0, -1, &value), -7}, {gfx_tarnGetCorrelationOutPropType(9, 1, &value), -7},
       {gfx_tarnGetCoef(18, 0, text, &number), -8},        {gfx_tarnSetCoefValue(0, 5, 1.0), -8},

@@ -28,8 +28,7 @@ struct PublishedCoefficient {
   double number = NAN;  // default, or the limit of rule n
 };
 
-// The published coefficient lists and the keywords some of them view
-// (tests/data/published_catalogue.csv, columns 7 and 8).
+// The published coefficient lists and the keywords they view (published_catalogue.csv, columns 7 and 8).
 const std::vector<std::vector<std::string>>& publishedCatalogue() {
   static const auto rows = tarn::testing::dataTable("published_catalogue.csv", 9);
   return rows;
@@ -70,8 +69,7 @@ double expectedAfterSet(const PublishedCoefficient& c, int k, double before, dou
   }
 }
 
-// Entries published as one exponent, one MTM set and one point group per pair
-// of conversions: the two indices and the first shared position.
+// One exponent, MTM set or point group shared per conversion pair: both indices and the first shared position.
 const int kShared[][3] = {{8, 9, 0}, {39, 40, 0}, {5, 6, 2}, {41, 42, 2}};
 
 std::pair<int, int> sharedWith(int index, int k) {
@@ -114,8 +112,7 @@ std::vector<double> allKeywordValues() {
   return values;
 }
 
-// A set through each coefficient shows, by its published rule, in it, its
-// sharing partner and its keyword, and nowhere else.
+// A set shows, by its published rule, in the coefficient, its partner and its keyword, and nowhere else.
 TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) {
   // Which coefficients view a keyword field: "first k, group, keywords".
   std::map<std::pair<int, int>, std::pair<std::string, std::string>> keywordOf;
@@ -174,8 +171,7 @@ TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) 
 }
 
 TEST_F(Coefficients, CountsLimitThenRoundSwitchesIgnoreWhatNoIntHoldsQuantilesKeepTheirRatio) {
-  // n = trunc(value); below the limit (14 for NTEMP, 26 for NPOFF) the stored
-  // count is trunc(n + 0.5), at or beyond it 1. Both rows view one field.
+  // n = trunc(value); below the limit (NTEMP 14, NPOFF 26) stored as trunc(n + 0.5), else 1; one shared field.
   const double cases[][3] = {{13.9, 13, 13}, {14.0, 1, 14}, {25.7, 1, 25}, {26.0, 1, 1},
                              {-3.0, -2, -2}, {-0.9, 0, 0},  {1e300, 1, 1}, {INFINITY, 1, 1}};
   for (const auto& c : cases) {

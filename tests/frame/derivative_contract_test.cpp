@@ -1,5 +1,4 @@
-// Every derivative of every correlation, both units, several point counts, against central differences, in its
-// class (exact, forward difference by design, or deliberate difference); the walk writes docs/derivatives.md.
+// Every derivative of every correlation against central differences, in its class; writes docs/derivatives.md.
 #include <gtest/gtest.h>
 
 #include <algorithm>

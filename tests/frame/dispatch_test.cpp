@@ -23,8 +23,7 @@ using DispatchTest = EvaluationTest;
 
 // Each catalogue row against its worked value; no slopes unrequested except rows that write them on purpose.
 TEST_F(DispatchTest, EveryWorkedValueComesOutOfItsCorrelationWithoutSlopes) {
-  // MTMF, MTMR and the oxygenate rows write some slopes whatever the flag;
-  // D86TOPERCENTOFF and CD86FROMPERCENTOFF fill any array they are given.
+  // MTMF, MTMR, oxygenate rows and two percent-off rows write slopes whatever the flag.
   const std::vector<int> slopesAnyway = {6, 39, 40, 44, 45, 46, 47, 48, 49};
   int checked = 0;
   for (const CatalogueRow& row : catalogueRows()) {
@@ -84,8 +83,7 @@ TEST_F(DispatchTest, PercentOffRowsConvertWithTheirOwnMethod) {
   }
 }
 
-// Special steps, each branch with the input that takes it. Arrays start at
-// kUnset; a nan among the expected derivatives means "left as it was".
+// Each special-step branch; arrays start at kUnset, a nan expected derivative means left as it was.
 struct Branch {
   const char* what;
   int index;
@@ -159,8 +157,7 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
   EXPECT_EQ(gfx_tarnGenCalc(39, 0, 0, x, out, nullptr), 0);  // MTMF copies no slopes without an array
   EXPECT_EQ(gfx_tarnCalcPropDeriv(9, 1, 1, x, d), 0);
 
-  // The types no built-in correlation has, by the shared type handling:
-  // {type, complex entry, flag, derivative array given, status}.
+  // Types no correlation has: {type, complex entry, flag, derivative array given, status}.
   const int cases[][5] = {{0, 0, 0, 0, 0},      {0, 0, 1, 1, 0},   {-1, 1, 1, 0, -8888}, {-3, 0, 0, 1, -999},
                           {-3, 1, 1, 1, 0},     {-3, 1, 1, 0, -8888}, {-2, 1, 0, 1, -999}, {1, 0, 0, 0, 0},
                           {1, 0, 1, 0, -8888},  {2, 0, 0, 1, -999},   {-9999, 1, 0, 1, -999}};
@@ -180,8 +177,7 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
 }
 
 TEST_F(DispatchTest, BatchEvaluationIsRowByRowEvaluationAndCountsFailedRows) {
-  // The realistic row and one with its first input missing; blocks of the
-  // catalogue's counts, also where fewer outputs are configured (41, 42, 53).
+  // The realistic row and one missing its first input, also with fewer outputs configured (41, 42, 53).
   for (const CatalogueRow& w : realisticRows()) {
     std::vector<double> missing = w.inputs, inputs = w.inputs;
     missing[0] = 1e30;

@@ -1,5 +1,4 @@
-// Evaluation by index for the frame tests: a call with arrays sized from the
-// catalogue, on the realistic row of each correlation.
+// Evaluation by index for the frame tests, with arrays sized from the catalogue.
 #pragma once
 
 #include <cmath>
@@ -16,8 +15,7 @@ struct Result {
   std::vector<double> x, out, d;  // x: the inputs as the call left them
 };
 
-// Evaluates with output and derivative arrays of the catalogue's sizes
-// filled with `fill`, so that untouched entries show.
+// Evaluates with output and derivative arrays filled with `fill`, so untouched entries show.
 inline Result genCalc(int index, std::vector<double> x, int derivFlag = 1, double fill = -7.25) {
   int m = 0;
   gfx_tarnGetCorrelationOutPropCount(index, &m);
@@ -29,8 +27,7 @@ inline Result genCalc(int index, std::vector<double> x, int derivFlag = 1, doubl
 
 inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-// Starts the library with the settings the realistic rows name (the three
-// evaporative temperatures that make EVAPORATIVE compute).
+// Starts the library with the realistic rows' settings (EVAPORATIVE's three temperatures).
 class EvaluationTest : public LibraryTest {
  protected:
   void SetUp() override {

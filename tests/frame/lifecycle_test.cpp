@@ -6,8 +6,7 @@
 
 namespace {
 
-// A switch of each kind (settings only coefficients reach) and coefficients
-// that view parameter-block fields, with a changed and the initial value.
+// A switch of each kind and coefficients viewing parameter-block fields, with a changed and the initial value.
 const struct Change {
   int index, k;
   double changed, initial;

@@ -1,5 +1,4 @@
-// The optimiser's C interface: refusals with status and message, problem-file faults placed, results after a
-// solve (optimum values: test_optimize.py against independent solvers).
+// The optimiser's C interface: refusals, placed file faults, results after a solve (optima: test_optimize.py).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -127,8 +126,7 @@ TEST_F(Optimizer, AComponentLackingALimitedInputIsKeptOutOfThatProductOnly) {
   refused(tarnblend_problem_volumes(q, 0, regular, 7), TARNBLEND_ERROR_STATE, "not solved");
 }
 
-// After a solve the model holds every property and derivative at the reported recipe, as a fresh model does;
-// the second start is spared when only linear limits bind.
+// After a solve the model matches a fresh one at the recipe; no second start when only linear limits bind.
 TEST_F(Optimizer, TheModelIsLeftWholeAtTheRecipeAndASecondStartOnlyWhereNonLinearLimitsBind) {
   const struct {
     const char* key;  // limited with RVP max 9 psi (or below every component's)

@@ -176,8 +176,7 @@ def slsqp_optimum(task):
     for i in range(n):
         linear(-np.tile(np.eye(n)[i], len(products)), -most[i] / scale)
     box = [(0, m / scale) for m in most] * len(products)
-    # Non-linear blending can leave more than one local optimum: the best of
-    # two starts, an even split and one in proportion to availability.
+    # Non-linear blending may have several local optima: the best of an even and a proportional start.
     best = None
     for start in (even, proportional):
         x0 = np.minimum(np.concatenate(start), [high for _, high in box])
@@ -211,8 +210,7 @@ def test_shadow_prices_and_marginal_values_are_the_slopes_of_the_optimum(name):
         p = solved.product_names.index(product)
         k = seen[p] = seen.get(p, -1) + 1
         if binding:
-            # The shadow price is per unit of the recipe's unit; the limit may
-            # be written in another (DEN in kg/m3 against SPG).
+            # Shadow prices are per recipe unit; the limit may be in another (DEN in kg/m3 against SPG).
             given = task["products"][p]["limits"][k][binding]
             bound = limits["minimum" if binding == "min" else "maximum"][r]
             cases.append((limits["shadow_price"][r] * bound / given, ("products", p, "limits", k, binding)))

@@ -37,8 +37,7 @@ TEST_F(KeywordTest, EveryListedKeywordReachesOneFieldUnderEachOfItsNames) {
     const Listed entry = listed(k);
     const char *group = entry.correlation.c_str(), *parameter = entry.parameter.c_str();
     EXPECT_TRUE(seen.insert({entry.correlation, entry.parameter}).second) << group << " " << parameter << " twice";
-    // Writing back what is read succeeds under every rule (the refusing ones
-    // hold positive defaults) and leaves the field as it was.
+    // Writing back what is read succeeds under every rule and leaves the field as it was.
     const double value = gfx_getCorParms(group, parameter);
     started.push_back(value);
     EXPECT_EQ(gfx_setCorParms(group, parameter, value), 0) << group << " " << parameter;
@@ -93,8 +92,7 @@ TEST_F(KeywordTest, StoreRules) {
       {"CETANEIMPROVER2", "P4", 0, 0, 0}, {"CETANEIMPROVER2", "P4", 4, 1, 0},
       {"T10INDEX", "P2", 0, 0, 0}, {"T10INDEX", "P2", 4, 1, 0},
       {"T50INDEX", "P2", 0, 0, 0}, {"T50INDEX", "P2", 4, 0, 4},
-      // Counts round after their limit test (25.4 is over 25); NPTS rounds
-      // with no limit; ALTOXY truncates; values no integer can hold are refused.
+      // Counts round after their limit test (25.4 > 25); NPTS has no limit; ALTOXY truncates; huge refused.
       {"ND86FROMPERCENTOFF", "NPOFF", 24.6, 0, 25}, {"ND86FROMPERCENTOFF", "NPOFF", 25.4, 1, 25},
       {"ND86TOPERCENTOFF", "NPOFF", -3, 0, -2},  // trunc(-2.5)
       {"ND86FROMPERCENTOFF", "NTEMP", 13.0, 0, 13}, {"ND86FROMPERCENTOFF", "NTEMP", 13.2, 1, 13},
@@ -139,8 +137,7 @@ TEST_F(KeywordTest, CarbUnitAndTemperaturePoints) {
   EXPECT_EQ(gfx_getCorParms("TARN", "CARB_CORF"), -1.0);
   EXPECT_EQ(TARNReset(), 0);
   EXPECT_EQ(gfx_getCorParms("TARN", "CARB_CORF"), 1.0);
-  // The ten temperature points convert to C at each call, without memory of
-  // the last; only they are restored, and the configurable set stays in F.
+  // The ten points convert to C at each call without memory; only they are restored; the configurable set stays F.
   gfx_setCorParms("MTM", "P1", 0.5);
   EXPECT_EQ(ConvertD86TempPt() + ConvertD86TempPt(), 0);
   EXPECT_NEAR(gfx_getCorParms("D86FROMPERCENTOFF", "P1"), -18.3950617284, 1e-9);  // (-1.111 - 32) / 1.8

@@ -78,8 +78,7 @@ TEST_F(PropertyConsistency, EveryFunctionReportsItsSlopeOnRequestOnly) {
   }
 }
 
-// Property -> index -> property over the whole range, with and without
-// derivatives (the reverses take different routes with and without).
+// Property -> index -> property over the range, with and without derivatives (different routes).
 TEST_F(PropertyConsistency, EveryPairRoundTripsInBothUnits) {
   for (const Pair& p : everyPair()) {
     for (char unit : {'F', 'C'}) {

@@ -94,8 +94,7 @@ TEST_F(PropertyDomains, OctaneVapourPressureGravityAndDrivability) {
 }
 
 TEST_F(PropertyDomains, ViscosityAgreesWithRefutasAndOnlyVariantOneRejectsItsBound) {
-  // VBN is affine in the Refutas index VBI = 14.534 ln ln(v + 0.8) + 10.975:
-  // VBN = 74.98240 - 1.466650 VBI (published constants are rounded).
+  // VBN = 74.98240 - 1.466650 VBI, VBI = 14.534 ln ln(v + 0.8) + 10.975 (published constants rounded).
   for (double nu : {1.0, 5.0, 10.0, 100.0, 1000.0}) {
     const double refutas = 14.534 * std::log(std::log(nu + 0.8)) + 10.975;
     EXPECT_NEAR(gfx_ViscosityIndex3(nu, 0, nullptr), 74.98240 - 1.466650 * refutas, 5e-5) << nu;

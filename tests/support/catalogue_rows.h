@@ -1,5 +1,4 @@
-// The catalogue's reference rows (tests/data/catalogue_rows.csv): a realistic row per correlation and
-// independently worked values with tolerance and source.
+// The catalogue's reference rows (catalogue_rows.csv): realistic inputs and worked values with sources.
 #pragma once
 
 #include <cmath>

@@ -1,5 +1,4 @@
-// The reference tables of tests/data: CSV with comment lines (#) and a header
-// line before the rows; the last column takes the rest of its line.
+// The tables of tests/data: CSV with # comments and a header; the last column takes the rest of its line.
 #pragma once
 
 #include <fstream>

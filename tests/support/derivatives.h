@@ -19,8 +19,7 @@ inline double centralDifference(const std::function<double(double)>& f, double x
   return (f(x + h) - f(x - h)) / (2.0 * h);
 }
 
-// Tolerance for comparing an analytic derivative with a central difference:
-// relative to the larger magnitude, with an absolute floor.
+// Derivative tolerance: relative to the larger magnitude, with an absolute floor.
 inline ::testing::AssertionResult derivativeNear(double reported, double numeric,
                                                  double relative = 1e-5,
                                                  double absolute = 1e-7) {
@@ -35,8 +34,7 @@ inline ::testing::AssertionResult derivativeNear(double reported, double numeric
 // A function of several inputs returning several outputs.
 using VectorFunction = std::function<std::vector<double>(const std::vector<double>&)>;
 
-// Central-difference Jacobian, input-major: entry (input j, output k) at
-// j * outputCount + k — the layout the library uses.
+// Central-difference Jacobian, input-major: (input j, output k) at j * outputCount + k, as the library.
 inline std::vector<double> centralJacobian(const VectorFunction& f, const std::vector<double>& x,
                                            std::size_t outputCount) {
   std::vector<double> jacobian(x.size() * outputCount, 0.0);

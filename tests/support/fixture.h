@@ -1,5 +1,4 @@
-// Test fixture: every test starts from a freshly started library and leaves
-// the process-wide parameter block at its defaults for the next one.
+// Every test starts from a freshly started library and leaves the parameter block at its defaults.
 #pragma once
 
 #include <gtest/gtest.h>

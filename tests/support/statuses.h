@@ -1,5 +1,4 @@
-// The statuses evaluation by index may return for each built-in correlation,
-// shared by the bad-input test and the evaluation fuzz target.
+// The statuses each correlation may return, shared by the bad-input test and the evaluation fuzz target.
 #pragma once
 
 #include <set>

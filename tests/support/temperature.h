@@ -1,5 +1,4 @@
-// Temperature conversions for expected values, written independently of the
-// library's own unit helpers (which are under test).
+// Temperature conversions for expected values, independent of the library's unit helpers.
 #pragma once
 
 #include <vector>
