@@ -137,9 +137,8 @@ TEST_F(BlendingTest, HealyFractionsOffOneAreRepairedOrRefused) {
   gfx_Healy(3, x, 2, ron, mon, ole, aro, out, none);
   EXPECT_TRUE(std::equal(d, d + 20, modeTwo));
   EXPECT_EQ(std::count(none, none + 20, 0.0), 20);
-  // Inside the window fractions are used as given, so a lone component shows
-  // spreads: sum xR = 99.95, sum xS = 9.995, sum xSR = 999.5, olefin spread
-  // 24.9875 - 4.9975^2, aromatic spread 399.8 - 19.99^2.
+  // Inside the window a lone component shows spreads: sum xR 99.95, xS 9.995, xSR 999.5,
+  // olefin spread 24.9875 - 4.9975^2, aromatic spread 399.8 - 19.99^2.
   double nearOne[] = {0.9995, 0}, empty[] = {0, 0};
   ASSERT_EQ(gfx_Healy(0, nearOne, 2, ron, mon, ole, aro, out, nullptr), 0);
   EXPECT_NEAR(out[0], 99.95 + 0.05411 * 0.49975 + 0.00098 * 0.01249375 - 0.00074 * 0.1999, 1e-12);

@@ -130,9 +130,8 @@ TEST(SolvePolynomialNewton, UsesTheSecantSlopeAndItsStoppingRules) {
   // A zero slope is replaced by 0.01: the constant 0.02 moves x by -2 per step, once and then 20 further times.
   const double flat[] = {0.02, 0.0};
   EXPECT_NEAR(SolvePolynomialNewton(flat, 1, 0.0), -42.0, 1e-12);
-  // Intended: x^2 + x - 6 from 1 with the secant slope 1 + x steps x -> 6/(1 + x),
-  // closing in on the root 2 by a factor 2/3 per step until cut off after 20
-  // further steps, about 3e-4 short (Newton's slope would converge).
+  // Intended: x^2 + x - 6 from 1 with secant slope 1 + x steps x -> 6/(1 + x), closing on 2 by 2/3 per step;
+  // cut off after 20 more steps, about 3e-4 short (Newton's slope would converge).
   const double quadratic[] = {-6.0, 1.0, 1.0};
   const double root = SolvePolynomialNewton(quadratic, 2, 1.0);
   EXPECT_GT(std::fabs(root - 2.0), 1e-5);

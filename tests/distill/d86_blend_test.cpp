@@ -98,9 +98,8 @@ Curve referenceDerivatives(const Curve& fractions, const Curve& curves, int meth
 }
 
 TEST_F(D86BlendTest, TwoLinearCurvesBlendToTheHandComputedPoints) {
-  // At 50/50 the blend's percent is (P_A + P_B)/2 with each P held in [0, 100]:
-  // 10 % at 140 (B not yet boiling), 30 % at 210, 50 % at 250, 70 % at 290,
-  // 90 % at 360 (A all gone).
+  // At 50/50 the percent is (P_A + P_B)/2, each P in [0, 100]: 10 % at 140 (B not boiling), 30 % at 210,
+  // 50 % at 250, 70 % at 290, 90 % at 360 (A gone).
   Curve out(7), out2(7);
   const Curve want = {100, 140, 210, 250, 290, 360, 400};
   ASSERT_EQ(gfx_FindPoints(2, kBoth.data(), kHalves, out.data()), 0);
@@ -142,9 +141,8 @@ TEST_F(D86BlendTest, SmallComponentsWidenTheBracketOnlyAboveMinVol) {
 }
 
 TEST_F(D86BlendTest, DocumentedQuirksOfTheSearch) {
-  // Intended: the search answers its last midpoint. Tolerance 0.02 over a
-  // 200-degree bracket is 4 %: searching 10 % on A from [100, 300] visits 200
-  // (50 %), 150 (25 %), 125 (12.5 %, within 4 of 10) and answers 112.5.
+  // Intended: the search answers its last midpoint. Tolerance 0.02 x 200 degrees is 4 %: 10 % on A from
+  // [100, 300] visits 200 (50 %), 150 (25 %), 125 (12.5 %, within 4 of 10) and answers 112.5.
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "BTol", 0.02), 0);
   const double one = 1.0, fractions[2] = {0.7, 0.3};
   Curve out(7);

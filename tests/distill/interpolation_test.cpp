@@ -51,9 +51,8 @@ TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
 double model(double anchor, double a, double b, double p) { return anchor + a * (p - 1.0) + b * std::log10(p); }
 
 TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) {
-  // Lower half anchored at the IBP (a = 0.5, b = 40), upper half at the FBP
-  // with percent counted down from 100 (a = -0.5, b = -40). Two five-point
-  // curves widened in place, then completed.
+  // Lower half anchored at the IBP (a = 0.5, b = 40), upper at the FBP counted down from 100 (a = -0.5,
+  // b = -40); two five-point curves widened in place, then completed.
   std::vector<double> buffer = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300,
                                 90, 130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
   buffer.resize(14, -1.0);
@@ -79,9 +78,8 @@ TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) 
 }
 
 TEST(D86Contract7Pt, KeepsFivePointsAndTheirDerivativeRows) {
-  // Entry (block b, row r, column c) holds 100 b + 10 r + c; rows 0, 1, 2, 4,
-  // 6, 7 (fraction and kept points) and columns 0, 1, 3, 5, 6 are kept, out
-  // of place and then in place.
+  // Entry (block b, row r, column c) holds 100 b + 10 r + c; rows 0, 1, 2, 4, 6, 7 and columns 0, 1, 3, 5, 6
+  // are kept, out of place and then in place.
   std::vector<double> derivs(2 * 8 * 7), outDerivs(2 * 6 * 5), five(5), kept = {10, 11, 15, 19, 20};
   for (int i = 0; i < 2 * 8 * 7; ++i) derivs[i] = 100 * (i / 56) + 10 * (i / 7 % 8) + i % 7;
   double curve[7] = {10, 11, 13, 15, 17, 19, 20};

@@ -139,9 +139,8 @@ TEST_F(PercentOffTest, RemapToPercentOffHoldsTheEndsAndBoilsPureComponentsAtOnce
 }
 
 TEST_F(PercentOffTest, RemapToCurveUsesALineOrAQuadraticWhereTheVectorCurves) {
-  // 10 % lies between 4 % (70 F) and 16 % (100 F); the next value rises by
-  // less than 2 %, so the line gives 70 + 6/12 * 30. The ends are the first
-  // and last temperatures.
+  // 10 % lies between 4 % (70 F) and 16 % (100 F), the next value rising by less than 2 %: the line gives
+  // 70 + 6/12 * 30. The ends are the first and last temperatures.
   const Values line = remap({0, 4, 16, 16.2, 40, 50, 60, 70, 80, 100}, 0);
   EXPECT_NEAR(line[1], 85.0, 1e-12);
   EXPECT_EQ(line[0], 30.0);
