@@ -292,44 +292,31 @@ TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
   }
 }
 
-std::vector<char> pluginBytes() {
-  std::ifstream in(TARN_TEST_PLUGIN, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 std::string writeFile(const std::vector<char>& bytes) {
   const std::string path = ::testing::TempDir() + "/plugin-copy.so";
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   return path;
 }
 
-TEST_F(PluginTest, TruncatedPluginFileIsRefusedInsteadOfKillingTheHost) {
-  const std::vector<char> whole = pluginBytes();
-  ASSERT_GT(whole.size(), 9000u);
-  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{1000},
-                                 std::size_t{4500}, std::size_t{8000}, whole.size() / 2, whole.size() - 1}) {
-    const std::string path = writeFile({whole.begin(), whole.begin() + static_cast<long>(size)});
-    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << size;
-  }
-  expectProperPluginBound("after the truncated files");
-}
-
-// Header fields edited so that the loader would read outside the file or
-// misread it; the untouched file passes.
-TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
+// Truncated files and header fields edited so that the loader would read
+// outside the file or misread it; the untouched file passes.
+TEST_F(PluginTest, TruncatedAndMalformedPluginFilesAreRefusedInsteadOfKillingTheHost) {
   using Header = ElfW(Ehdr);
   using Segment = ElfW(Phdr);
   using Section = ElfW(Shdr);
-  const std::vector<char> whole = pluginBytes();
+  std::ifstream file(TARN_TEST_PLUGIN, std::ios::binary);
+  const std::vector<char> whole{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   Header h;
   std::memcpy(&h, whole.data(), sizeof h);
   const std::uint64_t size = whole.size();
   const auto put = [](std::vector<char>& bytes, std::size_t offset, auto value) {
     std::memcpy(bytes.data() + offset, &value, sizeof value);
   };
-  const struct {
-    const char* what;
+  struct Case {
+    std::string what;
     std::function<void(std::vector<char>&)> edit;
-  } cases[] = {
+  };
+  std::vector<Case> cases = {
       {"not ELF", [&](auto& b) { b[1] = 'X'; }},
       {"the other word size", [&](auto& b) { b[EI_CLASS] = sizeof(void*) == 8 ? ELFCLASS32 : ELFCLASS64; }},
       {"the other byte order", [&](auto& b) { b[EI_DATA] ^= 3; }},
@@ -345,6 +332,12 @@ TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
          put(b, h.e_shoff + (h.e_shnum - 1) * sizeof(Section) + offsetof(Section, sh_offset), ElfW(Off){size});
        }},
   };
+  // Truncated files once killed the host inside the loader.
+  ASSERT_GT(whole.size(), 9000u);
+  for (const std::size_t cut : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{1000},
+                                std::size_t{4500}, std::size_t{8000}, whole.size() / 2, whole.size() - 1}) {
+    cases.push_back({"cut at " + std::to_string(cut), [cut](auto& b) { b.resize(cut); }});
+  }
   EXPECT_TRUE(tarn::router::isCompleteSharedObject(TARN_TEST_PLUGIN));
   for (const auto& c : cases) {
     std::vector<char> bytes = whole;
@@ -353,7 +346,7 @@ TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
     EXPECT_FALSE(tarn::router::isCompleteSharedObject(path.c_str())) << c.what;
     EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << c.what;
   }
-  expectProperPluginBound("after the malformed files");
+  expectProperPluginBound("after the broken files");
 }
 
 }  // namespace
