@@ -1,7 +1,5 @@
-// No heap allocation on the evaluation path: every built-in correlation with
-// and without derivatives (by index, through the router and in a batch) and
-// blends of up to 64 components. Every global operator new, and on glibc
-// outside AddressSanitizer builds malloc, calloc and realloc, counts.
+// No heap allocation evaluating any correlation or blending up to 64 components
+// (operator new counted, and malloc/calloc/realloc on glibc without ASan).
 #include <gtest/gtest.h>
 
 #include <cstdlib>

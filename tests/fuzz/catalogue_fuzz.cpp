@@ -1,8 +1,5 @@
-// Fuzzes the catalogue queries, coefficient access, messages and the error
-// handler with any index, position, code and value, into buffers of the
-// documented sizes: each query answers the status its index and position
-// call for, writes its text within the buffer or nothing, and leaves the
-// parameter block alone (a coefficient set reads back).
+// Fuzzes the catalogue queries, coefficients, messages and the error handler:
+// expected statuses, texts within documented buffers, the block untouched.
 #include <climits>
 #include <memory>
 
@@ -47,9 +44,7 @@ const Query kQueries[] = {
               TARN_COEF_NAME_SIZE),
     TARN_TEXT(gfx_tarnGetPropId(k, text), k == 0 || k == 1 ? 0 : TARN_STATUS_BAD_PROPERTY_ID, TARN_PROPERTY_ID_SIZE),
     TARN_TEXT(gfx_tarnGetPropDesc(k, text), k == 0 || k == 1 ? 0 : TARN_STATUS_BAD_PROPERTY_DESC, TARN_DESC_SIZE),
-    // An unknown index's type is written as unknown; kind codes and pairs
-    // are written only where there are some, slack counts only where
-    // positive (their statuses are the published-catalogue test's).
+    // An unknown index's type is written as unknown.
     TARN_INT(gfx_tarnGetCorrelationType(i, number), TARN_EXPECT(known(i) ? 0 : TARN_STATUS_BAD_TYPE_QUERY),
              TARN_TYPE_UNKNOWN),
     TARN_INT(gfx_tarnGetCorrelationInpPropCount(i, number), TARN_EXPECT(known(i) ? 0 : kBadIndex), 0),
@@ -82,9 +77,7 @@ void query(ByteReader& in) {
                   "query %d of (%d, %d) badly written", static_cast<int>(&q - kQueries), index, k);
 }
 
-// A coefficient set reads back as its value, truncated or rounded (-3.2
-// reads -2), or as the count 1 stored past its limit; a refused set and
-// VAPORLOCKINDEX's read-only constants change nothing.
+// A set reads back truncated or rounded, or 1 past a count's limit; VAPORLOCKINDEX's are read-only.
 void setCoefficient(ByteReader& in) {
   const int index = in.index(TARN_CORRELATION_COUNT), k = in.index(44);
   const double value = in.value(-100.0, 1000.0);

@@ -1,14 +1,7 @@
-// Fuzzes the distillation curves (tarn/distill.h) and the percent-off points
-// (tarn/corparms.h): curve reads, blends and point searches, the D86/TBP
-// conversions, percent-off conversions with any point counts, the layout
-// helpers and the indices, on a library whose settings carry over.
-//
-// Invariants besides runDirect's: nothing written outside the caller's
-// arrays; const arrays bit for bit (a curve changes only under ChangeData);
-// a failure writes nothing where so documented; derivatives only when asked;
-// status 0 from usual inputs comes with numbers, gfx_D86's derivative rows
-// included; a curve read lies inside the curve, the estimated 30 % and 70 %
-// points between their neighbours.
+// Fuzzes the distillation curves (tarn/distill.h) and percent-off points
+// (tarn/corparms.h). Invariants besides runDirect's: a curve changes only
+// under ChangeData, a curve read lies inside the curve, the estimated 30 %
+// and 70 % points between their neighbours, gfx_D86's derivative rows numbers.
 #include <numeric>
 
 #include "fuzz_support.h"

@@ -1,15 +1,6 @@
-// Fuzzes the emission models (tarn/emissions.h): CARB and EPA with any
-// option strings, the ethanol blendstock models with and without overrides,
-// the percent-evaporated points under any point settings, the EPA
-// conversions, the valid ranges with any model name and answers.
-//
-// Invariants: nothing written outside the caller's arrays, const arrays bit
-// for bit, texts read within their heap blocks; documented results only, a
-// failure writing nothing where so documented; sensitivities only when
-// asked; a model without its table (CARB phase 3) or refused (EPA) answers
-// 1e30 and sensitivities of exactly 0; numbers or 1e30 from usual inputs;
-// letters that convert percent changes to absolute emissions convert back;
-// a valid range's lower end below its upper end.
+// Fuzzes the emission models (tarn/emissions.h) with any option strings,
+// overrides, point settings and model names. A model without its table or
+// refused answers 1e30 with zero sensitivities; EPA letters convert back.
 #include <memory>
 
 #include "fuzz_support.h"
@@ -37,9 +28,7 @@ struct Text {
   std::vector<char> bytes;
 };
 
-// A model over an array of inputs: usual ranges (RVP psi, temperatures F,
-// volume %, oxygen wt %, sulfur ppm), outputs, documented results, whether
-// its table is missing, whether it reads T50 and T90 in the caller's unit.
+// Usual ranges (psi, F, vol %, wt %, ppm), outputs, results, no table, T50/T90 in unit.
 struct Model {
   const char* name;
   std::vector<Range> ranges;
@@ -69,9 +58,7 @@ const Model kModels[] = {
 #undef GASOLINE
 #undef TARN_MODEL
 
-// Overrides of the blendstock models, each kept (1e30) or a value: aromatics,
-// benzene, oxygen, olefins, sulfur, two specific gravities, then CARBOB2's
-// ALTOXY or RBOB's E200 and E300 lines and RVP correction.
+// Blendstock overrides: ARO, BNZ, OXY, OLF, SUL, two SGs, ALTOXY or E200/E300 lines, RVP.
 constexpr Range kOverrides[13] = {{0, 1},   {0, 0.1},   {30, 35}, {0, 1},   {0, 10}, {0.78, 0.8}, {0.7, 0.78},
                                   {100, 200}, {0, 1.2}, {100, 200}, {0, 0.5}, {-1, 1}, {0.9, 1.1}};
 

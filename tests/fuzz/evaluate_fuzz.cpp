@@ -1,14 +1,6 @@
-// Fuzzes evaluation by index (gfx_tarnGenCalc, gfx_tarnGenCalcComplex) with
-// any index, flag and inputs, batches against them row by row, the variable
-// output counts and the lifecycle calls, on a library whose settings
-// (coefficients, any keyword) carry over.
-//
-// Invariants: documented statuses only; nothing written outside the caller's
-// arrays, no derivative without the flag and no input rewritten (but where
-// the catalogue says so), the parameter block untouched; NaN out only where
-// NaN went in; no infinite output with status 0 from usual inputs; a batch
-// gives bit for bit one evaluation per row; start-up restores the defaults
-// and a reset the parameters.
+// Fuzzes evaluation by index, batches and the lifecycle calls, settings
+// carrying over: documented statuses only, NaN out only from NaN in, a batch
+// bit for bit one evaluation per row, start-up restores the defaults.
 #include "frame/catalogue.h"
 #include "fuzz_support.h"
 #include "support/catalogue_rows.h"
@@ -31,19 +23,14 @@ Range rangeOf(int index, int j) {
 // The percent-off and curve correlations (inputs in increasing order).
 bool isCurve(int index) { return isOneOf(index, {5, 6, 41, 42, 49, 53}); }
 
-// Writes the derivative array whatever the flag: MTMF, MTMR (8 entries),
-// CT10BLEND..CRVP (3 entries), and D86TOPERCENTOFF and CD86FROMPERCENTOFF
-// (all of it) when an array is given.
+// Derivatives written whatever the flag: MTMF, MTMR, CT10BLEND..CRVP, rows 6 and 49.
 int derivativesWrittenWithoutFlag(int index, int size) {
   if (index == 39 || index == 40) return 8;
   if (index >= 44 && index <= 48) return 3;
   return index == 6 || index == 49 ? size : 0;
 }
 
-// May rewrite its inputs, as its catalogue row says (a second run of a row
-// on copies relies on the others keeping them): oxygenate removal, the
-// missing inputs of the regression models, the filling of missing 30 % and
-// 70 % points, ChangeData's curve repairs.
+// May rewrite its inputs, as its catalogue row says.
 bool mayRewriteInputs(int index, bool changeData) {
   using tarn::frame::InputRewrite;
   const InputRewrite rewrite = tarn::frame::findCorrelation(index)->rewritesInputs;
@@ -109,8 +96,7 @@ void evaluate(ByteReader& in) {
   for (int j = 0; j < n && !mayRewriteInputs(index, changeData); ++j) {
     TARN_FUZZ_CHECK(sameBits(inputs[j], given[j]), "correlation %d rewrote input %d", index, j);
   }
-  // NaN only from NaN in (or where the three-point indices report it as
-  // computed); elements left as the caller had them are not results.
+  // NaN only from NaN in, or where the three-point indices report it.
   if (anyNaNInput || tarn::testing::reportsNaNAsComputed(index)) return;
   for (int k = 0; k < m; ++k) {
     const double y = outputs[k];
@@ -122,8 +108,7 @@ void evaluate(ByteReader& in) {
   }
 }
 
-// A batch gives bit for bit one evaluation per row (on a copy of the row's
-// inputs, into arrays filled alike), counts the failed rows, keeps its inputs.
+// A batch is bit for bit one evaluation per row and counts the failed rows.
 void batch(ByteReader& in) {
   const int index = in.index(TARN_CORRELATION_COUNT);
   const int rows = static_cast<int>(in.u8() % 10) - 1;
@@ -166,8 +151,7 @@ void outputCounts(ByteReader& in) {
                   "CalcPropDeriv did something");
 }
 
-// Start, reset and stop in any order: a start restores every default (but a
-// CARB unit chosen before it), a reset every parameter, a stop nothing.
+// A start restores every default (but the CARB unit), a reset every parameter.
 void lifecycle(ByteReader& in) {
   const tarn::ParameterBlock& defaults = Session::get().defaults();
   tarn::ParameterBlock& block = tarn::params();

@@ -1,12 +1,6 @@
 // Fuzzes the single-property correlations (tarn/props.h) and the blending
-// rules (tarn/blending.h), called directly on a library whose settings carry
-// over.
-//
-// Invariants besides runDirect's: nothing written outside the caller's
-// arrays, const arrays bit for bit, derivatives only when asked; a property
-// to index and back gives the property; a blend of identical components is
-// that component (linear by volume and mass, Healy, freeze point,
-// interaction blending without interactions); a refused blend writes nothing.
+// rules (tarn/blending.h): a property to index and back gives the property,
+// a blend of identical components is that component.
 #include "fuzz_support.h"
 #include "tarn/blending.h"
 #include "tarn/props.h"

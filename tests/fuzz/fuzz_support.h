@@ -1,8 +1,5 @@
-// Shared pieces of the fuzz targets: a reader of the fuzz input, values an
-// optimiser may hand over, caller buffers fenced by guard bytes, a snapshot
-// of the parameter block, the session that carries the library's state from
-// input to input, and one driver for the direct calls that return a value
-// and write derivatives.
+// Shared pieces of the fuzz targets: input reader, fenced buffers, parameter
+// snapshot, the session carrying library state, the direct-call driver.
 #pragma once
 
 #include <fcntl.h>
@@ -39,8 +36,7 @@ struct Range {
   double low, high;
 };
 
-// Reads the fuzz input from the front; an exhausted input reads as zeros,
-// so every input is a valid script.
+// An exhausted input reads as zeros, so every input is a valid script.
 class ByteReader {
  public:
   ByteReader(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
@@ -58,10 +54,8 @@ class ByteReader {
     const std::uint8_t selector = u8();
     return selector < 224 ? static_cast<int>(selector % (count + 8)) - 4 : raw<std::int32_t>();
   }
-  // What an optimiser wandering outside physical ranges passes: a value in
-  // [low, high] or at its ends, or (making the reader unusual until the next
-  // takeUsual) the missing value and its neighbours, NaN, infinities, signed
-  // zeros, huge and tiny magnitudes, any bit pattern.
+  // A value in [low, high] or at its ends, or (marking the input unusual)
+  // what a wandering optimiser passes: 1e30, NaN, infinities, any bits.
   double value(double low, double high) {
     using L = std::numeric_limits<double>;
     static const double kSpecial[] = {
@@ -81,8 +75,7 @@ class ByteReader {
   }
   // True when every value since the last call came from its range.
   bool takeUsual() { return !std::exchange(unusual_, false); }
-  // Three operations in four take all their values from their ranges, so
-  // that the checks on usual values meet large calls too.
+  // Three operations in four take only usual values.
   void chooseUsualOnly() {
     usualOnly_ = u8() % 4 != 0;
     unusual_ = false;
@@ -94,8 +87,7 @@ class ByteReader {
   bool unusual_ = false, usualOnly_ = false;
 };
 
-// A caller array with guard elements on both sides, all of it filled with a
-// marker byte first (as a double, a large negative number).
+// A caller array with guard elements on both sides, all filled with a marker.
 template <class T>
 class Fenced {
  public:
@@ -132,17 +124,14 @@ using Array = Fenced<double>;
 template <class... Arrays>
 bool guardsIntact(const Arrays&... arrays) { return (arrays.guardsIntact() && ...); }
 
-// A text ending inside its buffer, nothing beyond; printable ASCII unless
-// `ascii` is false (UTF-8 allowed).
+// A text ending inside its buffer; printable ASCII unless `ascii` is false.
 inline bool textWithin(const Fenced<char>& buffer, bool ascii = true) {
   const std::size_t length = strnlen(buffer.data(), buffer.size());
   return buffer.guardsIntact() && length < buffer.size() &&
          (!ascii || std::all_of(buffer.data(), buffer.data() + length, [](char c) { return c >= 0x20 && c <= 0x7e; }));
 }
 
-// The parameter block as bytes, to prove a call left it alone (or touched
-// only [skip, skip + skipSize)): the offset of the first byte that differs,
-// -1 when none does.
+// The parameter block as bytes; firstDifference is -1 when none differs.
 class ParameterSnapshot {
  public:
   ParameterSnapshot() { std::memcpy(bytes_, &params(), sizeof bytes_); }
@@ -168,19 +157,16 @@ inline int countOf(int (*query)(int, int*), int index, int otherwise) {
   int count = 0;
   return query(index, &count) == TARN_STATUS_OK ? count : otherwise;
 }
-// What a correlation gives for usual inputs: a number, or 1e30 where it
-// cannot compute one.
+// A number, or 1e30 where none can be computed.
 inline bool numberOrMissing(double x) { return std::isfinite(x) || x == 1e30; }
 template <class Predicate>
 bool all(const Array& a, Predicate p) { return std::all_of(a.data(), a.data() + a.size(), p); }
 inline bool isFinite(double x) { return std::isfinite(x); }
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-// The library's state carries over from input to input; before the first
-// and every kResetPeriod inputs it is reset. The inputs since the last reset
-// are kept in a memory-mapped file, TARN_FUZZ_HISTORY, which survives a
-// crash; TARN_FUZZ_REPLAY=<such a file> runs them again in order at start-up,
-// so that the crashing input meets the same state.
+// The library's state carries over, reset every kResetPeriod inputs. The
+// inputs since a reset go to the mapped file TARN_FUZZ_HISTORY (it survives a
+// crash); TARN_FUZZ_REPLAY=<file> replays them at start-up.
 class Session {
  public:
   static constexpr int kResetPeriod = 32;
@@ -201,8 +187,7 @@ class Session {
   }
   // The parameter block as start-up leaves it.
   const tarn::ParameterBlock& defaults() const { return defaults_; }
-  // Whether the constants are the defaults: only then must results be
-  // numbers (a constant of 0 or 1e300 set by keyword may undo any formula).
+  // Only at default constants must results be numbers.
   bool constantsAtDefaults() const { return defaultConstants_; }
   void constantsChanged(bool changed = true) { defaultConstants_ = !changed; }
   static void replayIfAsked() {
@@ -232,8 +217,7 @@ class Session {
     close(file);
     history_ = map == MAP_FAILED ? nullptr : static_cast<unsigned char*>(map);
   }
-  // The history: a count of inputs, then each as its length and bytes (one
-  // too long to keep ends the replay short).
+  // A count of inputs, then each as its length and bytes.
   void record(const std::uint8_t* data, std::size_t size, bool restart) {
     std::uint32_t count = 0, length = static_cast<std::uint32_t>(size);
     if (history_ == nullptr || used_ + sizeof length + size > kHistoryBytes) return;
@@ -251,13 +235,10 @@ class Session {
   std::size_t used_ = sizeof(std::uint32_t);
 };
 
-// The checks on usual inputs apply: every value from its range, and the
-// constants at their defaults.
+// Every value from its range and the constants at their defaults.
 inline bool usualInputs(ByteReader& in) { return in.takeUsual() && Session::get().constantsAtDefaults(); }
 
-// A setting any target may change between its calls: the ChangeData switch,
-// or one parameter picked from the library's own list of keywords (either
-// group keyword; any text for the one that takes any), to any value.
+// The ChangeData switch, or any listed parameter (by either group keyword) to any value.
 inline void changeSetting(ByteReader& in) {
   if (in.u8() % 2 == 0) {
     gfx_setCorParms("TARN", "ChangeData", in.u8() % 2 ? 1.0 : -1.0);
@@ -281,9 +262,7 @@ inline char unitByte(ByteReader& in) {
   return b < 112 ? 'F' : b < 224 ? 'C' : static_cast<char>(in.u8());
 }
 
-// One input of operations: the session begins (onReset runs after a reset),
-// then up to `most` operations, each choosing whether its values are usual
-// and handing its selector byte to `operation`.
+// Up to `most` operations, each handed its selector byte; onReset after a reset.
 template <class Operation, class OnReset = void (*)()>
 int runOperations(const std::uint8_t* data, std::size_t size, int most, Operation operation,
                   OnReset onReset = [] {}) {
@@ -296,10 +275,8 @@ int runOperations(const std::uint8_t* data, std::size_t size, int most, Operatio
   return 0;
 }
 
-// A direct call returning a value that may write derivatives: how many
-// entries it writes, whether it writes them whenever given an array (not
-// only with the flag), the call of inputs x, unit, flag and derivative array
-// (null or not), and each input's usual range.
+// A direct call: derivative entries written (and whether without the flag),
+// the call on inputs x, unit, flag, derivatives, and each input's usual range.
 struct DirectCall {
   const char* name;
   int derivatives;
@@ -312,10 +289,7 @@ struct DirectCall {
              [](const double* x, char u, int f, double* d) { return (void)x, (void)u, (void)f, (void)d, call; }, \
              {__VA_ARGS__}}
 
-// Calls c with inputs read (or `given`, usual when `usualGiven`) into x and
-// the unit byte read (or `unitGiven`): nothing written past its derivative
-// entries, none without the flag unless it writes whenever given, a number
-// or 1e30 from usual inputs. Returns the value and whether it was usual.
+// Calls c on inputs read (or `given`): returns the value and whether usual.
 inline std::pair<double, bool> runDirect(ByteReader& in, const DirectCall& c, double* x, const double* given = nullptr,
                                          int unitGiven = -1, bool usualGiven = true) {
   for (std::size_t j = 0; j < c.ranges.size(); ++j) x[j] = given ? given[j] : in.value(c.ranges[j]);
@@ -331,9 +305,7 @@ inline std::pair<double, bool> runDirect(ByteReader& in, const DirectCall& c, do
   return {value, usual};
 }
 
-// A refusal of the blend library's readers: one line starting with `prefix`
-// (the file it names), UTF-8 without control characters (C0, DEL, C1), so
-// that no byte of the file reaches a terminal raw.
+// A reader's refusal: one line naming the file, UTF-8 free of C0, DEL and C1.
 inline void checkMessage(const std::string& message, const std::string& prefix) {
   TARN_FUZZ_CHECK(message.rfind(prefix, 0) == 0, "'%s' does not name %s", message.c_str(), prefix.c_str());
   for (std::size_t i = 0, length = 1; i < message.size(); i += length) {
@@ -349,8 +321,7 @@ inline void checkMessage(const std::string& message, const std::string& prefix) 
 
 }  // namespace tarn::fuzz
 
-// Every target replays a history at start-up when asked; one with more to
-// prepare defines TARN_FUZZ_OWN_INITIALIZE and calls replayIfAsked itself.
+// A target with more to prepare defines TARN_FUZZ_OWN_INITIALIZE.
 #ifndef TARN_FUZZ_OWN_INITIALIZE
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   tarn::fuzz::Session::replayIfAsked();

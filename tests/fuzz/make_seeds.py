@@ -1,7 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the seed corpora of the byte-script fuzz targets (ByteReader and
-runOperations in fuzz_support.h) and the problem target; run from this folder
-after changing an input format (keyword and recipe seeds are kept by hand)."""
+"""Writes the byte-script and problem seed corpora; run here after an input format changes."""
 import glob
 import os
 import struct
@@ -47,10 +45,8 @@ write("catalogue", "coefficient_rules", *(op(3, index(i), index(k), v) for i, k,
       [(11, 1, raw(6.7)), (52, 0, raw(1.0)), (41, 40, raw(13.6)), (42, 41, raw(-3.0)), (56, 2, raw(-2.0)),
        (18, 0, raw(1.0)), (50, 14, raw(float("nan"))), (53, 12, raw(1e9))]))
 
-# evaluate: 0-3 an evaluation (settings count, index, settings, shape,
-# values), 4 a batch (index, rows + 1, flag, values), 5 output counts, 6
-# lifecycle, 7 a setting: each correlation with derivatives (shape 1), curves
-# sorted too (shape 97), then a batch of three rows.
+# evaluate: 0-3 an evaluation (settings count, index, settings, shape, values), 4 a batch
+# (index, rows + 1, flag, values), 5 output counts, 6 lifecycle, 7 a setting.
 for i in range(57):
     write("evaluate", "index%02d" % i, op(0, 0, index(i), 1, FILL), op(4, index(i), 4, 1, FILL * 3))
 for i in (5, 6, 41, 42, 49, 53):
@@ -63,9 +59,8 @@ write("emissions", "epa_letters", op(2, 1, 0, FILL[:6], text("B"), text("1"), te
                                      FILL))
 write("emissions", "limits", *(op(3, 0, 0, k, 0, 1, 2, 3, 15, 1) for k in range(7)))
 
-# router: 0-1 a query (which, index, position), 2 properties, 3 a coefficient
-# set, 4 an evaluation, 5 messages, 6 lifecycle, 7 misbehaviour, 8 a load;
-# with the plug-in, 57-61 are its correlations.
+# router: 0-1 a query, 2 properties, 3 a coefficient set, 4 an evaluation, 5 messages,
+# 6 lifecycle, 7 misbehaviour, 8 a load; 57-61 are the plug-in's correlations.
 near = lambda i: bytes([0]) + index(i)  # combinedIndex near the numbering
 for q in range(12):
     write("router", "query%02d" % q, *(op(0, q, near(i), index(1)) for i in (9, 57, 58, 61, 70)))
@@ -79,8 +74,7 @@ write("router", "misbehaving", op(7, 0b00010100, 8, 9, 6, 7, 11, 12), op(0, 0, n
 write("router", "failing", op(7, 0b00001011, 5, 2, 3, 1, 2, 0), op(4, index(61), 1, index(0), FILL))
 write("router", "reloads", op(8, 1), op(0, 0, near(57), index(0)), op(8, 3, 0), op(8, 2), op(8, 7, 0), op(8, 7, 5))
 
-# problem: an options byte (recipe: 0 none, 1 gasoline, 2 diesel), the
-# problem file, after a NUL a grade file it may name (fuzz.grade).
+# problem: options byte, problem file, NUL, grade file (fuzz.grade).
 for name, recipe in (("gasoline-pool", 1), ("diesel", 0)):
     with open(os.path.join("..", "..", "examples", name + ".json"), "rb") as f:
         example = f.read()

@@ -1,14 +1,7 @@
-// Fuzzes the optimiser's problem-file reader (tarnblend_problem_read, as the
-// tarn tool calls it) with the recipe the caller gives or the file names and
-// user grade files. Input: an options byte (bits 0-1, the caller's recipe:
-// none, the gasoline or the diesel example), the problem file, and after a
-// NUL a grade file, fuzz.grade, both written next to the examples' recipes.
-// A problem naming a file through a folder is skipped (/dev/zero never ends).
-//
-// Invariants: OK with at least one product, each limit bounded on one side
-// at least (a minimum below its maximum) and no solution yet; or
-// TARNBLEND_ERROR_FILE, no problem, and one line of UTF-8 naming the problem
-// file, free of control characters. Nothing is solved.
+// Fuzzes the optimiser's problem-file reader (tarnblend_problem_read).
+// Input: an options byte (bits 0-1: no recipe, the gasoline or the diesel
+// example), the problem file, after a NUL the grade file fuzz.grade. A
+// problem is read with bounded limits, or refused with one clean line.
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>

@@ -1,10 +1,6 @@
-// Fuzzes the blend library's recipe reader (tarnblend_recipe_parse) with any
-// bytes as CSV or JSON, and evaluates what it accepts. Input: an options
-// byte (bits 0-1 the product kind, bit 2 a unit for unlabelled
-// temperatures), then the file. Invariants: OK with a model of at least one
-// component, each result a finite figure or the missing value; or
-// TARNBLEND_ERROR_FILE, no recipe, and one line naming the file, free of
-// control characters.
+// Fuzzes tarnblend_recipe_parse. Input: an options byte (bits 0-1 product
+// kind, bit 2 the unlabelled temperature unit), then the file. Accepted
+// recipes evaluate to figures or the missing value; refusals are one line.
 #include <cmath>
 #include <string>
 

@@ -1,17 +1,7 @@
-// Fuzzes the router (gfx_bml*) and the bridge (gfx_ubml*) without a plug-in
-// or with the test plug-in (TARN_FUZZ_USER_LIBRARY, its second module
-// TARN_FUZZ_USER_LIBRARY_SECOND) bound at every reset, which the input makes
-// misbehave (failing start or calculations, garbage results, any counts and
-// pair, over-long or unterminated texts) and loads again (the other module,
-// failing or not, truncated copies of the file). Input: operations.
-//
-// Invariants: a built-in index answers exactly as its gfx_tarn* namesake,
-// one past the end -1101; a plug-in index answers the plug-in's codes, the
-// bridge's or -1104 for a refused answer, and while it behaves as its bridge
-// namesake does; a count the host is given fits the combined numbering, a
-// refused one leaves the built-in numbering; texts end inside buffers of
-// the documented size; nothing is written outside the caller's arrays; a
-// failed load leaves the plug-in bound before usable as before.
+// Fuzzes the router (gfx_bml*) and bridge (gfx_ubml*) bare or with the test
+// plug-in (TARN_FUZZ_USER_LIBRARY[_SECOND]) misbehaving and reloaded: a
+// built-in index answers as its gfx_tarn* namesake, a behaving plug-in one as
+// its gfx_ubml* namesake, and a failed load keeps the bound plug-in.
 #include <dlfcn.h>
 
 #include <cctype>
@@ -56,9 +46,7 @@ int combinedCount() {
   return count;
 }
 
-// The answer of a combined index past the end, built in, or the plug-in's
-// (its codes: bad index, negative property, bad property number, no pair,
-// the failure asked for; or the bridge's).
+// Past the end, built in, or the plug-in's codes (or the bridge's).
 void expectRouted(int status, int index, int builtinStatus, const char* what) {
   if (index >= combinedCount()) {
     TARN_FUZZ_CHECK(status == TARN_BML_STATUS_INDEX_PAST_END, "%s(%d): %d past the end", what, index, status);
@@ -71,8 +59,7 @@ void expectRouted(int status, int index, int builtinStatus, const char* what) {
   }
 }
 
-// A query through the router, its built-in namesake and the bridge's (null
-// where the plug-in has none); `size` is the text buffer's, 0 for an int.
+// A query through the router, its gfx_tarn* and gfx_ubml* namesakes; size 0: an int.
 enum Answer { kText, kId, kCount, kPair, kOther };
 struct Query {
   const char* name;
@@ -116,9 +103,7 @@ int combinedIndex(ByteReader& in) {
   return near < 224 ? in.index(72) : INT_MAX - near % 8;
 }
 
-// A built-in index answers as its gfx_tarn* namesake, a plug-in one (while
-// it behaves) as its gfx_ubml* namesake, the id upper-cased and the pair
-// made combined; plug-in correlations have no kind codes.
+// A behaving plug-in's answers come upper-cased and with the pair combined.
 void queries(ByteReader& in) {
   const Query& q = kQueries[in.u8() % (sizeof kQueries / sizeof kQueries[0])];
   const int index = combinedIndex(in), k = in.index(28);
@@ -180,16 +165,14 @@ void setCoefficient(ByteReader& in) {
   }
 }
 
-// Evaluation through both entries: a built-in index gives gfx_tarnGenCalc's
-// answer bit for bit; the single-value conversions are the plug-in's only.
+// A built-in index evaluates bit for bit as through gfx_tarnGenCalc.
 void evaluate(ByteReader& in) {
   const int index = in.index(72);
   const std::uint8_t shape = in.u8();
   const int flag = shape % 2, direction = (shape / 4) % 2, property = in.index(4);
   const bool complex = (shape / 2) % 2 == 1;
   const double minSpacing = in.value(-1.0, 5.0);
-  // Arrays of the router's counts (one element for a refused count or one
-  // beyond 2^16 derivatives: that calculation is refused, writing none).
+  // One element for a refused count or beyond 2^16 derivatives (refused).
   const int n = std::max(countOf(gfx_bmlGetCorrelationInpPropCount, index, 1), 1);
   const int m = std::max(countOf(gfx_bmlGetCorrelationOutPropCount, index, 1), 1);
   const std::size_t nm = static_cast<std::size_t>(n) * m <= 65536 ? static_cast<std::size_t>(n) * m : 1;
@@ -216,8 +199,7 @@ void evaluate(ByteReader& in) {
   TARN_FUZZ_CHECK(guardsIntact(x, y, d), "evaluation of %d wrote outside its arrays", index);
 }
 
-// Messages of any code; the handler takes a built-in code, leaves another to
-// the plug-in (refused without one).
+// The handler takes a built-in code, leaves another to the plug-in.
 void messages(ByteReader& in, std::FILE* sink) {
   static const int kCodes[] = {0, -1, -4, -444, -499, -500, -999, -1101, -1104, -1109, -8888, 5, 7, 499, INT_MIN};
   const std::uint8_t selector = in.u8();
@@ -238,8 +220,7 @@ void messages(ByteReader& in, std::FILE* sink) {
                   "handler(%d): %d", code, status);
 }
 
-// Start without a path (the plug-in stays), coefficients and stop keep the
-// numbering; the bridge starts the bound plug-in again.
+// Start without a path, coefficients and stop keep the numbering.
 void lifecycle(ByteReader& in) {
   const int before = combinedCount();
   TARN_FUZZ_CHECK((in.u8() % 2 ? gfx_bmlInitializeAllocate(nullptr, nullptr)
@@ -250,8 +231,7 @@ void lifecycle(ByteReader& in) {
                   "the bridge's start");
 }
 
-// The plug-in misbehaves: failing or garbage calculations, texts too long or
-// unterminated, counts given proper, near a limit, negative or anything.
+// Failing or garbage calculations, bad texts, any counts.
 void misbehave(ByteReader& in) {
   if (!withPlugin()) return;
   static const int kCounts[] = {0, 1, 2, 3, 4, 5, 46340, 46341, INT_MAX - 57, INT_MAX - 56, INT_MAX - 2, INT_MAX, -1,
@@ -270,8 +250,7 @@ void misbehave(ByteReader& in) {
   plugins[bound].behave(&behaviour);
 }
 
-// Loads a plug-in again: either module, its start failing or not, or a
-// truncated copy; a refused one leaves the bound module answering as before.
+// Either module, failing to start or not, or a truncated copy.
 void reload(ByteReader& in) {
   if (!withPlugin()) return;
   const std::uint8_t choice = in.u8();

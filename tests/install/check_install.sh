@@ -1,10 +1,7 @@
 #!/usr/bin/env bash
-# Installs the built tree into a temporary prefix, then builds the example
-# hosts (libtarn's and the blend library's) against the installed package
-# both ways (CMake package and pkg-config) and runs them; runs the installed
-# tarn tool; uses the Python package the install placed beside the library;
-# and installs the Python package with pip into a virtual environment, with
-# no network.
+# Installs into a temporary prefix; builds and runs the example hosts against
+# it (CMake package, pkg-config), the tarn tool and the Python package (as
+# installed, and pip-installed into a venv offline).
 set -euo pipefail
 build_dir=$1 source_dir=$2 cc=${3:-cc} version=$4
 work=$(mktemp -d)
@@ -38,8 +35,7 @@ LD_LIBRARY_PATH="$libdir" "$work/blend-host-pc"
 # 3. The installed command-line tool finds its library without help.
 "$prefix/bin/tarn" blend --csv | grep -q '^Volatility,RVP,'
 
-# 4. The Python package, placed beside the library by cmake --install, loads
-# the installed library with no environment variable at all.
+# 4. The installed Python package loads the installed library unaided.
 python=${TARN_PYTHON:-/usr/bin/python3}
 installed=$(find "$prefix" -name _installed.py | head -n 1)
 if [ -z "$installed" ]; then
@@ -59,9 +55,8 @@ assert tarn.evaluate('RVPINDEX', [8.0]).outputs['RVPNDX'] > 13.45
 assert 'EN228' in list(tarn.grades(as_frame=False).index)  # libtarnblend, beside libtarn
 "
 
-# 5. The Python package installed with pip into a virtual environment, with
-# no network: the environment borrows the system's setuptools, wheel and
-# NumPy, and the build writes nothing into the source tree.
+# 5. pip into a venv borrowing the system's setuptools and NumPy, offline;
+# the build writes nothing into the source tree.
 if "$python" -c "import venv, ensurepip" >/dev/null 2>&1; then
   before=$(find "$source_dir/python" | sort)
   "$python" -m venv --system-site-packages "$work/venv"

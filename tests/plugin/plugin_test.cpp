@@ -1,6 +1,4 @@
-// The router and the bridge with a real plug-in loaded: forwarding, each
-// plug-in type, the ordering of inputs; then the faults found with plug-ins
-// and plug-in files, each a regression test named after it.
+// The router and bridge with a real plug-in; faults found with plug-ins are named tests.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
@@ -26,8 +24,7 @@ namespace {
 // Combined numbers of the plug-in's correlations (its own number + 57).
 enum : int { kSquare = 57, kWeighted, kPick, kExp, kCurve, kCombinedCount };
 
-// The plug-in module, kept open (outliving the router's unloading) so that
-// a behaviour set before the router loads it is the one it finds.
+// Kept open, so a behaviour set before the router loads it is the one it finds.
 void* module(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
 void behave(const char* path, const TestPluginBehaviour* how) {
   reinterpret_cast<TestPluginBehave>(dlsym(module(path), "testplugin_Behave"))(how);
@@ -80,14 +77,12 @@ void expectProperPluginBound(const std::string& context) {
   EXPECT_DOUBLE_EQ(y[0], std::exp(1.5));
 }
 
-// What the router forwards beyond the queries (which answer as the bridge
-// does: the router fuzz target's invariant).
+// Forwarding beyond the queries (those are the router fuzz target's).
 TEST_F(PluginTest, EveryKindOfCallReachesThePlugin) {
   using V = std::vector<double>;
   char text[TARN_MESSAGE_SIZE];
   double x[3] = {1, 2, 3}, y = 0, d[3] = {}, value = 0;
-  // The plug-in takes an output position after the buffer; its properties
-  // follow the library's two.
+  // Output position after the buffer; plug-in properties after the library's two.
   EXPECT_EQ(gfx_bmlGetCorrelationOutPropId(kCurve, 2, text) + gfx_bmlGetPropId(2, text + 8), 0);
   EXPECT_EQ(std::string(text) + (text + 8), "out2usrvisc");
   // Coefficients: set, used, reset by the plug-in's own reset.
@@ -95,10 +90,8 @@ TEST_F(PluginTest, EveryKindOfCallReachesThePlugin) {
   EXPECT_EQ(y, 1 + 5 * 2 + 3 * 3);
   EXPECT_EQ(gfx_bmlInitializeCoefs() + gfx_bmlGetCoef(kWeighted, 0, text, &value), 0);
   EXPECT_EQ(value, 2.0);
-  // Property values: property 1 through either entry (the complex entry's
-  // number is ignored); type -3 only through the complex entry, with the
-  // number given; the direct calls reach the plug-in, and for a built-in
-  // index do nothing.
+  // Property 1 through either entry; type -3 only through the complex one;
+  // direct calls reach the plug-in and do nothing for a built-in index.
   EXPECT_EQ(gfx_bmlGenCalcComplex(kWeighted, 1, 0, 2, x, &y, d), 0);
   EXPECT_EQ(V({y, d[1], d[2]}), V({14, 2, 3}));
   EXPECT_EQ(gfx_bmlGenCalc(kWeighted, 1, 0, 0.0, x, &y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
@@ -115,8 +108,7 @@ TEST_F(PluginTest, EveryKindOfCallReachesThePlugin) {
   EXPECT_EQ(V({y, value}), V({2.5, 5}));
   double curve[4] = {150, -1, 2, 3}, out[4];
   EXPECT_EQ(gfx_bmlGenCalcComplex(kCurve, 0, 0, 0, curve, out, nullptr), 7);  // the plug-in's own code
-  // Messages: the plug-in's own, and its handler gets its own codes with the
-  // combined number; the router's messages do not consult it.
+  // The plug-in's handler gets its own codes with the combined number.
   EXPECT_EQ(gfx_ubmlGetErrorMsg(7, text), 0);
   EXPECT_STREQ(text, "usr: negative property");
   EXPECT_EQ(gfx_bmlErrorHandler(kCurve, 7, 0, nullptr) + gfx_bmlErrorHandler(kExp, -4, 0, nullptr), 0);
@@ -129,8 +121,7 @@ TEST_F(PluginTest, EveryKindOfCallReachesThePlugin) {
   EXPECT_EQ(combinedCount(), kCombinedCount);
 }
 
-// A single-value correlation computes, then answers "not calculable"
-// through the plain entry; a failure passes through at once, writing nothing.
+// Computes, then answers "not calculable" through the plain entry; failures write nothing.
 TEST_F(PluginTest, SingleValueConversionReportsNotCalculableAfterComputing) {
   for (const bool complex : {false, true}) {
     SCOPED_TRACE(complex ? "complex" : "plain");
@@ -161,8 +152,7 @@ TEST_F(PluginTest, SingleValueConversionReportsNotCalculableAfterComputing) {
   EXPECT_EQ(gfx_bmlGenCalc(kExp, 1, 0, 0.0, x, y, nullptr), TARN_STATUS_NO_DERIVATIVE_ARRAY);
 }
 
-// The plain entry puts a plug-in's inputs in order, changing the fewest; the
-// complex entry and built-in correlations leave them alone.
+// Only the plain entry orders a plug-in's inputs, changing the fewest.
 TEST_F(PluginTest, OrderingTakesTheDirectionThatChangesFewerInputs) {
   const struct {
     int index;
@@ -189,9 +179,7 @@ TEST_F(PluginTest, OrderingTakesTheDirectionThatChangesFewerInputs) {
   EXPECT_EQ(y[0], 90.0);
 }
 
-// First in its program, before any plug-in is bound (ctest runs each test in
-// a program of its own; in one run of all tests a bound plug-in skips it).
-// The failing plug-in has two correlations, as in the report of the fault.
+// Needs a program of its own (as ctest runs it); two correlations, as in the report.
 TEST(PluginLoadingTest, FailedLoadWithNothingBoundLeavesNothingBound) {
   int count = 0;
   if (gfx_ubmlGetCorrelationCount(&count) != UBML_STATUS_NOT_BOUND) GTEST_SKIP() << "a plug-in is bound";
@@ -210,8 +198,7 @@ TEST_F(PluginTest, FailedStartOfASecondPluginLeavesTheFirstBound) {
   EXPECT_EQ(calls(TARN_TEST_PLUGIN_SECOND).starts, second.starts + 1);
   EXPECT_EQ(calls().stops, first.stops);  // never stopped: it stays in use
   expectProperPluginBound("after a second plug-in failed to start");
-  // Every other failed load keeps it too: no file, not a library, a
-  // function missing (truncated and malformed files below).
+  // So does every other failed load.
   for (const auto& [path, status] : std::vector<std::pair<std::string, int>>{
            {::testing::TempDir() + "/no-such-plugin.so", TARN_BML_STATUS_NO_USER_LIBRARY},
            {__FILE__, TARN_BML_STATUS_UBML_INIT_FAILED},
@@ -226,8 +213,7 @@ TEST_F(PluginTest, ReloadingReplacesTheBoundPluginAndStopsTheOldOne) {
   ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), 0);
   EXPECT_EQ(correlationId(kSquare), "ALT_SQUARE");
   EXPECT_EQ(calls().stops, first.stops + 1);
-  // The same file again is the same module, started afresh and not stopped;
-  // when that start fails it stays bound as it was.
+  // The same file again: started afresh, not stopped; a failed restart keeps it.
   const Calls second = calls(TARN_TEST_PLUGIN_SECOND);
   ASSERT_EQ(gfx_bmlInitializeAllocate(nullptr, TARN_TEST_PLUGIN_SECOND), 0);
   behave(TARN_TEST_PLUGIN_SECOND, 3);
@@ -241,9 +227,7 @@ TEST_F(PluginTest, ReloadingReplacesTheBoundPluginAndStopsTheOldOne) {
   expectProperPluginBound("back to the first plug-in");
 }
 
-// Counts and pairs at and beyond what the combined numbering can hold: the
-// plug-in gives proper ones but for the one varied; an unusable one is
-// refused and the router's count falls back to its own.
+// Counts and pairs beyond the combined numbering are refused (the router's count stays).
 TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
   constexpr int kNothing = INT_MIN, kRefused = TARN_BML_STATUS_UBML_INIT_FAILED;
   const struct {
@@ -274,9 +258,7 @@ TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
     EXPECT_EQ(queries[c.query](&written), c.status) << c.query << " given " << c.given;
     EXPECT_EQ(written, c.written) << c.query << " given " << c.given;
   }
-  // An index near INT_MAX is past the end without a usable count, the
-  // plug-in's when the numbering reaches that far; the largest input count
-  // is ordered in full, a refused one not at all.
+  // An index near INT_MAX; the largest input count ordered in full, a refused one not at all.
   char text[TARN_DESC_SIZE];
   behave(TARN_TEST_PLUGIN, 0, INT_MAX - 5);
   EXPECT_EQ(gfx_bmlGetCorrelationDesc(INT_MAX - 1, text), TARN_BML_STATUS_INDEX_PAST_END);
@@ -292,44 +274,30 @@ TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
   }
 }
 
-std::vector<char> pluginBytes() {
-  std::ifstream in(TARN_TEST_PLUGIN, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 std::string writeFile(const std::vector<char>& bytes) {
   const std::string path = ::testing::TempDir() + "/plugin-copy.so";
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   return path;
 }
 
-TEST_F(PluginTest, TruncatedPluginFileIsRefusedInsteadOfKillingTheHost) {
-  const std::vector<char> whole = pluginBytes();
-  ASSERT_GT(whole.size(), 9000u);
-  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{1000},
-                                 std::size_t{4500}, std::size_t{8000}, whole.size() / 2, whole.size() - 1}) {
-    const std::string path = writeFile({whole.begin(), whole.begin() + static_cast<long>(size)});
-    EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << size;
-  }
-  expectProperPluginBound("after the truncated files");
-}
-
-// Header fields edited so that the loader would read outside the file or
-// misread it; the untouched file passes.
-TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
+// Files the loader would read past or misread; the untouched file passes.
+TEST_F(PluginTest, TruncatedAndMalformedPluginFilesAreRefusedInsteadOfKillingTheHost) {
   using Header = ElfW(Ehdr);
   using Segment = ElfW(Phdr);
   using Section = ElfW(Shdr);
-  const std::vector<char> whole = pluginBytes();
+  std::ifstream file(TARN_TEST_PLUGIN, std::ios::binary);
+  const std::vector<char> whole{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   Header h;
   std::memcpy(&h, whole.data(), sizeof h);
   const std::uint64_t size = whole.size();
   const auto put = [](std::vector<char>& bytes, std::size_t offset, auto value) {
     std::memcpy(bytes.data() + offset, &value, sizeof value);
   };
-  const struct {
-    const char* what;
+  struct Case {
+    std::string what;
     std::function<void(std::vector<char>&)> edit;
-  } cases[] = {
+  };
+  std::vector<Case> cases = {
       {"not ELF", [&](auto& b) { b[1] = 'X'; }},
       {"the other word size", [&](auto& b) { b[EI_CLASS] = sizeof(void*) == 8 ? ELFCLASS32 : ELFCLASS64; }},
       {"the other byte order", [&](auto& b) { b[EI_DATA] ^= 3; }},
@@ -345,6 +313,12 @@ TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
          put(b, h.e_shoff + (h.e_shnum - 1) * sizeof(Section) + offsetof(Section, sh_offset), ElfW(Off){size});
        }},
   };
+  // Truncated files once killed the host inside the loader.
+  ASSERT_GT(whole.size(), 9000u);
+  for (const std::size_t cut : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{1000},
+                                std::size_t{4500}, std::size_t{8000}, whole.size() / 2, whole.size() - 1}) {
+    cases.push_back({"cut at " + std::to_string(cut), [cut](auto& b) { b.resize(cut); }});
+  }
   EXPECT_TRUE(tarn::router::isCompleteSharedObject(TARN_TEST_PLUGIN));
   for (const auto& c : cases) {
     std::vector<char> bytes = whole;
@@ -353,7 +327,7 @@ TEST_F(PluginTest, MalformedSharedObjectHeadersAreRefused) {
     EXPECT_FALSE(tarn::router::isCompleteSharedObject(path.c_str())) << c.what;
     EXPECT_EQ(gfx_bmlInitializeAllocate(nullptr, path.c_str()), TARN_BML_STATUS_UBML_INIT_FAILED) << c.what;
   }
-  expectProperPluginBound("after the malformed files");
+  expectProperPluginBound("after the broken files");
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-/* A user correlation library for the tests: one correlation of each type the
- * bridge evaluates its own way, lower-case ids, an index pair, two
- * coefficients, two properties; misbehaving on request (test_plugin.h).
- * Built proper, under a second name (TEST_PLUGIN_PREFIX: ids of its own) and
- * with UBML_TEST_OMIT_SYMBOL (a function missing, so binding fails). */
+/* A user correlation library for the tests: one correlation of each type,
+ * misbehaving on request (test_plugin.h); TEST_PLUGIN_PREFIX renames its ids,
+ * UBML_TEST_OMIT_SYMBOL leaves a function out. */
 #define TARN_BUILDING_UBML_PLUGIN
 #include "tarn/ubml.h"
 
@@ -18,9 +16,7 @@
 
 enum { BAD_INDEX = 5, NEGATIVE_PROPERTY = 7, BAD_PROPERTY_NUMBER = 9, NO_PAIR = 12 };
 
-/* 0 index = property^2/10 and back; 1 x0 + A x1 + B x2 (property 1);
- * 2 ten times input number `property`; 3 exp(x/100), paired with 0;
- * 4 the four inputs as they are, none of them negative. */
+/* x^2/10; x0 + A x1 + B x2; 10 x[property]; exp(x/100); the inputs as they are. */
 static const struct {
   const char* name;
   CORRTYPE type;
@@ -77,8 +73,7 @@ static int count(int* out, int real, int given) {
   return 0;
 }
 
-/* Whether a calculation goes ahead: not while counts are given (the caller
- * sized its arrays by them) or a failure is asked for. */
+/* No calculation while counts are given or a failure is asked for. */
 static int refused(void) {
   return behaviour.calculationStatus ? behaviour.calculationStatus : behaviour.countsGiven ? BAD_INDEX : 0;
 }
@@ -189,8 +184,7 @@ UBML_API int ubml_CalcPropFromIndex(int index, double indexValue, double* proper
   return square(index, indexValue, property, sqrt(10.0 * indexValue), 1);
 }
 
-/* Correlation 1 (property 1) or 2 (properties 0..2): the value, or with
- * derivs its derivatives. */
+/* Correlation 1 (property 1) or 2 (properties 0..2), value or derivatives. */
 static int propertyValue(int index, int property, int inputCount, const double* x, double* value,
                          double* derivs) {
   if (refused()) return refused();

@@ -1,6 +1,4 @@
-// The router without a user library: its own answers, messages and the
-// arithmetic for codes nobody owns, start-up with a user library path that
-// cannot be used, the bridge while nothing is bound (a plug-in: tests/plugin).
+// The router without a user library (with a plug-in: tests/plugin).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -17,9 +15,7 @@ namespace {
 
 class RouterTest : public tarn::testing::LibraryTest {};
 
-// Built-in indexes answering as their gfx_tarn* namesakes, counts and the
-// end of the numbering are the router fuzz target's invariants; here the
-// router's own answers.
+// Built-in answers as their gfx_tarn* namesakes: the router fuzz target's.
 TEST_F(RouterTest, WithoutUserLibraryTheRouterKeepsItsOwnAnswers) {
   // A negative index is the built-in side's to refuse; the buffer is upper-cased anyway.
   std::string buffer = "kept";
@@ -53,12 +49,8 @@ TEST_F(RouterTest, MessagesOfTheRouterAndTheArithmeticForOtherCodes) {
       {-1106, "Invalid Error code.", any},
       {-1107, "Invalid BML Property Index.", any},
       {-1108, "Invalid BML Correlation Index.", 0},
-      {0, nullptr, 499},
-      {-500, nullptr, -1},
-      {-999, nullptr, -500},
-      {-1100, nullptr, -601},
-      {-1109, nullptr, -610},
-      {12, nullptr, 511},
+      {0, nullptr, 499},      {-500, nullptr, -1},    {-999, nullptr, -500},
+      {-1100, nullptr, -601}, {-1109, nullptr, -610}, {12, nullptr, 511},
   };
   for (const auto& c : cases) {
     char message[TARN_MESSAGE_SIZE] = "untouched";
