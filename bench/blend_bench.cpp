@@ -25,8 +25,8 @@ void BM_BlendModel(benchmark::State& state) {
   for (auto _ : state) {
     // The optimiser moves one volume a little at each call.
     volumes[step++ % volumes.size()] *= 1.0001;
-    const int status = tarnblend_model_evaluate_at(model, volumes.data(), n, values.data(),
-                                                   derivatives ? jacobian.data() : nullptr);
+    const int status =
+        tarnblend_model_evaluate_at(model, volumes.data(), n, values.data(), derivatives ? jacobian.data() : nullptr);
     benchmark::DoNotOptimize(status);
     benchmark::ClobberMemory();
   }

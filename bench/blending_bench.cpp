@@ -20,8 +20,7 @@ void BM_Healy(benchmark::State& state) {
   }
   double out[2];
   for (auto _ : state) {
-    const int status = gfx_Healy(derivMode, x.data(), n, ron.data(), mon.data(), ole.data(),
-                                 aro.data(), out, d.data());
+    const int status = gfx_Healy(derivMode, x.data(), n, ron.data(), mon.data(), ole.data(), aro.data(), out, d.data());
     benchmark::DoNotOptimize(status);
     benchmark::ClobberMemory();
   }

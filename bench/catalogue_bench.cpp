@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "paired.h"
 #include "direct_calls.h"
+#include "paired.h"
 #include "support/catalogue_rows.h"
 #include "tarn/tarn.h"
 
@@ -27,11 +27,26 @@ constexpr CallSettings kDefaults{'F', 0, 5.0};
 // The subsystem of the function a correlation wraps.
 const char* family(int index) {
   switch (index) {
-    case 2: case 3: case 4: case 7: case 43: case 50: case 51: case 53: case 54: case 55:
+    case 2:
+    case 3:
+    case 4:
+    case 7:
+    case 43:
+    case 50:
+    case 51:
+    case 53:
+    case 54:
+    case 55:
       return "emissions";
-    case 39: case 40:
+    case 39:
+    case 40:
       return "blending";
-    case 8: case 9: case 10: case 11: case 38: case 48:
+    case 8:
+    case 9:
+    case 10:
+    case 11:
+    case 38:
+    case 48:
       return "props";
     default:
       return (index >= 16 && index <= 34) ? "props" : "distill";
@@ -77,15 +92,15 @@ void registerRow(int index, const std::vector<double>& inputs, Direct direct) {
   char id[TARN_ID_SIZE] = "";
   gfx_tarnGetCorrelationId(index, id);
   for (const int flag : {0, 1}) {
-    const std::string name = std::string("catalogue/") + family(index) + "/" + id + "/" +
-                             (flag != 0 ? "derivatives" : "values");
+    const std::string name =
+        std::string("catalogue/") + family(index) + "/" + id + "/" + (flag != 0 ? "derivatives" : "values");
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
       if (!applyRealisticSettings()) state.SkipWithError("a realistic row's setting was refused");
       Row viaDirect(index, inputs), viaIndex(index, inputs);
       tarn::bench::timePaired(
-          state, "direct", onRow(viaDirect, [direct, flag](double* x, double* out, double* d) {
-            return direct(kDefaults, flag, x, out, d);
-          }),
+          state, "direct",
+          onRow(viaDirect,
+                [direct, flag](double* x, double* out, double* d) { return direct(kDefaults, flag, x, out, d); }),
           "index", onRow(viaIndex, [index, flag](double* x, double* out, double* d) {
             return gfx_tarnGenCalc(index, flag, 0, x, out, d);
           }));
@@ -111,9 +126,8 @@ void BM_RvpIndexBatch(benchmark::State& state) {
   const int flag = static_cast<int>(state.range(0));
   ManyRows rows;
   for (auto _ : state) {
-    const int failed = gfx_tarnGenCalcBatch(9, flag, kManyRows, rows.inputs.data(),
-                                            rows.outputs.data(), rows.derivs.data(),
-                                            rows.statuses.data());
+    const int failed = gfx_tarnGenCalcBatch(9, flag, kManyRows, rows.inputs.data(), rows.outputs.data(),
+                                            rows.derivs.data(), rows.statuses.data());
     benchmark::DoNotOptimize(failed);
     benchmark::ClobberMemory();
   }
@@ -141,8 +155,7 @@ int main(int argc, char** argv) {
   if (gfx_tarnInitializeAllocate(nullptr) != 0) return 1;
   const auto& rows = tarn::testing::realisticRows();
   if (rows.size() != 57 || !applyRealisticSettings()) return 1;
-  tarn::bench::visitDirectCalls(
-      [&](int index, auto direct) { registerRow(index, rows[index].inputs, direct); });
+  tarn::bench::visitDirectCalls([&](int index, auto direct) { registerRow(index, rows[index].inputs, direct); });
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -30,14 +30,13 @@ void BM_D86(benchmark::State& state) {
   Blend plain(n), differentiated(n);
   const auto blend = [n](Blend& b, int derivFlag) {
     return [&b, n, derivFlag] {
-      const int status = gfx_D86(n, b.fractions.data(), b.curves.data(), b.out.data(),
-                                 b.derivs.data(), /*method=*/0, derivFlag, 'F');
+      const int status =
+          gfx_D86(n, b.fractions.data(), b.curves.data(), b.out.data(), b.derivs.data(), /*method=*/0, derivFlag, 'F');
       benchmark::DoNotOptimize(status);
       benchmark::ClobberMemory();
     };
   };
-  tarn::bench::timePaired(state, "values", blend(plain, 0), "derivatives",
-                          blend(differentiated, 1), 8.0 * n);
+  tarn::bench::timePaired(state, "values", blend(plain, 0), "derivatives", blend(differentiated, 1), 8.0 * n);
 }
 BENCHMARK(BM_D86)->Arg(1)->Arg(3)->Arg(10)->Arg(20)->Arg(50)->ArgNames({"n"})->Unit(benchmark::kMicrosecond);
 
@@ -46,8 +45,7 @@ void BM_FindPoints(benchmark::State& state) {
   const int n = static_cast<int>(state.range(0));
   Blend blend(n);
   for (auto _ : state) {
-    const int status =
-        gfx_FindPoints(n, blend.curves.data(), blend.fractions.data(), blend.out.data());
+    const int status = gfx_FindPoints(n, blend.curves.data(), blend.fractions.data(), blend.out.data());
     benchmark::DoNotOptimize(status);
     benchmark::ClobberMemory();
   }

@@ -34,9 +34,7 @@ inline int one(double* out, double value) {
 }
 
 // The rest of the blend without its oxygenate: (100 x0 - x1 x2)/(100 - x1).
-inline double withoutOxygenate(const double* x) {
-  return (100.0 * x[0] - x[1] * x[2]) / (100.0 - x[1]);
-}
+inline double withoutOxygenate(const double* x) { return (100.0 * x[0] - x[1] * x[2]) / (100.0 - x[1]); }
 
 inline int oxygenateFreePoint(const CallSettings&, int f, double* x, double* o, double* d) {
   o[0] = withoutOxygenate(x);
@@ -82,12 +80,9 @@ void visitDirectCalls(Visit&& visit) {
     gfx_WEPA(f, "B2SCR0U", x, o, d);
     return 0;
   });
-  visit(8, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_RVP(x[0], f, d));
-  });
-  visit(9, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_RVPIndex(x[0], f, d));
-  });
+  visit(8, [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_RVP(x[0], f, d)); });
+  visit(9,
+        [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_RVPIndex(x[0], f, d)); });
   visit(10, [](const CallSettings& s, int f, double* x, double* o, double* d) {
     return one(o, gfx_DriveabilityIndex(f, s.unit, x[0], x[1], x[2], d));
   });
@@ -115,21 +110,18 @@ void visitDirectCalls(Visit&& visit) {
   visit(18, [](const CallSettings&, int f, double* x, double* o, double* d) {
     return one(o, gfx_ViscosityIndex1(x[0], f, d));
   });
-  visit(19, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_Viscosity1(x[0], f, d));
-  });
+  visit(19,
+        [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_Viscosity1(x[0], f, d)); });
   visit(20, [](const CallSettings&, int f, double* x, double* o, double* d) {
     return one(o, gfx_ViscosityIndex2(x[0], f, d));
   });
-  visit(21, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_Viscosity2(x[0], f, d));
-  });
+  visit(21,
+        [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_Viscosity2(x[0], f, d)); });
   visit(22, [](const CallSettings&, int f, double* x, double* o, double* d) {
     return one(o, gfx_ViscosityIndex3(x[0], f, d));
   });
-  visit(23, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_Viscosity3(x[0], f, d));
-  });
+  visit(23,
+        [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_Viscosity3(x[0], f, d)); });
   visit(24, [](const CallSettings& s, int f, double* x, double* o, double* d) {
     return one(o, gfx_CetaneIndex2(f, s.unit, x[0], x[1], d));
   });
@@ -172,9 +164,8 @@ void visitDirectCalls(Visit&& visit) {
   visit(37, [](const CallSettings& s, int f, double* x, double* o, double* d) {
     return one(o, gfx_D86BV1(2, s.unit, x[0], x[1], x[2], f ? d : nullptr));
   });
-  visit(38, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return one(o, gfx_DON(f, x[0], x[1], d));
-  });
+  visit(38,
+        [](const CallSettings&, int f, double* x, double* o, double* d) { return one(o, gfx_DON(f, x[0], x[1], d)); });
   // MTMF hands its derivatives on in its own order (see the special steps).
   visit(39, [](const CallSettings&, int f, double* x, double* o, double* d) {
     double s[8] = {};
@@ -196,9 +187,8 @@ void visitDirectCalls(Visit&& visit) {
   visit(42, [](const CallSettings& s, int f, double* x, double* o, double* d) {
     return gfx_ND86FromPercentOff(s.method, f, x, o, s.unit, d);
   });
-  visit(43, [](const CallSettings& s, int f, double* x, double* o, double* d) {
-    return gfx_WCARBOB(f, s.unit, x, o, d);
-  });
+  visit(43,
+        [](const CallSettings& s, int f, double* x, double* o, double* d) { return gfx_WCARBOB(f, s.unit, x, o, d); });
   // The oxygenate corrections: the rest of the blend, (100 x0 - x1 x2)/(100 - x1).
   visit(44, oxygenateFreePoint);
   visit(45, oxygenateFreePoint);
@@ -246,15 +236,12 @@ void visitDirectCalls(Visit&& visit) {
   visit(52, [](const CallSettings&, int f, double* x, double* o, double* d) {
     return one(o, gfx_VaporLockIndex(f, 'K', x[0], x[1], d));
   });
-  visit(53, [](const CallSettings&, int f, double* x, double* o, double* d) {
-    return gfx_Evaporative(f, x, o, d);
-  });
+  visit(53, [](const CallSettings&, int f, double* x, double* o, double* d) { return gfx_Evaporative(f, x, o, d); });
   visit(54, [](const CallSettings& s, int f, double* x, double* o, double* d) {
     return gfx_E200E300EPA(s.unit, x, o, f, d);
   });
   visit(55, [](const CallSettings& s, int f, double* x, double* o, double* d) {
-    const double settings[13] = {1.7,    0.06, 34.7,   0.5,  10.0, 0.788, 0.718,
-                                 147.91, 0.49, 155.47, 0.22, 0.0,  1.0};
+    const double settings[13] = {1.7, 0.06, 34.7, 0.5, 10.0, 0.788, 0.718, 147.91, 0.49, 155.47, 0.22, 0.0, 1.0};
     return gfx_WRBOB(f, s.unit, s.ethanol, x, o, d, settings);
   });
   visit(56, [](const CallSettings&, int f, double* x, double* o, double* d) {

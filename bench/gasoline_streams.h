@@ -13,6 +13,8 @@ struct Stream {
   const char* name;
   double volume, rvp, curve[7], ron, mon, aro, olf, bnz, sul, eho, etoh, spg;
 };
+// One stream per row: kept as laid out by hand.
+// clang-format off
 const Stream kStreams[] = {
     {"Butane", 300, 51.6, {30, 30.5, 31, 31.5, 32, 32.5, 33}, 93.8, 89.6, 0, 0.5, 0, 5, 0, 0, 0.584},
     {"Light straight run", 1500, 11.5, {88, 108, 122, 138, 154, 176, 205}, 70.5, 68.2, 3.5, 1, 1.2, 8, 0, 0, 0.665},
@@ -25,6 +27,7 @@ const Stream kStreams[] = {
     {"Light FCC naphtha", 900, 11.0, {80, 100, 120, 140, 165, 200, 260}, 93.0, 80.5, 10, 40, 0.8, 15, 0, 0, 0.68},
     {"Hydrocracked naphtha", 700, 3.0, {150, 190, 215, 235, 255, 290, 350}, 78.0, 76.0, 15, 0.5, 0.5, 1, 0, 0, 0.76},
 };
+// clang-format on
 
 // A gasoline model of the ten streams at their volumes.
 inline tarnblend_model* gasolineModel(std::vector<double>& volumes) {
@@ -42,9 +45,9 @@ inline tarnblend_model* gasolineModel(std::vector<double>& volumes) {
       const char* key;
       double value;
       const char* unit;
-    } values[] = {{"RON", s.ron, ""},    {"MON", s.mon, ""},     {"ARO", s.aro, "vol%"},   {"OLF", s.olf, "vol%"},
-                  {"BNZ", s.bnz, "vol%"}, {"SUL", s.sul, "ppm"}, {"EHO", s.eho, "wt%"},    {"ETOH", s.etoh, "vol%"},
-                  {"SPG", s.spg, ""}};
+    } values[] = {{"RON", s.ron, ""},     {"MON", s.mon, ""},       {"ARO", s.aro, "vol%"},
+                  {"OLF", s.olf, "vol%"}, {"BNZ", s.bnz, "vol%"},   {"SUL", s.sul, "ppm"},
+                  {"EHO", s.eho, "wt%"},  {"ETOH", s.etoh, "vol%"}, {"SPG", s.spg, ""}};
     for (const auto& v : values) tarnblend_model_set_property(model, i, v.key, v.value, v.unit);
   }
   return model;

@@ -41,8 +41,8 @@ long blockCalls(Fn& fn) {
 // and <otherName>_ns per call, and ratio = (other per call / otherScale) /
 // (base per call), each the median over the blocks.
 template <class Base, class Other>
-void timePaired(benchmark::State& state, const std::string& baseName, Base base,
-                const std::string& otherName, Other other, double otherScale = 1.0) {
+void timePaired(benchmark::State& state, const std::string& baseName, Base base, const std::string& otherName,
+                Other other, double otherScale = 1.0) {
   const long baseCalls = blockCalls(base), otherCalls = blockCalls(other);
   std::vector<double> baseNs, otherNs, ratios;
   bool baseFirst = true;

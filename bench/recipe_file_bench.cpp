@@ -14,8 +14,9 @@ namespace {
 const char* const kRow = "51,6;30;30,5;31;31,5;32;32,5;33;93,8;89,6;0;0,5;0;5;0;0;0,584";
 
 std::string csvRecipe(int n) {
-  std::string text = "NAME;VOLUME[bbl];RVP[psi];IBP[F];T10[F];T30[F];T50[F];T70[F];T90[F];FBP[F];RON;MON;ARO[vol%];"
-                     "OLF[vol%];BNZ[vol%];SUL[ppm];EHO[wt%];ETOH[vol%];SPG\n";
+  std::string text =
+      "NAME;VOLUME[bbl];RVP[psi];IBP[F];T10[F];T30[F];T50[F];T70[F];T90[F];FBP[F];RON;MON;ARO[vol%];"
+      "OLF[vol%];BNZ[vol%];SUL[ppm];EHO[wt%];ETOH[vol%];SPG\n";
   char name[32];
   for (int i = 0; i < n; ++i) {
     std::snprintf(name, sizeof name, "Component %d;%d;", i, 1 + i % 97);
@@ -27,8 +28,9 @@ std::string csvRecipe(int n) {
 }
 
 std::string jsonRecipe(int n) {
-  std::string text = "{\"units\": {\"RVP\": \"psi\", \"IBP\": \"F\", \"T10\": \"F\", \"T50\": \"F\", \"T90\": \"F\", "
-                     "\"FBP\": \"F\", \"SUL\": \"ppm\", \"ARO\": \"vol%\"}, \"components\": [\n";
+  std::string text =
+      "{\"units\": {\"RVP\": \"psi\", \"IBP\": \"F\", \"T10\": \"F\", \"T50\": \"F\", \"T90\": \"F\", "
+      "\"FBP\": \"F\", \"SUL\": \"ppm\", \"ARO\": \"vol%\"}, \"components\": [\n";
   char row[256];
   for (int i = 0; i < n; ++i) {
     std::snprintf(row, sizeof row,

@@ -9,7 +9,11 @@
 #include <tarn/blend.h>
 #include <tarn/tarn.h>
 
-#define CHECK(call) if ((call) != TARNBLEND_OK) { fprintf(stderr, "%s\n", tarnblend_last_error()); return 1; }
+#define CHECK(call)                                  \
+  if ((call) != TARNBLEND_OK) {                      \
+    fprintf(stderr, "%s\n", tarnblend_last_error()); \
+    return 1;                                        \
+  }
 
 int main(void) {
   const char* points[] = {"IBP", "T10", "T50", "T90", "FBP"};
@@ -19,12 +23,12 @@ int main(void) {
   double volumes[2] = {60.0, 40.0}, values[64], jacobian[128], margin = 0.0;
   int count = 0, rvp = 0, t50 = 0, failures = 0, p = 0;
 
-  gfx_tarnInitializeAllocate(NULL);                                   /* start libtarn */
+  gfx_tarnInitializeAllocate(NULL); /* start libtarn */
   CHECK(tarnblend_model_create(TARNBLEND_GASOLINE, &model));
   CHECK(tarnblend_model_add_component(model, "Light naphtha", NULL));
   CHECK(tarnblend_model_add_component(model, "Reformate", NULL));
-  CHECK(tarnblend_model_set_property(model, 0, "RVP", 79.3, "kPa"));  /* the recipe's unit is kPa */
-  CHECK(tarnblend_model_set_property(model, 1, "RVP", 4.2, "psi"));   /* converted to it */
+  CHECK(tarnblend_model_set_property(model, 0, "RVP", 79.3, "kPa")); /* the recipe's unit is kPa */
+  CHECK(tarnblend_model_set_property(model, 1, "RVP", 4.2, "psi"));  /* converted to it */
   for (p = 0; p < 5; ++p) {
     CHECK(tarnblend_model_set_property(model, 0, points[p], naphtha[p], "F"));
     CHECK(tarnblend_model_set_property(model, 1, points[p], reformate[p], "F"));
@@ -36,7 +40,7 @@ int main(void) {
   printf("RVP %.2f kPa (d/dV %.4f, %.4f), T50 %.1f F (d/dV %.4f, %.4f)\n", values[rvp], jacobian[2 * rvp],
          jacobian[2 * rvp + 1], values[t50], jacobian[2 * t50], jacobian[2 * t50 + 1]);
 
-  CHECK(tarnblend_grade_open("US-CONVENTIONAL", "9.0", &grade));      /* RVP max 9.0 psi */
+  CHECK(tarnblend_grade_open("US-CONVENTIONAL", "9.0", &grade)); /* RVP max 9.0 psi */
   CHECK(tarnblend_model_check(model, grade, &failures, NULL));
   CHECK(tarnblend_model_check_row(model, 0, NULL, NULL, NULL, NULL, &margin, NULL, NULL, NULL));
   printf("US-CONVENTIONAL 9.0: %d limit(s) failed, RVP margin %.2f kPa\n", failures, margin);

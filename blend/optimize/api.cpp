@@ -51,8 +51,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_create(const tarnblend_model* reci
   });
 }
 
-TARNBLEND_API int TARN_CALL tarnblend_problem_parse(const char* json, const char* origin,
-                                                    const tarnblend_model* recipe, tarnblend_problem** problem) {
+TARNBLEND_API int TARN_CALL tarnblend_problem_parse(const char* json, const char* origin, const tarnblend_model* recipe,
+                                                    tarnblend_problem** problem) {
   return guarded([&] {
     need(problem, "problem");
     *problem = nullptr;
@@ -113,8 +113,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_component_find(const tarnblend_pro
     if (*component >= 0) return;
     std::string names;
     for (const Component& c : problem->components) names += (names.empty() ? "" : ", ") + c.name;
-    throw ProblemError(TARNBLEND_ERROR_NOT_FOUND, "no component named '" + std::string(name) + "' (components: " +
-                                                      names + ")");
+    throw ProblemError(TARNBLEND_ERROR_NOT_FOUND,
+                       "no component named '" + std::string(name) + "' (components: " + names + ")");
   });
 }
 
@@ -283,8 +283,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_solve(tarnblend_problem* problem, 
 }
 
 TARNBLEND_API int TARN_CALL tarnblend_problem_solution(const tarnblend_problem* problem, int* outcome,
-                                                       const char** solverStatus, const char** summary,
-                                                       int* iterations, double* objective) {
+                                                       const char** solverStatus, const char** summary, int* iterations,
+                                                       double* objective) {
   return guarded([&] {
     const Results& r = solved(problem);
     put(outcome, r.outcome);
@@ -302,8 +302,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_objective(const tarnblend_problem*
   });
 }
 
-TARNBLEND_API int TARN_CALL tarnblend_problem_volumes(const tarnblend_problem* problem, int product,
-                                                      double* volumes, int n) {
+TARNBLEND_API int TARN_CALL tarnblend_problem_volumes(const tarnblend_problem* problem, int product, double* volumes,
+                                                      int n) {
   return guarded([&] {
     const Results& r = solved(problem);
     const_cast<tarnblend_problem*>(problem)->product(product);
@@ -346,8 +346,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_product_result(const tarnblend_pro
 }
 
 TARNBLEND_API int TARN_CALL tarnblend_problem_component_result(const tarnblend_problem* problem, int component,
-                                                               double* volume, double* cost,
-                                                               double* availabilityValue, int* binding) {
+                                                               double* volume, double* cost, double* availabilityValue,
+                                                               int* binding) {
   return guarded([&] {
     const Results& r = solved(problem);
     const Component& c = const_cast<tarnblend_problem*>(problem)->component(component);
@@ -370,15 +370,15 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_limit_count(const tarnblend_proble
 }
 
 TARNBLEND_API int TARN_CALL tarnblend_problem_limit(const tarnblend_problem* problem, int product, int k,
-                                                    const char** key, int* property, double* minimum,
-                                                    double* maximum, double* value, double* margin, int* binding,
-                                                    double* shadowPrice, const char** unit, const char** source) {
+                                                    const char** key, int* property, double* minimum, double* maximum,
+                                                    double* value, double* margin, int* binding, double* shadowPrice,
+                                                    const char** unit, const char** source) {
   return guarded([&] {
     need(problem, "problem");
     const Product& p = const_cast<tarnblend_problem*>(problem)->product(product);
     if (k < 0 || k >= static_cast<int>(p.limits.size())) {
-      throw ProblemError(TARNBLEND_ERROR_ARGUMENT, "no limit " + std::to_string(k) + " (product '" + p.name +
-                                                       "' has " + std::to_string(p.limits.size()) + ")");
+      throw ProblemError(TARNBLEND_ERROR_ARGUMENT, "no limit " + std::to_string(k) + " (product '" + p.name + "' has " +
+                                                       std::to_string(p.limits.size()) + ")");
     }
     const Limit& limit = p.limits[k];
     put(key, limit.key.c_str());

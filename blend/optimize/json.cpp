@@ -30,9 +30,9 @@ class Reader {
   // user: control characters in them are shown as \xNN, so the message
   // stays one line.
   [[noreturn]] void fail(const std::string& where, const std::string& message) const {
-    throw ProblemError(TARNBLEND_ERROR_FILE, tarnblend::lab::printable(
-                                                 origin_ + ": " + (where.empty() ? "" : where + ": ") + message,
-                                                 std::string::npos));
+    throw ProblemError(
+        TARNBLEND_ERROR_FILE,
+        tarnblend::lab::printable(origin_ + ": " + (where.empty() ? "" : where + ": ") + message, std::string::npos));
   }
 
   // Refuses keys the entry does not know (a misspelt "demnad" would
@@ -358,12 +358,13 @@ std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string
   } catch (const Json::exception&) {
     ParseStop stop;
     Json::sax_parse(text, &stop);
-    throw ProblemError(TARNBLEND_ERROR_FILE,
-                       tarnblend::lab::printable(origin + ":" + position(text, stop.byte) + ": malformed JSON: " +
-                                                     stop.reason, std::string::npos));
+    throw ProblemError(TARNBLEND_ERROR_FILE, tarnblend::lab::printable(origin + ":" + position(text, stop.byte) +
+                                                                           ": malformed JSON: " + stop.reason,
+                                                                       std::string::npos));
   }
-  in.keys(root, "", {"recipe", "title", "volume_unit", "currency", "objective", "starts", "product", "units",
-                     "components", "products"});
+  in.keys(root, "",
+          {"recipe", "title", "volume_unit", "currency", "objective", "starts", "product", "units", "components",
+           "products"});
   std::string volumeUnit;
   ModelHandle components = componentsModel(in, root, recipe, volumeUnit);
   auto problem = std::make_unique<Problem>(components.get());

@@ -333,8 +333,8 @@ class BlendNlp : public Ipopt::TNLP {
           if (!properties(x, row.product)) return false;
           const LimitSide& edge = f_.limitSides[row.limitSide];
           const Limit& limit = f_.problem.products[row.product].limits[edge.limit];
-          value = productVolume(x, row.product) * (values_[row.product][limit.property] - edge.bound +
-                                                   relaxation(x, row.limitSide));
+          value = productVolume(x, row.product) *
+                  (values_[row.product][limit.property] - edge.bound + relaxation(x, row.limitSide));
           break;
         }
       }
@@ -378,8 +378,8 @@ class BlendNlp : public Ipopt::TNLP {
         case RowKind::LimitSide: {
           if (!properties(x, row.product)) return false;
           const LimitSide& edge = f_.limitSides[row.limitSide];
-          const std::size_t property = static_cast<std::size_t>(
-              f_.problem.products[row.product].limits[edge.limit].property);
+          const std::size_t property =
+              static_cast<std::size_t>(f_.problem.products[row.product].limits[edge.limit].property);
           const std::size_t components = f_.problem.components.size();
           const double volume = productVolume(x, row.product);
           const double level = values_[row.product][property] - edge.bound + relaxation(x, row.limitSide);
@@ -551,23 +551,40 @@ bool unbounded(int status) { return status == Ipopt::Diverging_Iterates; }
 
 const char* statusText(int status) {
   switch (status) {
-    case Ipopt::Solve_Succeeded: return "optimal solution found";
-    case Ipopt::Solved_To_Acceptable_Level: return "solved to an acceptable level";
-    case Ipopt::Infeasible_Problem_Detected: return "converged to a point of local infeasibility";
-    case Ipopt::Search_Direction_Becomes_Too_Small: return "search direction became too small";
-    case Ipopt::Diverging_Iterates: return "iterates diverging (the objective may be unbounded)";
-    case Ipopt::User_Requested_Stop: return "stopped on request";
-    case Ipopt::Feasible_Point_Found: return "feasible point found";
-    case Ipopt::Maximum_Iterations_Exceeded: return "maximum number of iterations exceeded";
-    case Ipopt::Restoration_Failed: return "restoration phase failed (the problem may be infeasible)";
-    case Ipopt::Error_In_Step_Computation: return "error in step computation";
-    case Ipopt::Maximum_CpuTime_Exceeded: return "maximum CPU time exceeded";
-    case Ipopt::Not_Enough_Degrees_Of_Freedom: return "not enough degrees of freedom (more equalities than volumes)";
-    case Ipopt::Invalid_Problem_Definition: return "invalid problem definition";
-    case Ipopt::Invalid_Option: return "invalid solver option";
-    case Ipopt::Invalid_Number_Detected: return "invalid number in the blend model's values";
-    case Ipopt::Insufficient_Memory: return "insufficient memory";
-    default: return "solver failure";
+    case Ipopt::Solve_Succeeded:
+      return "optimal solution found";
+    case Ipopt::Solved_To_Acceptable_Level:
+      return "solved to an acceptable level";
+    case Ipopt::Infeasible_Problem_Detected:
+      return "converged to a point of local infeasibility";
+    case Ipopt::Search_Direction_Becomes_Too_Small:
+      return "search direction became too small";
+    case Ipopt::Diverging_Iterates:
+      return "iterates diverging (the objective may be unbounded)";
+    case Ipopt::User_Requested_Stop:
+      return "stopped on request";
+    case Ipopt::Feasible_Point_Found:
+      return "feasible point found";
+    case Ipopt::Maximum_Iterations_Exceeded:
+      return "maximum number of iterations exceeded";
+    case Ipopt::Restoration_Failed:
+      return "restoration phase failed (the problem may be infeasible)";
+    case Ipopt::Error_In_Step_Computation:
+      return "error in step computation";
+    case Ipopt::Maximum_CpuTime_Exceeded:
+      return "maximum CPU time exceeded";
+    case Ipopt::Not_Enough_Degrees_Of_Freedom:
+      return "not enough degrees of freedom (more equalities than volumes)";
+    case Ipopt::Invalid_Problem_Definition:
+      return "invalid problem definition";
+    case Ipopt::Invalid_Option:
+      return "invalid solver option";
+    case Ipopt::Invalid_Number_Detected:
+      return "invalid number in the blend model's values";
+    case Ipopt::Insufficient_Memory:
+      return "insufficient memory";
+    default:
+      return "solver failure";
   }
 }
 

@@ -41,7 +41,7 @@ struct Row {
   int product = -1, component = -1, other = -1, limitSide = -1;
   double coefficient = 0.0;  // share fraction or ratio
   double lower = 0.0, upper = 0.0;
-  double scale = 1.0;        // typical size of the row's terms
+  double scale = 1.0;          // typical size of the row's terms
   std::vector<int> variables;  // the non-zeros of the row, in the order evaluate writes them
 };
 
@@ -52,10 +52,10 @@ struct Formulation {
   int elasticLimitSide = -1;  // for Mode::ElasticOne
   double volumeScale = 1.0, objectiveScale = 1.0;
 
-  std::vector<std::vector<int>> variable;      // [product][component]: index, or -1 when kept out
-  std::vector<std::pair<int, int>> volumeOf;   // volume variable -> (product, component)
+  std::vector<std::vector<int>> variable;     // [product][component]: index, or -1 when kept out
+  std::vector<std::pair<int, int>> volumeOf;  // volume variable -> (product, component)
   std::vector<LimitSide> limitSides;
-  std::vector<int> relaxUp, relaxDown;         // per limitSide: variable index or -1
+  std::vector<int> relaxUp, relaxDown;  // per limitSide: variable index or -1
   std::vector<Row> rows;
   int variableCount = 0;
 

@@ -191,8 +191,8 @@ namespace {
 double bound(double value, double open, double least, const std::string& what) {
   if (value >= 1e29 && std::isfinite(value)) return open;
   if (!std::isfinite(value) || value < least) {
-    throw ProblemError(TARNBLEND_ERROR_VALUE, what + (least == 0.0 ? " must be a finite number, not negative"
-                                                                   : " must be a finite number"));
+    throw ProblemError(TARNBLEND_ERROR_VALUE,
+                       what + (least == 0.0 ? " must be a finite number, not negative" : " must be a finite number"));
   }
   return value;
 }

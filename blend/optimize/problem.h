@@ -56,8 +56,8 @@ struct Limit {
   double minimum = kMissing, maximum = kMissing;  // as given
   bool target = false;
   bool fromGrade = false;
-  int property = -1;                              // index in the product's model
-  double low = -kUnlimited, high = kUnlimited;    // in the property's unit
+  int property = -1;                            // index in the product's model
+  double low = -kUnlimited, high = kUnlimited;  // in the property's unit
   std::string propertyUnit;
 };
 
@@ -100,11 +100,11 @@ struct Results {
   std::string solverStatus, summary;
   int iterations = 0;
   double objectiveValue = kMissing;
-  std::vector<std::vector<double>> volumes;     // [product][component]
-  std::vector<std::vector<LimitResult>> limits; // [product][limit]
-  std::vector<double> productValue;             // d objective / d demand
+  std::vector<std::vector<double>> volumes;      // [product][component]
+  std::vector<std::vector<LimitResult>> limits;  // [product][limit]
+  std::vector<double> productValue;              // d objective / d demand
   std::vector<int> productBinding;
-  std::vector<double> componentValue;           // d objective / d availability
+  std::vector<double> componentValue;  // d objective / d availability
   std::vector<int> componentBinding;
   std::vector<Relaxation> relaxations;
   std::vector<std::string> notes;
@@ -148,8 +148,8 @@ double convert(double value, const std::string& from, const std::string& to);
 
 // Reads a problem file (JSON text) onto a problem built over `recipe`
 // (which may be null when the file lists the components' properties).
-std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string& origin,
-                                      const std::string& folder, const tarnblend_model* recipe);
+std::unique_ptr<Problem> parseProblem(const std::string& text, const std::string& origin, const std::string& folder,
+                                      const tarnblend_model* recipe);
 
 // Solves and fills problem.results.
 void solve(Problem& problem);

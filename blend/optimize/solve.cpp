@@ -95,8 +95,8 @@ std::vector<double> proportionalStart(const Formulation& f, bool even = false) {
     for (std::size_t i = 0; i < components; ++i) {
       if (f.variable[q][i] < 0) continue;
       const Component& c = problem.components[i];
-      weight[i] = even                              ? 1.0
-                  : c.recipeVolume > 0              ? c.recipeVolume
+      weight[i] = even                                        ? 1.0
+                  : c.recipeVolume > 0                        ? c.recipeVolume
                   : std::isfinite(c.maximum) && c.maximum > 0 ? std::min(c.maximum, f.volumeScale)
                                                               : fallback;
       weights += weight[i];
@@ -193,10 +193,11 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
           kept[i] = volumes[i];
         }
       }
-      if (unable.size() == static_cast<std::size_t>(std::count_if(volumes.begin(), volumes.end(),
-                                                                   [](double v) { return v > 0.0; })) ||
+      if (unable.size() == static_cast<std::size_t>(
+                               std::count_if(volumes.begin(), volumes.end(), [](double v) { return v > 0.0; })) ||
           missing(propertyAt(p, kept, limit.property))) {
-        throw ProblemError(TARNBLEND_ERROR_STATE, p.name + ": " + limit.key + " is limited but cannot be computed" + why);
+        throw ProblemError(TARNBLEND_ERROR_STATE,
+                           p.name + ": " + limit.key + " is limited but cannot be computed" + why);
       }
       for (std::size_t i : unable) {
         std::vector<double> with = kept;
@@ -210,7 +211,9 @@ void keepOutComponentsLackingInputs(Problem& problem, int objective, Allowed& al
         problem.results.notes.push_back(problem.components[i].name + " is kept out of " + p.name +
                                         ": it lacks an input of " + limit.key + ", which is limited");
       }
-      if (!again) throw ProblemError(TARNBLEND_ERROR_STATE, p.name + ": " + limit.key + " is limited but cannot be computed" + why);
+      if (!again)
+        throw ProblemError(TARNBLEND_ERROR_STATE,
+                           p.name + ": " + limit.key + " is limited but cannot be computed" + why);
     }
   }
 }
@@ -330,8 +333,8 @@ void record(Problem& problem, const Formulation& f, const NlpOutcome& out, bool 
       int status = 0;
       tarnblend_model_result(p.model.get(), limit.property, &lr.value, &status, nullptr, nullptr, nullptr);
       if (missing(lr.value)) continue;
-      lr.margin = limit.target ? -std::fabs(lr.value - limit.low)
-                               : std::min(lr.value - limit.low, limit.high - lr.value);
+      lr.margin =
+          limit.target ? -std::fabs(lr.value - limit.low) : std::min(lr.value - limit.low, limit.high - lr.value);
       if (!priced) lr.shadow = f.objective == TARNBLEND_LEAST_CHANGE ? kMissing : 0.0;
     }
   }
@@ -404,8 +407,7 @@ std::string relaxationText(const Problem& problem, const Relaxation& x, double a
 }
 
 // "a, b or c": the limits under one "relax", the targets under one "move".
-std::string choices(const std::vector<std::string>& relaxed, const std::vector<std::string>& moved,
-                    const char* last) {
+std::string choices(const std::vector<std::string>& relaxed, const std::vector<std::string>& moved, const char* last) {
   auto list = [&](const std::vector<std::string>& items) {
     std::string text;
     for (std::size_t k = 0; k < items.size(); ++k) {
@@ -430,8 +432,8 @@ std::string summaryOfOptimum(const Problem& problem) {
     double used = 0.0;
     for (const std::vector<double>& product : r.volumes) used += product[i];
     if (std::fabs(used - c.recipeVolume) <= 1e-9 * std::max(1.0, c.recipeVolume)) continue;
-    text += std::string(any ? "," : "") + " " + c.name + " " + number(used) + " (recipe " + number(c.recipeVolume) +
-            ")";
+    text +=
+        std::string(any ? "," : "") + " " + c.name + " " + number(used) + " (recipe " + number(c.recipeVolume) + ")";
     any = true;
   }
   return any ? text : "the recipe already meets every target";
@@ -469,8 +471,7 @@ std::string volumeShortfall(const Problem& problem, const Allowed& allowed) {
     if (used) offered += problem.components[i].maximum;
   }
   if (needed > offered) {
-    return ": the products need at least " + number(needed) + " but the components offer at most " +
-           number(offered);
+    return ": the products need at least " + number(needed) + " but the components offer at most " + number(offered);
   }
   return " (demand, availability, shares and ratios)";
 }

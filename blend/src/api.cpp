@@ -40,7 +40,8 @@ Input inputOf(const char* key, std::string* implied = nullptr) {
   Input input;
   std::string unit;
   if (!findInput(key, input, unit)) {
-    throw Error(TARNBLEND_ERROR_PROPERTY, "unknown property '" + std::string(key) + "' (known: " + inputKeyList() + ")");
+    throw Error(TARNBLEND_ERROR_PROPERTY,
+                "unknown property '" + std::string(key) + "' (known: " + inputKeyList() + ")");
   }
   if (implied) *implied = unit;
   return input;
@@ -74,8 +75,8 @@ int shownDecimals(const Model& m, Property p) {
   const PropertyInfo& info = propertyInfo(p);
   const Unit& shown = m.propertyUnit(p);
   if (shown.apiGravity) return 1;
-  const Unit* reference = info.unitSource == UnitSource::Input ? unitNamed(inputInfo(info.input).defaultUnit)
-                                                              : &baseUnit(info.dimension);
+  const Unit* reference =
+      info.unitSource == UnitSource::Input ? unitNamed(inputInfo(info.input).defaultUnit) : &baseUnit(info.dimension);
   if (reference == nullptr || reference->apiGravity) return info.decimals;
   const int shift = static_cast<int>(std::lround(std::log10(shown.scale / reference->scale)));
   return std::max(0, info.decimals + shift);
@@ -83,8 +84,8 @@ int shownDecimals(const Model& m, Property p) {
 
 void requireLength(int given, int wanted, const char* what) {
   if (given != wanted) {
-    throw Error(TARNBLEND_ERROR_ARGUMENT, std::string(what) + ": expected " + std::to_string(wanted) + ", got " +
-                                              std::to_string(given));
+    throw Error(TARNBLEND_ERROR_ARGUMENT,
+                std::string(what) + ": expected " + std::to_string(wanted) + ", got " + std::to_string(given));
   }
 }
 
@@ -117,19 +118,32 @@ TARNBLEND_API const char* TARN_CALL tarnblend_last_error(void) { return lastErro
 
 TARNBLEND_API const char* TARN_CALL tarnblend_status_text(int status) {
   switch (status) {
-    case TARNBLEND_OK: return "success";
-    case TARNBLEND_ERROR_ARGUMENT: return "bad argument";
-    case TARNBLEND_ERROR_PROPERTY: return "unknown property";
-    case TARNBLEND_ERROR_UNIT: return "unknown or unfitting unit";
-    case TARNBLEND_ERROR_VALUE: return "impossible value";
-    case TARNBLEND_ERROR_DUPLICATE: return "component named twice";
-    case TARNBLEND_ERROR_NOT_FOUND: return "not found";
-    case TARNBLEND_ERROR_FILE: return "bad file";
-    case TARNBLEND_ERROR_STATE: return "nothing to blend";
-    case TARNBLEND_ERROR_PRODUCT: return "grade for another product";
-    case TARNBLEND_ERROR_MEMORY: return "out of memory";
-    case TARNBLEND_ERROR_INTERNAL: return "internal fault";
-    default: return "unknown status";
+    case TARNBLEND_OK:
+      return "success";
+    case TARNBLEND_ERROR_ARGUMENT:
+      return "bad argument";
+    case TARNBLEND_ERROR_PROPERTY:
+      return "unknown property";
+    case TARNBLEND_ERROR_UNIT:
+      return "unknown or unfitting unit";
+    case TARNBLEND_ERROR_VALUE:
+      return "impossible value";
+    case TARNBLEND_ERROR_DUPLICATE:
+      return "component named twice";
+    case TARNBLEND_ERROR_NOT_FOUND:
+      return "not found";
+    case TARNBLEND_ERROR_FILE:
+      return "bad file";
+    case TARNBLEND_ERROR_STATE:
+      return "nothing to blend";
+    case TARNBLEND_ERROR_PRODUCT:
+      return "grade for another product";
+    case TARNBLEND_ERROR_MEMORY:
+      return "out of memory";
+    case TARNBLEND_ERROR_INTERNAL:
+      return "internal fault";
+    default:
+      return "unknown status";
   }
 }
 
@@ -170,7 +184,8 @@ TARNBLEND_API int TARN_CALL tarnblend_input_count(int* count) {
 TARNBLEND_API int TARN_CALL tarnblend_input_info(int k, const char** key, const char** description, int* dimension,
                                                  const char** defaultUnit) {
   return guarded([&] {
-    if (k < 0 || k >= kInputCount) throw Error(TARNBLEND_ERROR_ARGUMENT, "recipe property " + std::to_string(k) + " does not exist");
+    if (k < 0 || k >= kInputCount)
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "recipe property " + std::to_string(k) + " does not exist");
     const InputInfo& info = inputInfo(k);
     put(key, info.key);
     put(description, info.description);
@@ -211,11 +226,16 @@ TARNBLEND_API int TARN_CALL tarnblend_product_parse(const char* text, int* produ
 
 TARNBLEND_API const char* TARN_CALL tarnblend_product_name(int product) {
   switch (product) {
-    case TARNBLEND_ANY_PRODUCT: return "any";
-    case TARNBLEND_GASOLINE: return "gasoline";
-    case TARNBLEND_DIESEL: return "diesel";
-    case TARNBLEND_JET: return "jet";
-    default: return "";
+    case TARNBLEND_ANY_PRODUCT:
+      return "any";
+    case TARNBLEND_GASOLINE:
+      return "gasoline";
+    case TARNBLEND_DIESEL:
+      return "diesel";
+    case TARNBLEND_JET:
+      return "jet";
+    default:
+      return "";
   }
 }
 
@@ -306,8 +326,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_set_property(tarnblend_model* model,
   });
 }
 
-TARNBLEND_API int TARN_CALL tarnblend_model_get_property(const tarnblend_model* model, int component,
-                                                         const char* key, double* value) {
+TARNBLEND_API int TARN_CALL tarnblend_model_get_property(const tarnblend_model* model, int component, const char* key,
+                                                         double* value) {
   return guarded([&] {
     requirePointer(value, "value");
     const Model& m = modelOf(model);
@@ -407,8 +427,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_property_find(const tarnblend_model*
     const Model& m = modelOf(model);
     const int found = m.findProperty(key);
     if (found < 0) {
-      throw Error(TARNBLEND_ERROR_PROPERTY, std::string("a ") + tarnblend_product_name(m.product()) +
-                                                " blend has no property '" + key + "'");
+      throw Error(TARNBLEND_ERROR_PROPERTY,
+                  std::string("a ") + tarnblend_product_name(m.product()) + " blend has no property '" + key + "'");
     }
     *k = found;
   });
@@ -446,8 +466,7 @@ TARNBLEND_API int TARN_CALL tarnblend_model_result(const tarnblend_model* model,
   });
 }
 
-TARNBLEND_API int TARN_CALL tarnblend_model_values(const tarnblend_model* model, double* values, int* statuses,
-                                                   int n) {
+TARNBLEND_API int TARN_CALL tarnblend_model_values(const tarnblend_model* model, double* values, int* statuses, int n) {
   return guarded([&] {
     const Model& m = modelOf(model);
     requireLength(n, static_cast<int>(m.properties().size()), "values");
@@ -487,7 +506,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_note(const tarnblend_model* model, i
   return guarded([&] {
     requirePointer(note, "note");
     const std::vector<std::string>& notes = modelOf(model).notes();
-    if (k < 0 || k >= static_cast<int>(notes.size())) throw Error(TARNBLEND_ERROR_ARGUMENT, "there is no note " + std::to_string(k));
+    if (k < 0 || k >= static_cast<int>(notes.size()))
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "there is no note " + std::to_string(k));
     *note = notes[static_cast<std::size_t>(k)].c_str();
   });
 }
@@ -504,7 +524,8 @@ TARNBLEND_API int TARN_CALL tarnblend_grade_count(int* count) {
 TARNBLEND_API int TARN_CALL tarnblend_grade_builtin(int k, const char** name, const char** title, int* product,
                                                     const char** classes, const char** defaultClass) {
   return guarded([&] {
-    if (k < 0 || k >= builtinGradeCount()) throw Error(TARNBLEND_ERROR_ARGUMENT, "there is no built-in grade " + std::to_string(k));
+    if (k < 0 || k >= builtinGradeCount())
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "there is no built-in grade " + std::to_string(k));
     const BuiltinGradeInfo& info = builtinGrade(k);
     put(name, info.name);
     put(title, info.title);
@@ -582,7 +603,8 @@ TARNBLEND_API int TARN_CALL tarnblend_grade_limit(const tarnblend_grade* grade, 
                                                   const char** source) {
   return guarded([&] {
     const Grade& g = gradeOf(grade);
-    if (k < 0 || k >= static_cast<int>(g.limits.size())) throw Error(TARNBLEND_ERROR_ARGUMENT, "the grade has no limit " + std::to_string(k));
+    if (k < 0 || k >= static_cast<int>(g.limits.size()))
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "the grade has no limit " + std::to_string(k));
     const Limit& limit = g.limits[static_cast<std::size_t>(k)];
     put(key, limit.key.c_str());
     put(minimum, limit.minimum);
@@ -594,8 +616,8 @@ TARNBLEND_API int TARN_CALL tarnblend_grade_limit(const tarnblend_grade* grade, 
 
 // ---- Checking a blend against a grade ----
 
-TARNBLEND_API int TARN_CALL tarnblend_model_check(tarnblend_model* model, const tarnblend_grade* grade,
-                                                  int* failures, int* unchecked) {
+TARNBLEND_API int TARN_CALL tarnblend_model_check(tarnblend_model* model, const tarnblend_grade* grade, int* failures,
+                                                  int* unchecked) {
   return guarded([&] {
     Model& m = modelOf(model);
     const Grade& g = gradeOf(grade);
@@ -615,12 +637,12 @@ TARNBLEND_API int TARN_CALL tarnblend_model_check_count(const tarnblend_model* m
 }
 
 TARNBLEND_API int TARN_CALL tarnblend_model_check_row(const tarnblend_model* model, int k, int* property,
-                                                      double* minimum, double* maximum, double* value,
-                                                      double* margin, int* verdict, const char** unit,
-                                                      const char** reason) {
+                                                      double* minimum, double* maximum, double* value, double* margin,
+                                                      int* verdict, const char** unit, const char** reason) {
   return guarded([&] {
     const std::vector<CheckRow>& rows = modelOf(model).checks();
-    if (k < 0 || k >= static_cast<int>(rows.size())) throw Error(TARNBLEND_ERROR_ARGUMENT, "the check has no row " + std::to_string(k));
+    if (k < 0 || k >= static_cast<int>(rows.size()))
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "the check has no row " + std::to_string(k));
     const CheckRow& row = rows[static_cast<std::size_t>(k)];
     put(property, row.property);
     put(minimum, row.minimum);

@@ -20,7 +20,8 @@ double convertBound(const Model& model, Property p, const Limit& limit, double b
   if (propertyInfo(p).unitSource == UnitSource::CurveLabel) {
     const std::string from = limit.unit->name, to = model.propertyUnitLabel(p);
     if (from == to) return bound;
-    const double shift = 32.0 * (gfx_getCorParms("DRIVEABILITYINDEX", "P1") + gfx_getCorParms("DRIVEABILITYINDEX", "P2") + 1.0);
+    const double shift =
+        32.0 * (gfx_getCorParms("DRIVEABILITYINDEX", "P1") + gfx_getCorParms("DRIVEABILITYINDEX", "P2") + 1.0);
     if (from == "F" && to == "C") return (bound - shift) / 1.8;
     if (from == "C" && to == "F") return bound * 1.8 + shift;
     return kMissing;  // kelvin has no drivability form

@@ -20,8 +20,8 @@ void cetaneIndices(Engine& e) {
   if (e.wanted(P::CI4) && e.needs(P::CI4, {P::DEN, P::T10, P::T50, P::T90})) {
     // The four-variable equation takes the density in g/mL.
     double d[4];
-    const double index = gfx_CetaneIndex4(1, 'F', e.value(P::DEN) / 1000.0, e.value(P::T10), e.value(P::T50),
-                                          e.value(P::T90), d);
+    const double index =
+        gfx_CetaneIndex4(1, 'F', e.value(P::DEN) / 1000.0, e.value(P::T10), e.value(P::T50), e.value(P::T90), d);
     if (isMissing(index)) {
       e.fail(P::CI4, "the four-variable equation refused the blend's T10, T50, T90 (out of order)");
     } else {
@@ -72,7 +72,8 @@ void freezingPoint(Engine& e) {
   // from that fraction's change, (delta - x) / V.
   int topMember = 0;
   for (int j = 1; j < count; ++j) {
-    if (work.packedValues[static_cast<std::size_t>(j)] > work.packedValues[static_cast<std::size_t>(topMember)]) topMember = j;
+    if (work.packedValues[static_cast<std::size_t>(j)] > work.packedValues[static_cast<std::size_t>(topMember)])
+      topMember = j;
   }
   const int top = members[static_cast<std::size_t>(topMember)];
   const double topSlope = work.derivs[static_cast<std::size_t>(2 * topMember)];
@@ -112,14 +113,16 @@ void evaluateDistillate(Engine& e) {
   if (e.wanted(P::DEN)) e.linearByVolume(P::DEN, I::DEN);
   if (e.wanted(P::SUL)) e.linearByMass(P::SUL, I::SUL);
   if (e.wanted(P::FLASH)) {
-    e.indexBlend(P::FLASH, I::FLASH, false, "flash point index",
-                 [](double t) { return gfx_FlashPointIndex1('F', t, 0, nullptr); },
-                 [](double index, double* slope) { return gfx_FlashPoint1('F', index, 1, slope); });
+    e.indexBlend(
+        P::FLASH, I::FLASH, false, "flash point index",
+        [](double t) { return gfx_FlashPointIndex1('F', t, 0, nullptr); },
+        [](double index, double* slope) { return gfx_FlashPoint1('F', index, 1, slope); });
   }
   if (e.wanted(P::VISC40)) {
-    e.indexBlend(P::VISC40, I::VISC40, true, "viscosity blending number",
-                 [](double v) { return gfx_ViscosityIndex3(v, 0, nullptr); },
-                 [](double index, double* slope) { return gfx_Viscosity3(index, 1, slope); });
+    e.indexBlend(
+        P::VISC40, I::VISC40, true, "viscosity blending number",
+        [](double v) { return gfx_ViscosityIndex3(v, 0, nullptr); },
+        [](double index, double* slope) { return gfx_Viscosity3(index, 1, slope); });
   }
   if (diesel) {
     cetaneIndices(e);
@@ -128,9 +131,9 @@ void evaluateDistillate(Engine& e) {
     auto cloudPoint = [](double index, double* slope) { return gfx_CloudPoint3('F', index, 1, slope); };
     if (e.wanted(P::CLOUD)) e.indexBlend(P::CLOUD, I::CLOUD, false, "cloud point index", cloudIndex, cloudPoint);
     if (e.wanted(P::POUR)) {
-      e.indexBlend(P::POUR, I::POUR, false, "pour point index",
-                   [](double t) { return gfx_PourPointIndex1('F', t, 0, nullptr); },
-                   [](double index, double* slope) { return gfx_PourPoint1('F', index, 1, slope); });
+      e.indexBlend(
+          P::POUR, I::POUR, false, "pour point index", [](double t) { return gfx_PourPointIndex1('F', t, 0, nullptr); },
+          [](double index, double* slope) { return gfx_PourPoint1('F', index, 1, slope); });
     }
     // libtarn has no index of its own for the cold filter plugging point: it
     // blends through the cloud point index, an estimate.

@@ -250,7 +250,8 @@ bool Engine::mean(Property out, const std::vector<double>& values, const std::ve
     double meanWeight = 1.0;
     if (weights) {
       double mass = 0.0;
-      for (int k = 0; k < count; ++k) mass += volumes[static_cast<std::size_t>(k)] * packedWeights[static_cast<std::size_t>(k)];
+      for (int k = 0; k < count; ++k)
+        mass += volumes[static_cast<std::size_t>(k)] * packedWeights[static_cast<std::size_t>(k)];
       meanWeight = mass / total_;
     }
     double* g = row(out);
@@ -390,8 +391,9 @@ void Engine::blendCurve() {
     if (narrow.empty()) narrow.push_back(quoted(name(narrowest)));
     std::string reason = "the blended D86 curve falls (" + where + ")";
     if (method != 0) {
-      reason += ": " + std::string(kMethodNames[method]) + " gives a falling curve for narrow-boiling components such as " +
-                nameList(narrow) + ": use HC94, or a pure-component threshold DPure (degrees F) above their " +
+      reason += ": " + std::string(kMethodNames[method]) +
+                " gives a falling curve for narrow-boiling components such as " + nameList(narrow) +
+                ": use HC94, or a pure-component threshold DPure (degrees F) above their " +
                 "boiling range so they keep their curves";
     }
     return failAll(reason);
@@ -400,9 +402,9 @@ void Engine::blendCurve() {
   if (!pure.empty()) {
     // The threshold is in degrees F; a report in another unit says it in its own first.
     const Unit& shown = m_.propertyUnit(Property::T50);
-    const std::string span = shown.name == std::string("F")
-                                 ? shortNumber(pureSpan) + " F"
-                                 : shortNumber(pureSpan / shown.scale) + " " + shown.name + " (" + shortNumber(pureSpan) + " F)";
+    const std::string span = shown.name == std::string("F") ? shortNumber(pureSpan) + " F"
+                                                            : shortNumber(pureSpan / shown.scale) + " " + shown.name +
+                                                                  " (" + shortNumber(pureSpan) + " F)";
     note(nameList(pure) + (pure.size() == 1 ? " boils" : " boil") + " within " + span +
          " from IBP to FBP: taken as pure compounds, their D86 curves pass the TBP conversion unchanged (DPure)");
   }
@@ -440,11 +442,13 @@ void Engine::blendCurve() {
   // little of it added (the step gfx_D86 takes for a fraction).
   for (int i = 0; i < n_; ++i) {
     if (present(i) || !usable[static_cast<std::size_t>(i)]) continue;
-    for (int j = 0; j < count; ++j) fractions[static_cast<std::size_t>(j)] = fraction(members[static_cast<std::size_t>(j)]) / (1.0 + step);
+    for (int j = 0; j < count; ++j)
+      fractions[static_cast<std::size_t>(j)] = fraction(members[static_cast<std::size_t>(j)]) / (1.0 + step);
     fractions[static_cast<std::size_t>(count)] = step / (1.0 + step);
     std::vector<double>& widened = work_.widened;
     widened.assign(shifted.begin(), shifted.begin() + count * 7);
-    widened.insert(widened.end(), &curves[static_cast<std::size_t>(i) * 7], &curves[static_cast<std::size_t>(i) * 7] + 7);
+    widened.insert(widened.end(), &curves[static_cast<std::size_t>(i) * 7],
+                   &curves[static_cast<std::size_t>(i) * 7] + 7);
     if (gfx_D86(count + 1, fractions.data(), widened.data(), moved, nullptr, method, 0, 'F') != 0) continue;
     for (int k = 0; k < 7; ++k) row(kPoints[k])[i] = (moved[k] - out[k]) * perVolume_ / step;
   }

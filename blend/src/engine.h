@@ -123,8 +123,8 @@ void Engine::indexBlend(Property out, Input input, bool byMass, const char* inde
   if (!gather(input, values, reason)) return fail(out, reason);
   std::vector<double>* weights = nullptr;
   if (byMass) {
-    if (!gather(Input::DEN, work_.weights, reason)) return fail(out, reason + " (" + inputInfo(input).key +
-                                                                     " blends by mass)");
+    if (!gather(Input::DEN, work_.weights, reason))
+      return fail(out, reason + " (" + inputInfo(input).key + " blends by mass)");
     weights = &work_.weights;
   }
   std::vector<std::string> outside;
@@ -140,8 +140,8 @@ void Engine::indexBlend(Property out, Input input, bool byMass, const char* inde
     indices[i] = index;
   }
   if (!outside.empty()) {
-    return fail(out, std::string(inputInfo(input).key) + " of " + nameList(outside) + " lies outside the range of the " +
-                         indexName);
+    return fail(out, std::string(inputInfo(input).key) + " of " + nameList(outside) +
+                         " lies outside the range of the " + indexName);
   }
   if (!mean(out, indices, weights, false)) return;
   double slope = 0.0;

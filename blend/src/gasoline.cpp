@@ -27,8 +27,8 @@ constexpr double kPpmPerWeightPercent = 1e4;
 // free of oxygenates: its oxygen and ethanol are 0 and the emission models
 // run on that. Oxygen split by oxygenate gives the total as the sum.
 struct Oxygenates {
-  bool split = false;     // some of EHO, MTO, ETO, TMO given
-  bool any = false;       // some oxygen or ethanol column given
+  bool split = false;  // some of EHO, MTO, ETO, TMO given
+  bool any = false;    // some oxygen or ethanol column given
   double epa[4] = {0, 0, 0, 0};
   Operand epaOperands[4] = {{P::MTO, 0.0}, {P::ETO, 0.0}, {P::EHO, 0.0}, {P::TMO, 0.0}};
   std::string epaReason;  // why the EPA model cannot have them, or ""
@@ -41,8 +41,9 @@ Oxygenates blendOxygen(Engine& e) {
   for (I input : kOxygenates) o.split = o.split || m.given(input);
   o.any = o.split || m.given(I::OXY) || m.given(I::ETOH);
   if (!o.any) {
-    e.note("The recipe has no oxygenate column (OXY, EHO, MTO, ETO, TMO, ETOH): the gasoline is taken as free of "
-           "oxygenates (oxygen 0 wt%, ethanol 0 vol%).");
+    e.note(
+        "The recipe has no oxygenate column (OXY, EHO, MTO, ETO, TMO, ETOH): the gasoline is taken as free of "
+        "oxygenates (oxygen 0 wt%, ethanol 0 vol%).");
   }
   for (int k = 0; k < 4; ++k) {
     const P p = splitProperties[k];
@@ -117,7 +118,8 @@ void octane(Engine& e) {
   flat.clear();
   for (int i = 0; i < e.count(); ++i) {
     bool complete = true;
-    for (const std::vector<double>& column : packed) complete = complete && !isMissing(column[static_cast<std::size_t>(i)]);
+    for (const std::vector<double>& column : packed)
+      complete = complete && !isMissing(column[static_cast<std::size_t>(i)]);
     if (!complete) continue;
     members.push_back(i);
     x.push_back(e.fraction(i));
@@ -126,7 +128,8 @@ void octane(Engine& e) {
   flat.resize(static_cast<std::size_t>(count) * 4);
   for (int k = 0; k < 4; ++k) {
     for (int j = 0; j < count; ++j) {
-      flat[static_cast<std::size_t>(k * count + j)] = packed[static_cast<std::size_t>(k)][static_cast<std::size_t>(members[static_cast<std::size_t>(j)])];
+      flat[static_cast<std::size_t>(k * count + j)] =
+          packed[static_cast<std::size_t>(k)][static_cast<std::size_t>(members[static_cast<std::size_t>(j)])];
     }
   }
   std::vector<double>& d = work.derivs;
@@ -185,8 +188,8 @@ void rangeNote(Engine& e, const char* model, const RangeInput* inputs, const dou
       const Unit& shown = e.model().propertyUnit(inputs[i].property);
       auto text = [&](double v) { return shortNumber(fromBase(shown, toBase(from, v))); };
       const std::string unit = shown.name[0] ? std::string(" ") + shown.name : "";
-      outside += std::string(outside.empty() ? "" : ", ") + inputs[i].name + " " + text(values[i]) + unit +
-                 " (range " + text(lower[i]) + " to " + text(upper[i]) + unit + ")";
+      outside += std::string(outside.empty() ? "" : ", ") + inputs[i].name + " " + text(values[i]) + unit + " (range " +
+                 text(lower[i]) + " to " + text(upper[i]) + unit + ")";
     }
   }
   if (!outside.empty()) e.note(std::string(model) + " model inputs outside its valid range: " + outside);
@@ -259,10 +262,16 @@ void carbModel(Engine& e) {
   const bool celsius = gfx_getCorParms("TARN", "CARB_CORF") < 0.0;
   const double t = celsius ? 1.0 / 1.8 : 1.0;
   auto temperature = [&](P p) { return celsius ? (e.value(p) - 32.0) / 1.8 : e.value(p); };
-  const double in[8] = {e.value(P::RVP), temperature(P::T50), temperature(P::T90), e.value(P::ARO),
-                        e.value(P::OLF), e.value(P::OXY), e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::BNZ)};
-  const Operand operands[8] = {{P::RVP}, {P::T50, t}, {P::T90, t}, {P::ARO},
-                               {P::OLF}, {P::OXY}, {P::SUL, kPpmPerWeightPercent}, {P::BNZ}};
+  const double in[8] = {e.value(P::RVP),
+                        temperature(P::T50),
+                        temperature(P::T90),
+                        e.value(P::ARO),
+                        e.value(P::OLF),
+                        e.value(P::OXY),
+                        e.value(P::SUL) * kPpmPerWeightPercent,
+                        e.value(P::BNZ)};
+  const Operand operands[8] = {
+      {P::RVP}, {P::T50, t}, {P::T90, t}, {P::ARO}, {P::OLF}, {P::OXY}, {P::SUL, kPpmPerWeightPercent}, {P::BNZ}};
   double out[3], d[24];
   if (!emissionModel(e, "CARB", in, 8, outputs, 3, out, d)) return;
   for (int k = 0; k < 3; ++k) {
@@ -270,8 +279,8 @@ void carbModel(Engine& e) {
     e.chain(outputs[k], d + k, 3, operands, 8);
   }
   const char* degrees = celsius ? "C" : "F";
-  const RangeInput names[8] = {{"RVP", P::RVP, "psi"}, {"T50", P::T50, degrees}, {"T90", P::T90, degrees},
-                               {"ARO", P::ARO, "vol%"}, {"OLF", P::OLF, "vol%"}, {"OXY", P::OXY, "wt%"},
+  const RangeInput names[8] = {{"RVP", P::RVP, "psi"},  {"T50", P::T50, degrees}, {"T90", P::T90, degrees},
+                               {"ARO", P::ARO, "vol%"}, {"OLF", P::OLF, "vol%"},  {"OXY", P::OXY, "wt%"},
                                {"SUL", P::SUL, "ppm"},  {"BNZ", P::BNZ, "vol%"}};
   rangeNote(e, "CARB", names, in, 8, nullptr);
 }
@@ -286,12 +295,21 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
     for (int k = 1; k < 5; ++k) e.failLike(outputs[k], outputs[0]);
     return;
   }
-  const double in[11] = {oxygen.epa[0], oxygen.epa[1], oxygen.epa[2], oxygen.epa[3],
-                         e.value(P::SUL) * kPpmPerWeightPercent, e.value(P::RVP), e.value(P::E200), e.value(P::E300),
-                         e.value(P::ARO), e.value(P::OLF), e.value(P::BNZ)};
-  const Operand operands[11] = {oxygen.epaOperands[0], oxygen.epaOperands[1], oxygen.epaOperands[2],
-                                oxygen.epaOperands[3], {P::SUL, kPpmPerWeightPercent}, {P::RVP}, {P::E200},
-                                {P::E300}, {P::ARO}, {P::OLF}, {P::BNZ}};
+  const double in[11] = {
+      oxygen.epa[0],   oxygen.epa[1],    oxygen.epa[2],    oxygen.epa[3],   e.value(P::SUL) * kPpmPerWeightPercent,
+      e.value(P::RVP), e.value(P::E200), e.value(P::E300), e.value(P::ARO), e.value(P::OLF),
+      e.value(P::BNZ)};
+  const Operand operands[11] = {oxygen.epaOperands[0],
+                                oxygen.epaOperands[1],
+                                oxygen.epaOperands[2],
+                                oxygen.epaOperands[3],
+                                {P::SUL, kPpmPerWeightPercent},
+                                {P::RVP},
+                                {P::E200},
+                                {P::E300},
+                                {P::ARO},
+                                {P::OLF},
+                                {P::BNZ}};
   double out[5], d[55];
   if (!emissionModel(e, "EPA", in, 11, outputs, 5, out, d)) return;
   for (int k = 0; k < 5; ++k) {
@@ -301,10 +319,10 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
   epaAnswers[3] = catalogueCoefficient("EPA", "SEASON") == 2.0 ? 'W' : 'S';
   epaAnswers[4] = catalogueCoefficient("EPA", "FUELTYPE") == 1.0 ? 'R' : 'C';
   epaAnswers[5] = catalogueCoefficient("EPA", "EQUATION") == 2.0 ? 'S' : 'C';
-  const RangeInput names[11] = {{"MTO", P::MTO, "wt%"}, {"ETO", P::ETO, "wt%"},   {"EHO", P::EHO, "wt%"},
-                                {"TMO", P::TMO, "wt%"}, {"SUL", P::SUL, "ppm"},   {"RVP", P::RVP, "psi"},
+  const RangeInput names[11] = {{"MTO", P::MTO, "wt%"},    {"ETO", P::ETO, "wt%"},    {"EHO", P::EHO, "wt%"},
+                                {"TMO", P::TMO, "wt%"},    {"SUL", P::SUL, "ppm"},    {"RVP", P::RVP, "psi"},
                                 {"E200", P::E200, "vol%"}, {"E300", P::E300, "vol%"}, {"ARO", P::ARO, "vol%"},
-                                {"OLF", P::OLF, "vol%"}, {"BNZ", P::BNZ, "vol%"}};
+                                {"OLF", P::OLF, "vol%"},   {"BNZ", P::BNZ, "vol%"}};
   rangeNote(e, "EPA", names, in, 11, answerEpaQuestion);
 }
 
@@ -313,9 +331,9 @@ void epaModel(Engine& e, const Oxygenates& oxygen) {
 void evaluateGasoline(Engine& e) {
   Model& m = e.model();
   if (e.wanted(P::RVP)) {
-    e.indexBlend(P::RVP, I::RVP, false, "vapour-pressure index",
-                 [](double rvp) { return gfx_RVPIndex(rvp, 0, nullptr); },
-                 [](double index, double* slope) { return gfx_RVP(index, 1, slope); });
+    e.indexBlend(
+        P::RVP, I::RVP, false, "vapour-pressure index", [](double rvp) { return gfx_RVPIndex(rvp, 0, nullptr); },
+        [](double index, double* slope) { return gfx_RVP(index, 1, slope); });
   }
   if (e.wanted(P::T50)) e.blendCurve();
   const struct {
@@ -358,8 +376,7 @@ void evaluateGasoline(Engine& e) {
     const bool celsius = std::string(m.recipeUnit(I::T50).name) == "C";
     auto t = [&](P p) { return celsius ? (e.value(p) - 32.0) / 1.8 : e.value(p); };
     double d[4];
-    e.set(P::DI, gfx_DriveabilityIndexE(1, celsius ? 'C' : 'F', t(P::T10), t(P::T50), t(P::T90), d,
-                                        e.value(P::ETOH)));
+    e.set(P::DI, gfx_DriveabilityIndexE(1, celsius ? 'C' : 'F', t(P::T10), t(P::T50), t(P::T90), d, e.value(P::ETOH)));
     d[3] = gfx_getCorParms("DRIVEABILITYINDEX", "EF") / (celsius ? 1.8 : 1.0);
     const double s = celsius ? 1.0 / 1.8 : 1.0;
     e.chain(P::DI, d, 1, {{P::T10, s}, {P::T50, s}, {P::T90, s}, {P::ETOH}});

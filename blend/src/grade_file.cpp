@@ -59,12 +59,14 @@ Grade readCsvGrade(const Text& text, const std::string& name) {
       text.fail(record.offsets[c], "unknown column " + shown(lab::trim(record.fields[c])) +
                                        " (columns: property, min, max, unit, source)");
     }
-    if (columns[k] >= 0) text.fail(record.offsets[c], "column " + shown(lab::trim(record.fields[c])) + " appears twice");
+    if (columns[k] >= 0)
+      text.fail(record.offsets[c], "column " + shown(lab::trim(record.fields[c])) + " appears twice");
     columns[k] = static_cast<int>(c);
   }
   for (int k = 0; k < 4; ++k) {
     if (columns[k] < 0) {
-      text.fail(record.offset, "no column '" + lowerCase(kColumns[k]) + "' (columns: property, min, max, unit, source)");
+      text.fail(record.offset,
+                "no column '" + lowerCase(kColumns[k]) + "' (columns: property, min, max, unit, source)");
     }
   }
   Grade grade;
@@ -82,8 +84,11 @@ Grade readCsvGrade(const Text& text, const std::string& name) {
     for (int k = 1; k <= 2; ++k) {
       double value = 0.0;
       switch (lab::readNumber(cells[k], reader.decimalComma(), value)) {
-        case lab::NumberText::Value: bounds[k - 1] = value; break;
-        case lab::NumberText::Missing: break;
+        case lab::NumberText::Value:
+          bounds[k - 1] = value;
+          break;
+        case lab::NumberText::Missing:
+          break;
         case lab::NumberText::TooLarge:
         case lab::NumberText::NotANumber:
           text.fail(at[k], std::string(k == 1 ? "min" : "max") + " is not a number: " + shown(cells[k]));
@@ -132,8 +137,8 @@ class JsonGrade : public lab::JsonVisitor {
     key_ = upperCase(name);
     keyOffset_ = offset;
     if (depth_ == 1) {
-      section_ = key_ == "LIMITS" ? Section::Limits
-                 : key_ == "NAME" ? Section::Name
+      section_ = key_ == "LIMITS"    ? Section::Limits
+                 : key_ == "NAME"    ? Section::Name
                  : key_ == "PRODUCT" ? Section::Product
                  : key_ == "CLASS" || key_ == "TITLE" || key_ == "DESCRIPTION" || key_ == "COMMENT" || key_ == "SOURCE"
                      ? Section::Text
@@ -167,9 +172,12 @@ class JsonGrade : public lab::JsonVisitor {
 
   void scalar(Kind kind, double value, const std::string& text, std::size_t offset) {
     if (depth_ == 1) {
-      if (section_ == Section::Name && kind == Kind::Text) grade_.name = text;
-      else if (section_ == Section::Product && kind == Kind::Text) product(text, offset);
-      else if (section_ != Section::Text || kind == Kind::Number) unexpected(offset, "this value");
+      if (section_ == Section::Name && kind == Kind::Text)
+        grade_.name = text;
+      else if (section_ == Section::Product && kind == Kind::Text)
+        product(text, offset);
+      else if (section_ != Section::Text || kind == Kind::Number)
+        unexpected(offset, "this value");
       section_ = Section::None;
       return;
     }
@@ -202,8 +210,9 @@ class JsonGrade : public lab::JsonVisitor {
   }
 
   [[noreturn]] void unexpected(std::size_t offset, const char* what) const {
-    text_.fail(offset, std::string(what) + " is not expected here (a grade is {\"name\": text, \"product\": text, "
-                                           "\"limits\": [{\"property\": ..., \"min\": number, ...}]})");
+    text_.fail(offset, std::string(what) +
+                           " is not expected here (a grade is {\"name\": text, \"product\": text, "
+                           "\"limits\": [{\"property\": ..., \"min\": number, ...}]})");
   }
 
   const Text& text_;

@@ -155,29 +155,42 @@ constexpr int countOf(const BuiltinLimit (&)[N]) {
 }
 
 const BuiltinGrade kGrades[] = {
-    {{"ASTM-D4814", "ASTM D4814 gasoline, vapour pressure/distillation classes", TARNBLEND_GASOLINE,
-      "AA,A,B,C,D,E", ""},
-     "D4814", kD4814, countOf(kD4814)},
+    {{"ASTM-D4814", "ASTM D4814 gasoline, vapour pressure/distillation classes", TARNBLEND_GASOLINE, "AA,A,B,C,D,E",
+      ""},
+     "D4814",
+     kD4814,
+     countOf(kD4814)},
     {{"EN228", "EN 228 unleaded petrol (E10), volatility classes", TARNBLEND_GASOLINE, "A,D,D1", ""},
-     "EN 228", kEN228, countOf(kEN228)},
+     "EN 228",
+     kEN228,
+     countOf(kEN228)},
     {{"EN590", "EN 590 diesel, temperate grades and arctic classes", TARNBLEND_DIESEL, "A,B,C,D,0,1,2,3,4", ""},
-     "EN 590", kEN590, countOf(kEN590)},
+     "EN 590",
+     kEN590,
+     countOf(kEN590)},
     {{"ASTM-D975-2D-S15", "ASTM D975 No. 2-D S15 diesel", TARNBLEND_DIESEL, "", ""}, "D975", kD975, countOf(kD975)},
     {{"US-RFG", "US federal reformulated gasoline, complex model per-gallon standards", TARNBLEND_GASOLINE,
       "REGION1,REGION2,REGION2-ADJUSTED", ""},
-     "RFG", kRFG, countOf(kRFG)},
-    {{"US-CONVENTIONAL", "US federal conventional gasoline, summer RVP and sulfur cap", TARNBLEND_GASOLINE,
-      "9.0,7.8", "9.0"},
-     "US", kUSConventional, countOf(kUSConventional)},
+     "RFG",
+     kRFG,
+     countOf(kRFG)},
+    {{"US-CONVENTIONAL", "US federal conventional gasoline, summer RVP and sulfur cap", TARNBLEND_GASOLINE, "9.0,7.8",
+      "9.0"},
+     "US",
+     kUSConventional,
+     countOf(kUSConventional)},
     {{"CARFG3", "California Phase 3 reformulated gasoline (RVP, benzene cap)", TARNBLEND_GASOLINE,
       "FLAT,FLAT-NONOXY,CAP", ""},
-     "CaRFG3", kCaRFG3, countOf(kCaRFG3)},
+     "CaRFG3",
+     kCaRFG3,
+     countOf(kCaRFG3)},
 };
 
 std::string squeeze(const std::string& text) {
   std::string out;
   for (char c : text) {
-    if (std::isalnum(static_cast<unsigned char>(c)) || c == '.') out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (std::isalnum(static_cast<unsigned char>(c)) || c == '.')
+      out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   }
   return out;
 }
@@ -233,8 +246,8 @@ void Grade::addLimit(const std::string& key, double minimum, double maximum, con
   const Unit* unit = findUnit(unitText.empty() ? defaultLimitUnit(*info) : unitText);
   const Dimension dimension = limitDimension(*info);
   if (unit == nullptr || unit->dimension != dimension) {
-    throw Error(TARNBLEND_ERROR_UNIT, std::string(info->key) + " takes " + unitList(dimension) + ", not '" +
-                                          unitText + "'");
+    throw Error(TARNBLEND_ERROR_UNIT,
+                std::string(info->key) + " takes " + unitList(dimension) + ", not '" + unitText + "'");
   }
   if (std::isnan(minimum)) minimum = kMissing;
   if (std::isnan(maximum)) maximum = kMissing;
@@ -267,8 +280,9 @@ Grade openBuiltinGrade(const std::string& name, const std::string& gradeClass) {
     throw Error(TARNBLEND_ERROR_NOT_FOUND, std::string(info.name) + " has no classes");
   }
   if (info.classes[0] != '\0' && !inList(info.classes, chosen)) {
-    throw Error(TARNBLEND_ERROR_NOT_FOUND, std::string(info.name) + (chosen.empty() ? " needs a class" :
-                                               " has no class '" + gradeClass + "'") + " (classes: " + info.classes + ")");
+    throw Error(TARNBLEND_ERROR_NOT_FOUND,
+                std::string(info.name) + (chosen.empty() ? " needs a class" : " has no class '" + gradeClass + "'") +
+                    " (classes: " + info.classes + ")");
   }
   Grade grade;
   grade.name = info.name;

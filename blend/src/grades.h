@@ -12,9 +12,9 @@
 namespace tarnblend {
 
 struct Limit {
-  std::string key;                     // blended property key, upper case
+  std::string key;  // blended property key, upper case
   double minimum = kMissing, maximum = kMissing;
-  const Unit* unit = nullptr;          // of minimum and maximum
+  const Unit* unit = nullptr;  // of minimum and maximum
   std::string source;
 };
 

@@ -48,14 +48,30 @@ struct Alias {
 };
 
 constexpr Alias kAliases[] = {
-    {"SPG", I::DEN, "SPG"},       {"SG", I::DEN, "SPG"},          {"API", I::DEN, "API"},
-    {"DENSITY", I::DEN, ""},      {"D15", I::DEN, ""},            {"SULFUR", I::SUL, ""},
-    {"SULPHUR", I::SUL, ""},      {"OXYGEN", I::OXY, ""},         {"ETHANOL", I::ETOH, ""},
-    {"AROMATICS", I::ARO, ""},    {"OLEFINS", I::OLF, ""},        {"BENZENE", I::BNZ, ""},
-    {"VISCOSITY", I::VISC40, ""}, {"VISC", I::VISC40, ""},        {"KV40", I::VISC40, ""},
-    {"FLASHPOINT", I::FLASH, ""}, {"CLOUDPOINT", I::CLOUD, ""},   {"POURPOINT", I::POUR, ""},
-    {"FREEZEPOINT", I::FREEZE, ""}, {"FREEZINGPOINT", I::FREEZE, ""}, {"CETANE", I::CN, ""},
-    {"EBP", I::FBP, ""},          {"T100", I::FBP, ""},           {"T0", I::IBP, ""},
+    {"SPG", I::DEN, "SPG"},
+    {"SG", I::DEN, "SPG"},
+    {"API", I::DEN, "API"},
+    {"DENSITY", I::DEN, ""},
+    {"D15", I::DEN, ""},
+    {"SULFUR", I::SUL, ""},
+    {"SULPHUR", I::SUL, ""},
+    {"OXYGEN", I::OXY, ""},
+    {"ETHANOL", I::ETOH, ""},
+    {"AROMATICS", I::ARO, ""},
+    {"OLEFINS", I::OLF, ""},
+    {"BENZENE", I::BNZ, ""},
+    {"VISCOSITY", I::VISC40, ""},
+    {"VISC", I::VISC40, ""},
+    {"KV40", I::VISC40, ""},
+    {"FLASHPOINT", I::FLASH, ""},
+    {"CLOUDPOINT", I::CLOUD, ""},
+    {"POURPOINT", I::POUR, ""},
+    {"FREEZEPOINT", I::FREEZE, ""},
+    {"FREEZINGPOINT", I::FREEZE, ""},
+    {"CETANE", I::CN, ""},
+    {"EBP", I::FBP, ""},
+    {"T100", I::FBP, ""},
+    {"T0", I::IBP, ""},
 };
 
 std::string upper(const std::string& text) {

@@ -11,8 +11,34 @@
 namespace tarnblend {
 
 enum class Input {
-  RVP, IBP, T10, T30, T50, T70, T90, FBP, RON, MON, ARO, OLF, BNZ, SUL, OXY, EHO, MTO, ETO, TMO, ETOH, DEN,
-  CN, FLASH, CLOUD, POUR, CFPP, FREEZE, VISC40,
+  RVP,
+  IBP,
+  T10,
+  T30,
+  T50,
+  T70,
+  T90,
+  FBP,
+  RON,
+  MON,
+  ARO,
+  OLF,
+  BNZ,
+  SUL,
+  OXY,
+  EHO,
+  MTO,
+  ETO,
+  TMO,
+  ETOH,
+  DEN,
+  CN,
+  FLASH,
+  CLOUD,
+  POUR,
+  CFPP,
+  FREEZE,
+  VISC40,
 };
 inline constexpr int kInputCount = 28;
 

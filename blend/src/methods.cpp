@@ -14,7 +14,8 @@ using P = Property;
 std::string parameter(const char* group, const char* name) { return shortNumber(gfx_getCorParms(group, name)); }
 
 const char* methodName(int method) {
-  static const char* const names[] = {"HC94", "THREEA11", "SIXORDER", "ETHYLS", "no conversion", "ETHYLS, exact inverse"};
+  static const char* const names[] = {"HC94",   "THREEA11",      "SIXORDER",
+                                      "ETHYLS", "no conversion", "ETHYLS, exact inverse"};
   return method >= 0 && method <= 5 ? names[method] : "?";
 }
 
@@ -48,7 +49,13 @@ std::string methodText(const Model& m, Property p) {
   switch (p) {
     case P::RVP:
       return "vapour-pressure index RVP^" + parameter("REIDVAPORPRESSURE", "*") + ", blended by volume";
-    case P::E70: case P::E100: case P::E150: case P::E180: case P::E250: case P::E340: case P::E350:
+    case P::E70:
+    case P::E100:
+    case P::E150:
+    case P::E180:
+    case P::E250:
+    case P::E340:
+    case P::E350:
       return "read off the blended curve";
     case P::E200:
       return "EPA relation " + parameter("E200E300EPA", "P1") + " - " + parameter("E200E300EPA", "P2") + " T50[F]";
@@ -59,16 +66,23 @@ std::string methodText(const Model& m, Property p) {
              parameter("TVL20", "P3") + " T10 + " + parameter("TVL20", "P4") + " T50, in F";
     case P::VLI:
       return "EN 228: 10 RVP[kPa] + " + parameter("VAPORLOCKINDEX", "P2") + " E70";
-    case P::IBP: case P::T10: case P::T30: case P::T50: case P::T70: case P::T90: case P::FBP:
+    case P::IBP:
+    case P::T10:
+    case P::T30:
+    case P::T50:
+    case P::T70:
+    case P::T90:
+    case P::FBP:
       return curveBlend;
     case P::T95:
       return "estimate: interpolated between T90 and FBP of the blended curve";
     case P::DI: {
       const double ethanol = gfx_getCorParms("DRIVEABILITYINDEX", "EF") / (celsius ? 1.8 : 1.0);
-      return parameter("DRIVEABILITYINDEX", "P1") + " T10 + " + parameter("DRIVEABILITYINDEX", "P2") +
-             " T50 + T90 + " + shortNumber(ethanol) + " ETOH, in " + (celsius ? "C" : "F");
+      return parameter("DRIVEABILITYINDEX", "P1") + " T10 + " + parameter("DRIVEABILITYINDEX", "P2") + " T50 + T90 + " +
+             shortNumber(ethanol) + " ETOH, in " + (celsius ? "C" : "F");
     }
-    case P::RON: case P::MON:
+    case P::RON:
+    case P::MON:
       return "Healy blending (sensitivity, olefins, aromatics)";
     case P::AKI:
       return "(RON + MON)/2 of the blended octanes";
@@ -76,11 +90,19 @@ std::string methodText(const Model& m, Property p) {
       return "four-variable equation from density, T10, T50, T90 (ASTM D4737 procedure A)";
     case P::CI2:
       return "two-variable equation from API gravity and T50 (ASTM D976)";
-    case P::ARO: case P::OLF: case P::BNZ: case P::DEN: case P::CN:
+    case P::ARO:
+    case P::OLF:
+    case P::BNZ:
+    case P::DEN:
+    case P::CN:
       return "linear by volume";
     case P::ETOH:
       return m.given(Input::ETOH) ? "linear by volume" : "no ethanol column: none";
-    case P::SUL: case P::EHO: case P::MTO: case P::ETO: case P::TMO:
+    case P::SUL:
+    case P::EHO:
+    case P::MTO:
+    case P::ETO:
+    case P::TMO:
       return "linear by mass (volume x density)";
     case P::OXY: {
       bool split = false;
@@ -100,9 +122,15 @@ std::string methodText(const Model& m, Property p) {
       return "estimate: blended with the cloud point index (libtarn has no CFPP index)";
     case P::FREEZE:
       return "lowest freezing point moved towards the highest by the cube root of its fraction";
-    case P::CARB_CNX: case P::CARB_THC: case P::CARB_POT:
+    case P::CARB_CNX:
+    case P::CARB_THC:
+    case P::CARB_POT:
       return "CARB Phase 2 predictive model against its reference fuel (" + carbReference() + ")";
-    case P::EPA_VOC: case P::EPA_TOX: case P::EPA_NOX: case P::EPA_EXB: case P::EPA_EXT:
+    case P::EPA_VOC:
+    case P::EPA_TOX:
+    case P::EPA_NOX:
+    case P::EPA_EXB:
+    case P::EPA_EXT:
       return "EPA complex model against the baseline fuel: " + epaSettings();
   }
   return "";

@@ -20,8 +20,8 @@ std::string upper(const std::string& text) {
 
 void requireProduct(int product) {
   if (product != TARNBLEND_GASOLINE && product != TARNBLEND_DIESEL && product != TARNBLEND_JET) {
-    throw Error(TARNBLEND_ERROR_ARGUMENT, "unknown product kind " + std::to_string(product) +
-                                              " (1 gasoline, 2 diesel, 3 jet)");
+    throw Error(TARNBLEND_ERROR_ARGUMENT,
+                "unknown product kind " + std::to_string(product) + " (1 gasoline, 2 diesel, 3 jet)");
   }
 }
 
@@ -108,8 +108,8 @@ const Unit& Model::recipeUnit(Input input) const {
 void Model::setRecipeUnit(Input input, const Unit& unit) {
   const InputInfo& info = inputInfo(input);
   if (unit.dimension != info.dimension) {
-    throw Error(TARNBLEND_ERROR_UNIT, std::string(info.key) + " takes " + unitList(info.dimension) + ", not '" +
-                                          unit.name + "'");
+    throw Error(TARNBLEND_ERROR_UNIT,
+                std::string(info.key) + " takes " + unitList(info.dimension) + ", not '" + unit.name + "'");
   }
   units_[static_cast<int>(input)] = &unit;
   changed();
@@ -118,10 +118,13 @@ void Model::setRecipeUnit(Input input, const Unit& unit) {
 const Unit& Model::propertyUnit(Property property) const {
   const PropertyInfo& info = propertyInfo(property);
   switch (info.unitSource) {
-    case UnitSource::Input: return recipeUnit(info.input);
-    case UnitSource::Curve: return recipeUnit(Input::T50);
+    case UnitSource::Input:
+      return recipeUnit(info.input);
+    case UnitSource::Curve:
+      return recipeUnit(Input::T50);
     case UnitSource::CurveLabel:
-    case UnitSource::Fixed: break;
+    case UnitSource::Fixed:
+      break;
   }
   return baseUnit(info.dimension);
 }
@@ -147,12 +150,14 @@ void Model::setValue(int i, Input input, double value, const Unit* unit) {
     base = toBase(from, value);
     if (!(base >= info.low && base <= info.high)) {
       const Unit& shown = unit ? *unit : recipeUnit(input);
-      throw Error(TARNBLEND_ERROR_VALUE,
-                  std::string(info.key) + " of " + quoted(c.name) + " (" + withUnit(value, from) + ") must lie between " +
-                      withUnit(fromBase(shown, info.low), shown) + " and " + withUnit(fromBase(shown, info.high), shown));
+      throw Error(TARNBLEND_ERROR_VALUE, std::string(info.key) + " of " + quoted(c.name) + " (" +
+                                             withUnit(value, from) + ") must lie between " +
+                                             withUnit(fromBase(shown, info.low), shown) + " and " +
+                                             withUnit(fromBase(shown, info.high), shown));
     }
   }
-  if (!given_[static_cast<int>(input)] && unit && !units_[static_cast<int>(input)]) units_[static_cast<int>(input)] = unit;
+  if (!given_[static_cast<int>(input)] && unit && !units_[static_cast<int>(input)])
+    units_[static_cast<int>(input)] = unit;
   given_[static_cast<int>(input)] = true;
   components_[static_cast<std::size_t>(i)].values[static_cast<int>(input)] = base;
   changed();
@@ -169,8 +174,8 @@ void Model::setVolume(int i, double volume) {
 void Model::setVolumes(const double* volumes, int n) {
   requirePointer(volumes, "volumes");
   if (n != componentCount()) {
-    throw Error(TARNBLEND_ERROR_ARGUMENT, "expected " + std::to_string(componentCount()) + " volumes, got " +
-                                              std::to_string(n));
+    throw Error(TARNBLEND_ERROR_ARGUMENT,
+                "expected " + std::to_string(componentCount()) + " volumes, got " + std::to_string(n));
   }
   for (int i = 0; i < n; ++i) {
     if (!(volumes[i] >= 0.0) || !std::isfinite(volumes[i])) {
@@ -197,8 +202,10 @@ void Model::setOption(const std::string& name, double value) {
   const std::string key = upper(name);
   if (key == "D86METHOD") {
     if (!(value >= 0.0 && value <= 5.0) || value != std::floor(value)) {
-      throw Error(TARNBLEND_ERROR_VALUE, "D86METHOD must be 0 to 5 (HC94, THREEA11, SIXORDER, ETHYLS, none, "
-                                         "ETHYLS with the exact inverse), not " + shortNumber(value));
+      throw Error(TARNBLEND_ERROR_VALUE,
+                  "D86METHOD must be 0 to 5 (HC94, THREEA11, SIXORDER, ETHYLS, none, "
+                  "ETHYLS with the exact inverse), not " +
+                      shortNumber(value));
     }
     d86Method_ = static_cast<int>(value);
   } else if (key == "DPURE") {

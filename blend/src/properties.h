@@ -10,13 +10,58 @@
 namespace tarnblend {
 
 enum class Property {
-  RVP, E70, E100, E150, E200, E300, TVL20, VLI,
-  IBP, T10, T30, T50, T70, T90, FBP, T95, E180, E250, E340, E350, DI,
-  RON, MON, AKI,
-  CI4, CI2, CN,
-  ARO, OLF, BNZ, SUL, OXY, EHO, MTO, ETO, TMO, ETOH, DEN, FLASH, VISC40,
-  CLOUD, POUR, CFPP, FREEZE,
-  CARB_CNX, CARB_THC, CARB_POT, EPA_VOC, EPA_TOX, EPA_NOX, EPA_EXB, EPA_EXT,
+  RVP,
+  E70,
+  E100,
+  E150,
+  E200,
+  E300,
+  TVL20,
+  VLI,
+  IBP,
+  T10,
+  T30,
+  T50,
+  T70,
+  T90,
+  FBP,
+  T95,
+  E180,
+  E250,
+  E340,
+  E350,
+  DI,
+  RON,
+  MON,
+  AKI,
+  CI4,
+  CI2,
+  CN,
+  ARO,
+  OLF,
+  BNZ,
+  SUL,
+  OXY,
+  EHO,
+  MTO,
+  ETO,
+  TMO,
+  ETOH,
+  DEN,
+  FLASH,
+  VISC40,
+  CLOUD,
+  POUR,
+  CFPP,
+  FREEZE,
+  CARB_CNX,
+  CARB_THC,
+  CARB_POT,
+  EPA_VOC,
+  EPA_TOX,
+  EPA_NOX,
+  EPA_EXB,
+  EPA_EXT,
 };
 inline constexpr int kPropertyCount = 52;
 
@@ -27,10 +72,10 @@ inline unsigned productBit(int product) { return 1u << product; }
 
 // Where a property's unit comes from.
 enum class UnitSource {
-  Input,        // the recipe unit of `input`
-  Curve,        // the recipe unit of the D86 points (temperatures that are no recipe property)
-  CurveLabel,   // computed in the recipe unit of the D86 points by its own formula (DI): no conversion
-  Fixed,        // the base unit of `dimension`
+  Input,       // the recipe unit of `input`
+  Curve,       // the recipe unit of the D86 points (temperatures that are no recipe property)
+  CurveLabel,  // computed in the recipe unit of the D86 points by its own formula (DI): no conversion
+  Fixed,       // the base unit of `dimension`
 };
 
 struct PropertyInfo {
@@ -40,7 +85,7 @@ struct PropertyInfo {
   unsigned products;
   const char* section;
   int decimals;  // worth showing in the default unit of its input (else the base unit); see shownDecimals
-  int flags;  // TARNBLEND_FLAG_*
+  int flags;     // TARNBLEND_FLAG_*
   UnitSource unitSource;
   Input input;  // for UnitSource::Input
   Dimension dimension;

@@ -30,11 +30,11 @@ struct QuantityUnit {
   const char* aliases;  // '|'-separated, upper case
 };
 constexpr QuantityUnit kVolumeUnits[] = {
-    {"bbl", "BBL|BBLS|BARREL|BARRELS"}, {"kbbl", "KBBL|MBBL"},  {"m3", "M3|M\xC2\xB3|CBM"},
-    {"L", "L|LITRE|LITRES|LITER|LITERS"}, {"kL", "KL"}, {"gal", "GAL|USG|US GAL"},
+    {"bbl", "BBL|BBLS|BARREL|BARRELS"},   {"kbbl", "KBBL|MBBL"}, {"m3", "M3|M\xC2\xB3|CBM"},
+    {"L", "L|LITRE|LITRES|LITER|LITERS"}, {"kL", "KL"},          {"gal", "GAL|USG|US GAL"},
     {"vol%", "VOL%|% V/V|%V/V|%VOL|%"}};
-constexpr QuantityUnit kMassUnits[] = {{"t", "T|TONNE|TONNES|MT"}, {"kt", "KT"}, {"kg", "KG"},
-                                       {"lb", "LB|LBS"},           {"wt%", "WT%|% M/M|%M/M|%WT|MASS%|%"}};
+constexpr QuantityUnit kMassUnits[] = {
+    {"t", "T|TONNE|TONNES|MT"}, {"kt", "KT"}, {"kg", "KG"}, {"lb", "LB|LBS"}, {"wt%", "WT%|% M/M|%M/M|%WT|MASS%|%"}};
 
 template <std::size_t N>
 const char* findQuantityUnit(const QuantityUnit (&table)[N], const std::string& written) {
@@ -59,14 +59,22 @@ std::string quantityUnitList(const QuantityUnit (&table)[N]) {
 
 const char* dimensionName(Dimension dimension) {
   switch (dimension) {
-    case Dimension::None: return "a pure number";
-    case Dimension::Temperature: return "a temperature";
-    case Dimension::Pressure: return "a pressure";
-    case Dimension::VolumePercent: return "a volume percentage";
-    case Dimension::MassFraction: return "a mass fraction";
-    case Dimension::Density: return "a density";
-    case Dimension::Viscosity: return "a viscosity";
-    case Dimension::PercentChange: return "a percent change";
+    case Dimension::None:
+      return "a pure number";
+    case Dimension::Temperature:
+      return "a temperature";
+    case Dimension::Pressure:
+      return "a pressure";
+    case Dimension::VolumePercent:
+      return "a volume percentage";
+    case Dimension::MassFraction:
+      return "a mass fraction";
+    case Dimension::Density:
+      return "a density";
+    case Dimension::Viscosity:
+      return "a viscosity";
+    case Dimension::PercentChange:
+      return "a percent change";
   }
   return "another quantity";
 }
@@ -216,8 +224,8 @@ class RecipeBuilder {
     if (componentName.empty()) text_.fail(name->offset, "a component has no name");
     const auto [first, added] = names_.emplace(componentName, name->offset);
     if (!added) {
-      text_.fail(name->offset, "component " + shown(componentName) + " appears twice (first at " +
-                                   text_.where(first->second) + ")");
+      text_.fail(name->offset,
+                 "component " + shown(componentName) + " appears twice (first at " + text_.where(first->second) + ")");
     }
     const int index = m.addComponent(componentName);
     const std::string who = " of " + shown(componentName);
@@ -272,8 +280,10 @@ class RecipeBuilder {
     // Temperatures the recipe has no column for (T95, TVL20, DI ...) follow
     // its D86 points, or its other temperatures, or the unit asked for.
     const Unit* curveUnit = temperatureUnit_;
-    if (curveColumn_ >= 0) curveUnit = columns_[static_cast<std::size_t>(curveColumn_)].unit;
-    else if (temperatureColumn_ >= 0) curveUnit = columns_[static_cast<std::size_t>(temperatureColumn_)].unit;
+    if (curveColumn_ >= 0)
+      curveUnit = columns_[static_cast<std::size_t>(curveColumn_)].unit;
+    else if (temperatureColumn_ >= 0)
+      curveUnit = columns_[static_cast<std::size_t>(temperatureColumn_)].unit;
     if (curveUnit != nullptr && !m.given(Input::T50)) m.setRecipeUnit(Input::T50, *curveUnit);
   }
 
@@ -316,10 +326,10 @@ class RecipeBuilder {
     const bool volume = h.name == "VOLUME";
     if (quantityColumn_ >= 0) {
       const Column& other = columns_[static_cast<std::size_t>(quantityColumn_)];
-      text_.fail(c.offset, other.name == h.name ? shown(c.header) + " gives " + h.name + " again (as " +
-                                                      shown(other.header) + " at " + text_.where(other.offset) +
-                                                      " does): write it once, in one unit"
-                                                : "the recipe gives both VOLUME and MASS: choose one basis");
+      text_.fail(c.offset, other.name == h.name
+                               ? shown(c.header) + " gives " + h.name + " again (as " + shown(other.header) + " at " +
+                                     text_.where(other.offset) + " does): write it once, in one unit"
+                               : "the recipe gives both VOLUME and MASS: choose one basis");
     }
     const char* unit = "";
     if (h.hasUnit && !h.unit.empty()) {
@@ -353,9 +363,8 @@ class RecipeBuilder {
     }
     columnByKey_[c.key] = static_cast<int>(columns_.size());
 
-    const std::string accepted = info.dimension == Dimension::None
-                                     ? "it takes no unit"
-                                     : std::string("accepted: ") + unitList(info.dimension);
+    const std::string accepted =
+        info.dimension == Dimension::None ? "it takes no unit" : std::string("accepted: ") + unitList(info.dimension);
     std::string written = h.unit;
     bool fromOption = false;
     if (!h.hasUnit || written.empty() || written == "-") {
@@ -371,8 +380,8 @@ class RecipeBuilder {
         text_.fail(c.offset, "column " + c.key + " has no unit: write " + c.key + "[F] or " + c.key +
                                  "[C], or give the unit of unlabelled temperatures (--units F|C)");
       } else if (info.dimension != Dimension::None) {
-        text_.fail(c.offset, "column " + c.key + " has no unit: write it as " + c.key + "[" + info.defaultUnit +
-                                 "] (" + accepted + ")");
+        text_.fail(c.offset, "column " + c.key + " has no unit: write it as " + c.key + "[" + info.defaultUnit + "] (" +
+                                 accepted + ")");
       }
     } else if (!implied.empty() && findUnit(written) != unitNamed(implied)) {
       text_.fail(c.offset, "column " + shown(c.header) + " is " + h.name + ", which is in " + implied +
@@ -418,12 +427,15 @@ class RecipeBuilder {
     if (cell.kind == Cell::Kind::Number) return cell.number;
     double value = 0.0;
     switch (lab::readNumber(cell.text, decimalComma, value)) {
-      case NumberText::Value: return value;
+      case NumberText::Value:
+        return value;
       case NumberText::Missing:
         if (absent) *absent = true;
         return kMissing;
-      case NumberText::TooLarge: text_.fail(cell.offset, label + " is too large: " + shown(lab::trim(cell.text)));
-      case NumberText::NotANumber: break;
+      case NumberText::TooLarge:
+        text_.fail(cell.offset, label + " is too large: " + shown(lab::trim(cell.text)));
+      case NumberText::NotANumber:
+        break;
     }
     text_.fail(cell.offset, label + " is not a number: " + shown(lab::trim(cell.text)));
   }
@@ -435,7 +447,8 @@ class RecipeBuilder {
     if (c.unitAssumed && product_ == TARNBLEND_GASOLINE && celsius > kGasolineEndPointCelsius) {
       text_.fail(offset, c.key + who + " would be " + shortNumber(value) + " " + c.unit->name +
                              ", above the 225 C end point of a gasoline: the file does not say its temperature unit, "
-                             "so write it in the header (" + c.key + "[F] or " + c.key + "[C])");
+                             "so write it in the header (" +
+                             c.key + "[F] or " + c.key + "[C])");
     }
     if (celsius > kD86CeilingCelsius) {
       const std::string hint =
@@ -446,7 +459,8 @@ class RecipeBuilder {
     curve[c.curvePoint] = value;
     for (int p = c.curvePoint - 1; p >= 0; --p) {
       if (isMissing(curve[p])) continue;
-      if (value < curve[p]) text_.fail(offset, c.key + who + " lies below " + kCurveKeys[p] + ": a D86 curve cannot fall");
+      if (value < curve[p])
+        text_.fail(offset, c.key + who + " lies below " + kCurveKeys[p] + ": a D86 curve cannot fall");
       break;
     }
     for (int p = c.curvePoint + 1; p < 7; ++p) {
@@ -511,8 +525,8 @@ void readCsvRecipe(const Text& text, RecipeBuilder& builder) {
   builder.requireNameAndQuantity(record.offset);
   while (reader.next(record)) {
     if (record.fields.size() < columns.size()) {
-      text.fail(record.offset, "expected " + std::to_string(columns.size()) + " cells, found " +
-                                   std::to_string(record.fields.size()));
+      text.fail(record.offset,
+                "expected " + std::to_string(columns.size()) + " cells, found " + std::to_string(record.fields.size()));
     }
     for (std::size_t i = columns.size(); i < record.fields.size(); ++i) {
       if (!lab::trim(record.fields[i]).empty()) {
@@ -571,11 +585,16 @@ class JsonRecipe : public lab::JsonVisitor {
     key_ = name;
     if (depth_ == 1) {
       const std::string k = upper(name);
-      if (k == "PRODUCT") section_ = Section::Product;
-      else if (k == "UNITS") section_ = Section::Units;
-      else if (k == "COMPONENTS") section_ = Section::Components;
-      else if (k == "NAME" || k == "DESCRIPTION" || k == "COMMENT" || k == "SOURCE") section_ = Section::Text;
-      else text_.fail(offset, "unknown key " + shown(name) + " (a recipe has product, units, components, name, comment)");
+      if (k == "PRODUCT")
+        section_ = Section::Product;
+      else if (k == "UNITS")
+        section_ = Section::Units;
+      else if (k == "COMPONENTS")
+        section_ = Section::Components;
+      else if (k == "NAME" || k == "DESCRIPTION" || k == "COMMENT" || k == "SOURCE")
+        section_ = Section::Text;
+      else
+        text_.fail(offset, "unknown key " + shown(name) + " (a recipe has product, units, components, name, comment)");
       if (section_ == Section::Components) {
         if (sawComponents_) text_.fail(offset, "the recipe gives its components twice");
         sawComponents_ = true;
@@ -608,19 +627,27 @@ class JsonRecipe : public lab::JsonVisitor {
     } else if (depth_ == 3 && section_ == Section::Components) {
       builder_.cell(column_, std::move(cell));
     } else {
-      unexpected(cell.offset, cell.kind == Cell::Kind::Null ? "null" : cell.kind == Cell::Kind::Text ? "text" : "a number");
+      unexpected(cell.offset, cell.kind == Cell::Kind::Null   ? "null"
+                              : cell.kind == Cell::Kind::Text ? "text"
+                                                              : "a number");
     }
     if (depth_ == 1) section_ = Section::None;
   }
 
   [[noreturn]] void unexpected(std::size_t offset, const char* what) const {
     std::string expected;
-    if (depth_ == 0) expected = "a recipe in JSON is an object with a \"components\" list";
-    else if (section_ == Section::Product) expected = "the product is text: gasoline, diesel or jet";
-    else if (section_ == Section::Units) expected = "units are an object of texts, {\"T50\": \"C\", ...}";
-    else if (section_ == Section::Components && depth_ == 2) expected = "each component is an object";
-    else if (section_ == Section::Components) expected = "a property value is a number, text or null";
-    else expected = "unexpected here";
+    if (depth_ == 0)
+      expected = "a recipe in JSON is an object with a \"components\" list";
+    else if (section_ == Section::Product)
+      expected = "the product is text: gasoline, diesel or jet";
+    else if (section_ == Section::Units)
+      expected = "units are an object of texts, {\"T50\": \"C\", ...}";
+    else if (section_ == Section::Components && depth_ == 2)
+      expected = "each component is an object";
+    else if (section_ == Section::Components)
+      expected = "a property value is a number, text or null";
+    else
+      expected = "unexpected here";
     text_.fail(offset, std::string(what) + " is not expected here: " + expected);
   }
 
@@ -727,14 +754,14 @@ TARNBLEND_API int TARN_CALL tarnblend_recipe_info(const tarnblend_recipe* recipe
   });
 }
 
-TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component,
-                                                      double* quantity) {
+TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component, double* quantity) {
   return guarded([&] {
     const tarnblend_recipe& r = recipeOf(recipe);
     requirePointer(quantity, "quantity");
     if (component < 0 || component >= static_cast<int>(r.quantities.size())) {
-      throw Error(TARNBLEND_ERROR_ARGUMENT, "component " + std::to_string(component) + " is not in the recipe (it has " +
-                                                std::to_string(r.quantities.size()) + ")");
+      throw Error(TARNBLEND_ERROR_ARGUMENT, "component " + std::to_string(component) +
+                                                " is not in the recipe (it has " + std::to_string(r.quantities.size()) +
+                                                ")");
     }
     *quantity = r.quantities[static_cast<std::size_t>(component)];
   });
@@ -752,8 +779,8 @@ TARNBLEND_API int TARN_CALL tarnblend_recipe_note(const tarnblend_recipe* recipe
     const tarnblend_recipe& r = recipeOf(recipe);
     requirePointer(note, "note");
     if (k < 0 || k >= static_cast<int>(r.notes.size())) {
-      throw Error(TARNBLEND_ERROR_ARGUMENT, "note " + std::to_string(k) + " is not in the list (it has " +
-                                                std::to_string(r.notes.size()) + ")");
+      throw Error(TARNBLEND_ERROR_ARGUMENT,
+                  "note " + std::to_string(k) + " is not in the list (it has " + std::to_string(r.notes.size()) + ")");
     }
     *note = r.notes[static_cast<std::size_t>(k)].c_str();
   });

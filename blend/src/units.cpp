@@ -13,8 +13,16 @@ using D = Dimension;
 // "\xC2\xBA" the ordinal sign often typed for it.
 constexpr Unit kUnits[] = {
     {"", D::None, "-", 1.0, 0.0, false},
-    {"F", D::Temperature, "\xC2\xB0" "F|\xC2\xBA" "F|degF|deg.F|fahrenheit", 1.0, 0.0, false},
-    {"C", D::Temperature, "\xC2\xB0" "C|\xC2\xBA" "C|degC|deg.C|celsius", 1.8, 32.0, false},
+    {"F", D::Temperature,
+     "\xC2\xB0"
+     "F|\xC2\xBA"
+     "F|degF|deg.F|fahrenheit",
+     1.0, 0.0, false},
+    {"C", D::Temperature,
+     "\xC2\xB0"
+     "C|\xC2\xBA"
+     "C|degC|deg.C|celsius",
+     1.8, 32.0, false},
     {"K", D::Temperature, "kelvin", 1.8, -459.67, false},
     {"psi", D::Pressure, "psia|lb/in2", 1.0, 0.0, false},
     {"kPa", D::Pressure, "", 1.0 / 6.894757, 0.0, false},
@@ -22,12 +30,21 @@ constexpr Unit kUnits[] = {
     {"vol%", D::VolumePercent, "%vol|%v/v|v/v%|%(v/v)|v%|vol.%|volume%|lv%", 1.0, 0.0, false},
     {"wt%", D::MassFraction, "%wt|%m/m|m/m%|%(m/m)|mass%|m%|w%|wt.%|weight%", 1.0, 0.0, false},
     {"ppm", D::MassFraction, "mg/kg|ppmw|wppm|ppm(m)|ppmm|\xC2\xB5g/g|ug/g", 1e-4, 0.0, false},
-    {"kg/m3", D::Density, "kg/m\xC2\xB3|kg/m^3|kg/m3 at 15 \xC2\xB0" "C|kg/m3 at 15 C|kg/m3 @ 15 \xC2\xB0" "C|kg/m3 @ 15 C",
+    {"kg/m3", D::Density,
+     "kg/m\xC2\xB3|kg/m^3|kg/m3 at 15 \xC2\xB0"
+     "C|kg/m3 at 15 C|kg/m3 @ 15 \xC2\xB0"
+     "C|kg/m3 @ 15 C",
      1.0, 0.0, false},
-    {"g/mL", D::Density, "g/ml|g/cm3|g/cm\xC2\xB3|g/cc|kg/l|kg/dm3|g/mL at 15 \xC2\xB0" "C|g/mL at 15 C", 1000.0, 0.0,
-     false},
+    {"g/mL", D::Density,
+     "g/ml|g/cm3|g/cm\xC2\xB3|g/cc|kg/l|kg/dm3|g/mL at 15 \xC2\xB0"
+     "C|g/mL at 15 C",
+     1000.0, 0.0, false},
     {"SPG", D::Density, "SG|sp.gr.|specificgravity|relativedensity", kWaterDensity, 0.0, false},
-    {"API", D::Density, "\xC2\xB0" "API|\xC2\xBA" "API|degAPI", 1.0, 0.0, true},
+    {"API", D::Density,
+     "\xC2\xB0"
+     "API|\xC2\xBA"
+     "API|degAPI",
+     1.0, 0.0, true},
     {"cSt", D::Viscosity, "mm2/s|mm\xC2\xB2/s|mm^2/s", 1.0, 0.0, false},
     {"% change", D::PercentChange, "%change", 1.0, 0.0, false},
 };
@@ -81,14 +98,25 @@ const Unit& baseUnit(Dimension dimension) {
 
 const char* unitList(Dimension dimension) {
   switch (dimension) {
-    case D::None: return "no unit";
-    case D::Temperature: return "F (\xC2\xB0" "F, degF), C (\xC2\xB0" "C, degC), K";
-    case D::Pressure: return "psi, kPa, bar";
-    case D::VolumePercent: return "vol% (% V/V, %vol)";
-    case D::MassFraction: return "wt% (% m/m, mass%), ppm (mg/kg, ppmw)";
-    case D::Density: return "kg/m3, g/mL (kg/L, g/cm3), SPG (specific gravity 60/60 F), API (\xC2\xB0" "API)";
-    case D::Viscosity: return "cSt (mm2/s)";
-    case D::PercentChange: return "% change";
+    case D::None:
+      return "no unit";
+    case D::Temperature:
+      return "F (\xC2\xB0"
+             "F, degF), C (\xC2\xB0"
+             "C, degC), K";
+    case D::Pressure:
+      return "psi, kPa, bar";
+    case D::VolumePercent:
+      return "vol% (% V/V, %vol)";
+    case D::MassFraction:
+      return "wt% (% m/m, mass%), ppm (mg/kg, ppmw)";
+    case D::Density:
+      return "kg/m3, g/mL (kg/L, g/cm3), SPG (specific gravity 60/60 F), API (\xC2\xB0"
+             "API)";
+    case D::Viscosity:
+      return "cSt (mm2/s)";
+    case D::PercentChange:
+      return "% change";
   }
   return "";
 }

@@ -13,16 +13,24 @@ inline constexpr double kMissing = 1e30;
 // True for the missing value and anything of its magnitude, and for NaN.
 inline bool isMissing(double value) { return !(value < 1e29); }
 
-enum class Dimension { None = 0, Temperature, Pressure, VolumePercent, MassFraction, Density, Viscosity,
-                       PercentChange };
+enum class Dimension {
+  None = 0,
+  Temperature,
+  Pressure,
+  VolumePercent,
+  MassFraction,
+  Density,
+  Viscosity,
+  PercentChange
+};
 inline constexpr int kDimensionCount = 8;
 
 struct Unit {
-  const char* name;        // canonical name: "C", "kPa", "ppm", "SPG" ...
+  const char* name;  // canonical name: "C", "kPa", "ppm", "SPG" ...
   Dimension dimension;
-  const char* aliases;     // other spellings, separated by '|', compared without case and blanks
-  double scale, offset;    // base = value * scale + offset (unless nonlinear)
-  bool apiGravity;         // degrees API: density = 141.5 * water / (API + 131.5)
+  const char* aliases;   // other spellings, separated by '|', compared without case and blanks
+  double scale, offset;  // base = value * scale + offset (unless nonlinear)
+  bool apiGravity;       // degrees API: density = 141.5 * water / (API + 131.5)
 };
 
 // The unit a text names (case and blanks ignored), or null.

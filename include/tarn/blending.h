@@ -28,8 +28,7 @@ TARN_API double TARN_CALL gfx_LinearByVolume(const double* volumes, int n, const
 
 /* Mass-weighted mean with mass = volume*gravity. Returns 1e30 when the total
  * mass is not positive (n <= 0 included) or an array is null. */
-TARN_API double TARN_CALL gfx_LinearByMass(const double* volumes, int n, const double* gravities,
-                                           const double* values);
+TARN_API double TARN_CALL gfx_LinearByMass(const double* volumes, int n, const double* gravities, const double* values);
 
 /* ---- MTM octane correction ------------------------------------------------ */
 
@@ -41,8 +40,7 @@ TARN_API double TARN_CALL gfx_LinearByMass(const double* volumes, int n, const d
  * percents are renormalised, and the derivatives are those of the formula
  * for a + b <= 100 taken at the renormalised values. q and out must hold two
  * doubles. Returns 0; there is no failure. */
-TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, double* out, int derivFlag,
-                                double* d);
+TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, double* out, int derivFlag, double* d);
 
 /* Reverse of gfx_MTMF: blending values t[0], t[1] (TRON, TMON) with a percent
  * olefins and b percent aromatics back to research and motor octane out[0],
@@ -51,8 +49,7 @@ TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, double* out
  * they ignore the renormalisation of a + b > 100 and the floor of the
  * sensitivity at 0. t and out must hold two doubles. Returns 0; there is no
  * failure. */
-TARN_API int TARN_CALL gfx_MTMR(const double* t, double a, double b, double* out, int derivFlag,
-                                double* s);
+TARN_API int TARN_CALL gfx_MTMR(const double* t, double a, double b, double* out, int derivFlag, double* s);
 
 /* ---- Chesapeak curve transform -------------------------------------------- */
 
@@ -71,8 +68,8 @@ TARN_API int TARN_CALL gfx_ChesapeakF(char unit, int unused, const double* curve
  * interactions sit in row 0. derivMode 1 gives the fraction derivatives for
  * fractions renormalised to sum to one. Returns 0 for n <= 0 and 1e30 when
  * an array is null. */
-TARN_API double TARN_CALL gfx_Interactive(int derivMode, const double* x, int n, const double* I,
-                                          const double* p, double* d);
+TARN_API double TARN_CALL gfx_Interactive(int derivMode, const double* x, int n, const double* I, const double* p,
+                                          double* d);
 
 /* ---- Healy octane blending ------------------------------------------------ */
 
@@ -85,9 +82,8 @@ TARN_API double TARN_CALL gfx_Interactive(int derivMode, const double* x, int n,
  * with nothing written when the fractions cannot be used (sum not positive
  * or not finite, sum outside the window while ChangeData is on, n <= 0) or
  * an array is null. */
-TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, const double* ron,
-                                 const double* mon, const double* ole, const double* aro,
-                                 double* out, double* d);
+TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, const double* ron, const double* mon,
+                                 const double* ole, const double* aro, double* out, double* d);
 
 /* ---- Freeze point blending ------------------------------------------------ */
 
@@ -96,8 +92,7 @@ TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, const double* 
  * in the unit of the unit byte. With derivFlag set writes d[2i] = d/d x_i
  * and d[2i + 1] = d/d T_i. Returns 1e30 (derivatives 0) when no component
  * is present or an array is null. */
-TARN_API double TARN_CALL gfx_Freeze(int derivFlag, char unit, const double* x, int n,
-                                     const double* T, double* d);
+TARN_API double TARN_CALL gfx_Freeze(int derivFlag, char unit, const double* x, int n, const double* T, double* d);
 
 TARN_EXTERN_C_END
 

@@ -101,19 +101,17 @@ TARN_API int TARN_CALL gfx_bmlSetCoefValue(int index, int k, double value);
 
 /* Built-in: gfx_tarnGenCalc (direction and minSpacing not used). Plug-in:
  * gfx_ubmlGenCalc with all seven arguments. */
-TARN_API int TARN_CALL gfx_bmlGenCalc(int index, int derivFlag, int direction, double minSpacing,
-                                      double* inputs, double* outputs, double* derivs);
+TARN_API int TARN_CALL gfx_bmlGenCalc(int index, int derivFlag, int direction, double minSpacing, double* inputs,
+                                      double* outputs, double* derivs);
 
 /* Built-in: gfx_tarnGenCalcComplex. Plug-in: gfx_ubmlGenCalcComplex. */
-TARN_API int TARN_CALL gfx_bmlGenCalcComplex(int index, int derivFlag, int direction, int property,
-                                             double* inputs, double* outputs, double* derivs);
+TARN_API int TARN_CALL gfx_bmlGenCalcComplex(int index, int derivFlag, int direction, int property, double* inputs,
+                                             double* outputs, double* derivs);
 
 /* Plug-in correlations only: forwarded to the gfx_ubml* namesakes. For a
  * built-in index they do nothing and return 0. */
-TARN_API int TARN_CALL gfx_bmlCalcPropValue(int index, int property, int inputCount,
-                                            double* inputs, double* output);
-TARN_API int TARN_CALL gfx_bmlCalcPropDeriv(int index, int property, int inputCount,
-                                            double* inputs, double* derivs);
+TARN_API int TARN_CALL gfx_bmlCalcPropValue(int index, int property, int inputCount, double* inputs, double* output);
+TARN_API int TARN_CALL gfx_bmlCalcPropDeriv(int index, int property, int inputCount, double* inputs, double* derivs);
 TARN_API int TARN_CALL gfx_bmlCalcIndexFromProp(int index, double property, double* indexValue);
 TARN_API int TARN_CALL gfx_bmlCalcPropFromIndex(int index, double indexValue, double* property);
 

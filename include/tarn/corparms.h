@@ -56,8 +56,7 @@ TARN_API int TARN_CALL gfx_getCorParmsCount(int* count);
  * parameter keyword ("*" for REIDVAPORPRESSURE, which takes any text).
  * Buffers of TARN_KEYWORD_SIZE chars; a null pointer is skipped. Returns 0,
  * or 1 with nothing written for k outside 0..count-1. */
-TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias,
-                                               char* parameter);
+TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias, char* parameter);
 
 /* Writes what the library knows of parameter k of the listing (the numbering
  * of gfx_getCorParmsKeywords): its default as gfx_getCorParms reads it after
@@ -65,8 +64,7 @@ TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* a
  * and a one-line description. Buffers of TARN_UNIT_SIZE and
  * TARN_PARAMETER_DESC_SIZE chars; a null pointer is skipped. Returns 0, or 1
  * with nothing written for k outside 0..count-1. */
-TARN_API int TARN_CALL gfx_getCorParmsInfo(int k, double* defaultValue, char* unit,
-                                           char* description);
+TARN_API int TARN_CALL gfx_getCorParmsInfo(int k, double* defaultValue, char* unit, char* description);
 
 /* Converts the ten percent-off temperature points (D86FROMPERCENTOFF P1..P10)
  * in place from degrees F to degrees C. Not idempotent: a second call converts

@@ -33,8 +33,8 @@ TARN_API double TARN_CALL gfx_Interpolate(double x0, double x1, double y0, doubl
 
 /* The same line held inside [lower, upper]. x0 == x1 is not guarded (the
  * result is then the bound the infinite slope points to, or NaN). */
-TARN_API double TARN_CALL gfx_Extrapolate(double x0, double x1, double y0, double y1,
-                                          double lower, double upper, double x);
+TARN_API double TARN_CALL gfx_Extrapolate(double x0, double x1, double y0, double y1, double lower, double upper,
+                                          double x);
 
 /* Reads a seven-point curve: mode 1 gives the percent evaporated at the
  * temperature value (extended beyond the ends and held in [0, 100]); any other
@@ -46,13 +46,11 @@ TARN_API double TARN_CALL gfx_DistillCurve(const double* curve, int mode, double
  * n fractions) by bisection on the blended percent evaporated. Returns 0, or
  * 1 (out untouched) when the positive fractions do not sum to within
  * (0.999, 1.001) or an array is null. */
-TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves, const double* fractions,
-                                      double* out);
+TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves, const double* fractions, double* out);
 
 /* As gfx_FindPoints, with the fractions taken as they are (no sum check, no
  * normalisation). Returns 0 (also, writing nothing, when an array is null). */
-TARN_API int TARN_CALL gfx_FindPoints2(int n, const double* curves, const double* fractions,
-                                       double* out);
+TARN_API int TARN_CALL gfx_FindPoints2(int n, const double* curves, const double* fractions, double* out);
 
 /* Estimates the 30 % and 70 % points of a five-point curve (IBP, 10, 50, 90,
  * FBP) from a log-linear curve model through three known points; an estimate
@@ -67,8 +65,7 @@ TARN_API int TARN_CALL gfx_TBPLogInterpolate2(double* curve);
  * compacted in place when outCurve is null; the n derivative blocks of 8 x 7
  * (fraction row, then one row per point) to n blocks of 6 x 5 in outDerivs,
  * or compacted in place when outDerivs is null. */
-TARN_API void TARN_CALL gfx_D86Contract7Pt(int n, double* curve, double* derivs,
-                                           double* outCurve, double* outDerivs);
+TARN_API void TARN_CALL gfx_D86Contract7Pt(int n, double* curve, double* derivs, double* outCurve, double* outDerivs);
 
 /* Five-point -> seven-point layout of n curves, the 30 % and 70 % points set
  * to 1e30; written to out, or widened in place when out is null (curves must
@@ -123,23 +120,23 @@ TARN_API int TARN_CALL gfx_ETHYLSR_REV(char unit, const double* tbp, double* d86
  * method above 5 or below 0, fractions that do not sum to 1, or a blended TBP
  * curve the reverse method rejects; with derivatives, the status of the last
  * perturbed conversion. */
-TARN_API int TARN_CALL gfx_D86(int n, const double* fractions, double* curves, double* out,
-                               double* derivs, int method, int derivFlag, char unit);
+TARN_API int TARN_CALL gfx_D86(int n, const double* fractions, double* curves, double* out, double* derivs, int method,
+                               int derivFlag, char unit);
 
 /* D86 curve (7) -> percent evaporated at the ten D86FROMPERCENTOFF
  * temperatures (10). Derivatives (7 x 10) are written whenever derivs is
  * given, whatever derivFlag. Returns 0, 2 for a method outside 0..5, 1 for a
  * null array. A curve the forward method rejects is mapped as it is. */
-TARN_API int TARN_CALL gfx_D86toPercentOff(int method, double* curve, double* percentOff,
-                                           char unit, int derivFlag, double* derivs);
+TARN_API int TARN_CALL gfx_D86toPercentOff(int method, double* curve, double* percentOff, char unit, int derivFlag,
+                                           double* derivs);
 
 /* Percent-off vector (10) -> D86 curve (7). A method number outside 0..5
  * maps the TBP curve unchanged, like 4. Derivatives (10 x 7) when derivFlag is
  * set and derivs given. Returns the reverse method's status (1 for a TBP
  * curve out of order, or a null array); with derivatives, that of the last
  * perturbed conversion. */
-TARN_API int TARN_CALL gfx_D86FromPercentOff(int method, int derivFlag, double* percentOff,
-                                             double* curve, char unit, double* derivs);
+TARN_API int TARN_CALL gfx_D86FromPercentOff(int method, int derivFlag, double* percentOff, double* curve, char unit,
+                                             double* derivs);
 
 /* As gfx_D86toPercentOff on the ND86FROMPERCENTOFF point sets: a curve of
  * NTEMP points at the T1.. percentages -> NPOFF percents at the P1..
@@ -148,16 +145,16 @@ TARN_API int TARN_CALL gfx_D86FromPercentOff(int method, int derivFlag, double* 
  * Returns -999 when a count is not in 1..13 (NTEMP) or 1..25 (NPOFF), 2 for a
  * method outside 0..5 or a conversion method (other than 4) with NTEMP not 7,
  * 1 for a null array, else 0. */
-TARN_API int TARN_CALL gfx_ND86toPercentOff(int method, double* curve, double* percentOff,
-                                            char unit, int derivFlag, double* derivs);
+TARN_API int TARN_CALL gfx_ND86toPercentOff(int method, double* curve, double* percentOff, char unit, int derivFlag,
+                                            double* derivs);
 
 /* As gfx_D86FromPercentOff on the ND86FROMPERCENTOFF point sets (NPOFF
  * percents -> NTEMP points; the first percent is read as 0 and the last as
  * 100). Derivatives NPOFF x NTEMP. Returns -999 for a count out of range, 1
  * for a null array or a conversion method (other than 4) with NTEMP not 7,
  * else the reverse method's status. */
-TARN_API int TARN_CALL gfx_ND86FromPercentOff(int method, int derivFlag, double* percentOff,
-                                              double* curve, char unit, double* derivs);
+TARN_API int TARN_CALL gfx_ND86FromPercentOff(int method, int derivFlag, double* percentOff, double* curve, char unit,
+                                              double* derivs);
 
 /* ---- Distillation-derived indices -------------------------------------- */
 /* Temperatures in the unit byte's unit; results of 1e30 are undefined. */
@@ -166,8 +163,7 @@ TARN_API int TARN_CALL gfx_ND86FromPercentOff(int method, int derivFlag, double*
  * T90. When derivs is given it receives forward differences with respect to
  * the three points (0 where the index or its perturbation is undefined).
  * Returns 1.0 for any other which, writing no derivatives. */
-TARN_API double TARN_CALL gfx_D86BV1(int which, char unit, double t10, double t50, double t90,
-                                     double* derivs);
+TARN_API double TARN_CALL gfx_D86BV1(int which, char unit, double t10, double t50, double t90, double* derivs);
 
 /* T10 blending index; 1e30 unless t10 <= t50 <= t90, or when the T10INDEX
  * divisor P2 is 0; 1.0 when the index base is 0. */
@@ -180,19 +176,15 @@ TARN_API double TARN_CALL gfx_T50Index(char unit, double t10, double t50, double
 TARN_API double TARN_CALL gfx_T90Index(char unit, double t10, double t50, double t90);
 
 /* 10 % point -> exponential blending index exp((250 - T[F]) 0.01535). */
-TARN_API double TARN_CALL gfx_D86one10Index(char unit, double t10, int derivFlag,
-                                            double* derivative);
+TARN_API double TARN_CALL gfx_D86one10Index(char unit, double t10, int derivFlag, double* derivative);
 /* 90 % point -> exponential blending index exp((T[F] - 185) 0.030701). */
-TARN_API double TARN_CALL gfx_D86one90Index(char unit, double t90, int derivFlag,
-                                            double* derivative);
+TARN_API double TARN_CALL gfx_D86one90Index(char unit, double t90, int derivFlag, double* derivative);
 /* Inverse of gfx_D86one10Index. An index <= 0 gives 1e30, or with ChangeData
  * on is read as 0.0001; 1e30 also when the slope setting is 0. */
-TARN_API double TARN_CALL gfx_D86one10Blend(char unit, double index, int derivFlag,
-                                            double* derivative);
+TARN_API double TARN_CALL gfx_D86one10Blend(char unit, double index, int derivFlag, double* derivative);
 /* 90 % point from its index, 32.5719 ln(index) + 185 F (its own fit, not the
  * exact inverse of gfx_D86one90Index). Index rule of gfx_D86one10Blend. */
-TARN_API double TARN_CALL gfx_D86one90Blend(char unit, double index, int derivFlag,
-                                            double* derivative);
+TARN_API double TARN_CALL gfx_D86one90Blend(char unit, double index, int derivFlag, double* derivative);
 
 /* 20 % point between the 10 % and 30 % points on the normal-probability
  * scale (T20GAUSSIAN ratio). Derivatives (2) when asked. */
@@ -201,8 +193,7 @@ TARN_API double TARN_CALL gfx_T20Gaussian(double t10, double t30, int derivFlag,
 /* Temperature for a vapour/liquid ratio of 20 (ASTM D4814):
  * 114.6 - 4.1 RVP + 0.2 T10 + 0.17 T50 in F (TVL20 P1..P4). Derivatives (3)
  * when asked; for 'C' only the RVP derivative is divided by 1.8. */
-TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rvp, double t10, double t50,
-                                  double* derivs);
+TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rvp, double t10, double t50, double* derivs);
 
 /* Temperature for a vapour/liquid ratio of 20 from RVP, T10, T20, T50. An RVP
  * <= 1.4 or T10 > T20 or T20 > T50 gives 1e30, or with ChangeData on the RVP
@@ -211,14 +202,14 @@ TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rvp, double t
  * checks; its derivative is 0). The 29 TVL2 coefficients of the parameter
  * block are kept for a future four-point method and are not used yet.
  * Derivatives (4) when asked. */
-TARN_API double TARN_CALL gfx_TVL2(int derivFlag, char unit, double rvp, double t10, double t20,
-                                   double t50, double* derivs);
+TARN_API double TARN_CALL gfx_TVL2(int derivFlag, char unit, double rvp, double t10, double t20, double t50,
+                                   double* derivs);
 
 /* Vapour lock index 10 VP[kPa] + 7 E70 (EN 228), from the vapour pressure in
  * psi (pressure unit byte 'P') or kPa (any other byte) and the percent
  * evaporated at 70 C. Derivatives (2) when asked. */
-TARN_API double TARN_CALL gfx_VaporLockIndex(int derivFlag, char pressureUnit, double vapourPressure,
-                                             double e70, double* derivs);
+TARN_API double TARN_CALL gfx_VaporLockIndex(int derivFlag, char pressureUnit, double vapourPressure, double e70,
+                                             double* derivs);
 
 TARN_EXTERN_C_END
 

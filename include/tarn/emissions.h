@@ -27,8 +27,7 @@ TARN_EXTERN_C_BEGIN
  * the RVP row is 0. Returns the number of properties outside their limits
  * (with sensitivities, as counted at the last perturbed evaluation), or -1
  * when in or out is null. */
-TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const double* in,
-                                 double* out, double* deriv);
+TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const double* in, double* out, double* deriv);
 
 /* CARB Phase 3 predictive model. in (9): RVP, T50, T90 (CARB_CORF unit),
  * aromatics, olefins, oxygen, oxygen (second value), sulfur, benzene; out 3;
@@ -42,8 +41,8 @@ TARN_API int TARN_CALL gfx_WCARB(int wantDerivatives, const char* flags, const d
  * number of rounded inputs outside the valid range (-1 when in or out is
  * null). The model's regression table is not available in this library: the
  * three results are the missing value 1e30 and the sensitivities 0. */
-TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, const double* in,
-                                  double* out, double* deriv);
+TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, const double* in, double* out,
+                                  double* deriv);
 
 /* CARB Phase 3 predictive model with one oxygen value. in (8): RVP, T50, T90
  * (CARB_CORF unit), aromatics, olefins, oxygen, sulfur, benzene; out 3; deriv
@@ -55,8 +54,8 @@ TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, cons
  * range (-1 when in or out is null). The model's regression table is not
  * available in this library: the three results are the missing value 1e30
  * and the sensitivities 0. */
-TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, const double* in,
-                                  double* out, double* deriv, int* outOfRange);
+TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, const double* in, double* out,
+                                  double* deriv, int* outOfRange);
 
 /* ---- Ethanol blendstock models ------------------------------------------ */
 
@@ -66,8 +65,7 @@ TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, cons
  * a second equation from 9 vol % ethanol on. Returns 1 when the ethanol lies
  * outside [3.6, 11] (the results are still computed), 0 otherwise, -1 when in
  * or out is null. */
-TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double* in, double* out,
-                                   double* deriv);
+TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double* in, double* out, double* deriv);
 
 /* Finished gasoline from a blendstock and ethanolPct vol % ethanol. in (7):
  * RVP, T50, T90 ('C' degrees C, else F), aromatics, benzene, olefins, sulfur;
@@ -79,9 +77,8 @@ TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double*
  * below 4 or above 10 also passes it through with oxygen 0 and returns -1
  * (1 above 10, 0 for exactly 0). A non-positive EHO makes -EHO the blend's
  * oxygen. Returns 0 when blended, -1 when in or out is null. */
-TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethanolPct,
-                                    const double* in, double* out, double* deriv,
-                                    const double* params);
+TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethanolPct, const double* in, double* out,
+                                    double* deriv, const double* params);
 
 /* gfx_WCARBOB2 with the RBOB group's ethanol, then out[0] = multiplier * RVP
  * + addend, out[7] = sulfur, out[8] = E200, out[9] = E300 from the blend's
@@ -91,15 +88,13 @@ TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethan
  * ALTOXY: a slope of 1 or more passes the blendstock through (out[5] not
  * written). A non-zero status of the blend model is returned at once with
  * the outputs as they stand and deriv untouched; -1 when in or out is null. */
-TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, double ethanolPct,
-                                 const double* in, double* out, double* deriv,
-                                 const double* params);
+TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, double ethanolPct, const double* in, double* out,
+                                 double* deriv, const double* params);
 
 /* Linear dilution by 5 vol % of the standard ethanol: factors (4) for
  * aromatics, benzene, olefins, sulfur and the offsets (4) the ethanol adds.
  * params is never read. Either array may be null. Returns 0. */
-TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors,
-                                              const double* params);
+TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors, const double* params);
 
 /* ---- Percent evaporated at set temperatures ----------------------------- */
 
@@ -115,8 +110,7 @@ TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors,
  * gives 1e30 in its output only. A flat curve (ends less than 1 apart) is a
  * pure component: 0 or 100 at each set temperature, and an unset one keeps
  * its output as the caller had it, with status 0. */
-TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out,
-                                       double* deriv);
+TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out, double* deriv);
 
 /* ---- EPA baseline and distillation conversions, EPA complex model -------- */
 
@@ -126,8 +120,7 @@ TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, doubl
  * (sensitivities then per degree C), anything else degrees F. deriv (4
  * values, input-major) is written when wantDerivatives is non-zero and deriv
  * is not null. Returns 0; -1 when in or out is null. */
-TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, double* out,
-                                       int wantDerivatives, double* deriv);
+TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, double* out, int wantDerivatives, double* deriv);
 
 /* Converts the five EPA emission quantities VOC, TOX, NOX, EXB, EXT between
  * percent changes and absolute emissions (mg/mile) with the baseline row of
@@ -151,13 +144,11 @@ TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, double* out,
  *                      double* exbOut, double* extOut);
  * Returns 0; -1, writing nothing, for an unrecognised letter or a null
  * pointer. */
-TARN_API int TARN_CALL EPAPERCENT2ABS(const char* region, int regionLength, const char* phase,
-                                      int phaseLength, const char* season, int seasonLength,
-                                      const int* direction, const char* baselineClass,
-                                      int baselineClassLength, const double* voc,
-                                      const double* tox, const double* nox, const double* exb,
-                                      const double* ext, double* vocOut, double* toxOut,
-                                      double* noxOut, double* exbOut, double* extOut);
+TARN_API int TARN_CALL EPAPERCENT2ABS(const char* region, int regionLength, const char* phase, int phaseLength,
+                                      const char* season, int seasonLength, const int* direction,
+                                      const char* baselineClass, int baselineClassLength, const double* voc,
+                                      const double* tox, const double* nox, const double* exb, const double* ext,
+                                      double* vocOut, double* toxOut, double* noxOut, double* exbOut, double* extOut);
 
 /* EPA complex model (40 CFR 80.45): percent changes of out = {VOC total VOC,
  * TOX total toxics, NOX, EXB exhaust benzene, EXT exhaust toxics} against the
@@ -179,8 +170,7 @@ TARN_API int TARN_CALL EPAPERCENT2ABS(const char* region, int regionLength, cons
  * (within a relative tolerance of 1e-4; results are computed regardless);
  * -1 for an unrecognised region, phase or season (outputs 1e30,
  * sensitivities 0) or a null in/out. Not re-entrant. */
-TARN_API int TARN_CALL gfx_WEPA(int wantDerivatives, const char* options, const double* in,
-                                double* out, double* deriv);
+TARN_API int TARN_CALL gfx_WEPA(int wantDerivatives, const char* options, const double* in, double* out, double* deriv);
 
 /* ---- Valid input ranges of the models ----------------------------------- */
 
@@ -196,8 +186,8 @@ typedef void(TARN_CALL* tarn_LimitsAnswer)(char* buffer, int length, const int* 
  * answer matches a letter when the rest of it is blank (or ends in NUL).
  * Returns 0; -1, writing nothing and asking nothing, for an unknown name, n
  * too small, null arrays or (EPA, CARB3) a null answer function. */
-TARN_API int TARN_CALL gfx_getCorLimits(const char* model, tarn_LimitsAnswer answer,
-                                        double* lower, double* upper, int n);
+TARN_API int TARN_CALL gfx_getCorLimits(const char* model, tarn_LimitsAnswer answer, double* lower, double* upper,
+                                        int n);
 
 TARN_EXTERN_C_END
 

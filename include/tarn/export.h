@@ -9,26 +9,26 @@
 #define TARN_EXPORT_H
 
 #if defined(_WIN32) || defined(__CYGWIN__)
-#  if defined(TARN_BUILDING_LIBRARY)
-#    define TARN_API __declspec(dllexport)
-#  else
-#    define TARN_API __declspec(dllimport)
-#  endif
-#  define TARN_CALL __cdecl
-#elif defined(__GNUC__) || defined(__clang__)
-#  define TARN_API __attribute__((visibility("default")))
-#  define TARN_CALL
+#if defined(TARN_BUILDING_LIBRARY)
+#define TARN_API __declspec(dllexport)
 #else
-#  define TARN_API
-#  define TARN_CALL
+#define TARN_API __declspec(dllimport)
+#endif
+#define TARN_CALL __cdecl
+#elif defined(__GNUC__) || defined(__clang__)
+#define TARN_API __attribute__((visibility("default")))
+#define TARN_CALL
+#else
+#define TARN_API
+#define TARN_CALL
 #endif
 
 #ifdef __cplusplus
-#  define TARN_EXTERN_C_BEGIN extern "C" {
-#  define TARN_EXTERN_C_END }
+#define TARN_EXTERN_C_BEGIN extern "C" {
+#define TARN_EXTERN_C_END }
 #else
-#  define TARN_EXTERN_C_BEGIN
-#  define TARN_EXTERN_C_END
+#define TARN_EXTERN_C_BEGIN
+#define TARN_EXTERN_C_END
 #endif
 
 /* The missing value: an input, output or parameter that is absent or could

@@ -28,13 +28,13 @@ TARN_API double TARN_CALL gfx_RVP(double index, int wantDerivative, double* deri
 /* Power-law index a*((c + x)*d)^b. Returns 0 when (c + x)*d is 0 and 1e30
  * when it is negative (no derivative written in either case). The derivative
  * is written whenever wantDerivative is non-zero. */
-TARN_API double TARN_CALL gfx_PowerIndexForward(double a, double b, double c, double d, double x,
-                                                int wantDerivative, double* derivative);
+TARN_API double TARN_CALL gfx_PowerIndexForward(double a, double b, double c, double d, double x, int wantDerivative,
+                                                double* derivative);
 
 /* Inverse of gfx_PowerIndexForward: the x whose index is y. Returns 1e30 when
  * a, b or d is 0 or y/a is negative; 0 (derivative 0) when y is 0. */
-TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, double c, double d, double y,
-                                                int wantDerivative, double* derivative);
+TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, double c, double d, double y, int wantDerivative,
+                                                double* derivative);
 
 /* Specific gravity (60/60 F) -> API gravity 141.5/spg - 131.5. */
 TARN_API double TARN_CALL gfx_APIfromSPG(double spg, int wantDerivative, double* derivative);
@@ -49,31 +49,27 @@ TARN_API double TARN_CALL gfx_SPGfromAPI(double api, int wantDerivative, double*
 
 /* Cloud point -> cloud point blending index R^(1/0.55). For 'C' a requested
  * derivative is rescaled x1.8 in place even where none is computed. */
-TARN_API double TARN_CALL gfx_CloudPointIndex1(char unit, double cloudPoint, int wantDerivative,
-                                               double* derivative);
+TARN_API double TARN_CALL gfx_CloudPointIndex1(char unit, double cloudPoint, int wantDerivative, double* derivative);
 
 /* Cloud point blending index -> cloud point. Returns 1e30 (converted for 'C')
  * for a negative index and 0 F (-17.78 C) for index 0. */
 TARN_API double TARN_CALL gfx_CloudPoint1(char unit, double index, int wantDerivative, double* derivative);
 
 /* Cloud point -> index 1e-10*(0.01 R)^(1/0.06); fails as gfx_CloudPointIndex1. */
-TARN_API double TARN_CALL gfx_CloudPointIndex3(char unit, double cloudPoint, int wantDerivative,
-                                               double* derivative);
+TARN_API double TARN_CALL gfx_CloudPointIndex3(char unit, double cloudPoint, int wantDerivative, double* derivative);
 
 /* Index -> cloud point, the reverse of gfx_CloudPointIndex3; fails as gfx_CloudPoint1. */
 TARN_API double TARN_CALL gfx_CloudPoint3(char unit, double index, int wantDerivative, double* derivative);
 
 /* Flash point -> flash point blending index 1e5*R^(-1/0.6); fails as gfx_CloudPointIndex1. */
-TARN_API double TARN_CALL gfx_FlashPointIndex1(char unit, double flashPoint, int wantDerivative,
-                                               double* derivative);
+TARN_API double TARN_CALL gfx_FlashPointIndex1(char unit, double flashPoint, int wantDerivative, double* derivative);
 
 /* Flash point blending index -> flash point; fails as gfx_CloudPoint1. */
 TARN_API double TARN_CALL gfx_FlashPoint1(char unit, double index, int wantDerivative, double* derivative);
 
 /* Pour point -> index exp(a ln(460 + T_F) + b). Returns 1e30 at or below
  * -460 F unless ChangeData is on (then evaluated just above it). */
-TARN_API double TARN_CALL gfx_PourPointIndex1(char unit, double pourPoint, int wantDerivative,
-                                              double* derivative);
+TARN_API double TARN_CALL gfx_PourPointIndex1(char unit, double pourPoint, int wantDerivative, double* derivative);
 
 /* Pour point index -> pour point, reverse of gfx_PourPointIndex1. Returns
  * 1e30 for an index <= 0 unless ChangeData is on (index 0.0001 used). */
@@ -81,8 +77,7 @@ TARN_API double TARN_CALL gfx_PourPoint1(char unit, double index, int wantDeriva
 
 /* Pour point -> index exp(k T_F + c). Returns 1e30 at or below 0 F unless
  * ChangeData is on (T_F = 0.0001 used). */
-TARN_API double TARN_CALL gfx_PourPointIndex2(char unit, double pourPoint, int wantDerivative,
-                                              double* derivative);
+TARN_API double TARN_CALL gfx_PourPointIndex2(char unit, double pourPoint, int wantDerivative, double* derivative);
 
 /* Pour point index -> pour point, reverse of gfx_PourPointIndex2; fails as
  * gfx_PourPoint1. Writes the derivative whenever the pointer is not null,
@@ -101,18 +96,18 @@ TARN_API double TARN_CALL gfx_CFPPImprover(int wantDerivatives, char unit, doubl
 
 /* Two-variable cetane index from specific gravity and mid-boiling point.
  * derivatives[2]. 1e30 for spg <= 0 or a mid-boiling point <= 0 F. */
-TARN_API double TARN_CALL gfx_CetaneIndex2(int wantDerivatives, char unit, double spg,
-                                           double midBoilingTemperature, double* derivatives);
+TARN_API double TARN_CALL gfx_CetaneIndex2(int wantDerivatives, char unit, double spg, double midBoilingTemperature,
+                                           double* derivatives);
 
 /* Four-variable cetane index from density (g/mL at 15 C), T10, T50, T90.
  * derivatives[4]. 1e30 when the distillation points are out of order. */
-TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char unit, double density, double t10,
-                                           double t50, double t90, double* derivatives);
+TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char unit, double density, double t10, double t50,
+                                           double t90, double* derivatives);
 
 /* Linear cetane index from density, T10, T50, T90. derivatives[4]. 1e30
  * when the distillation points are out of order. */
-TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char unit, double density, double t10,
-                                           double t50, double t90, double* derivatives);
+TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char unit, double density, double t10, double t50,
+                                           double t90, double* derivatives);
 
 /* Cetane gain of an improver dose (CETANEIMPROVER group). derivatives[3]:
  * spg, temperature, dose. 1e30 when P2 or P4 is 0, when API/P2 or T/P4 is
@@ -159,14 +154,14 @@ TARN_API double TARN_CALL gfx_DON(int wantDerivatives, double a, double b, doubl
 
 /* Drivability index P1*T10 + P2*T50 + T90 computed in degrees F; for 'C' the
  * result is converted back like a temperature. derivatives[3]. Never fails. */
-TARN_API double TARN_CALL gfx_DriveabilityIndex(int wantDerivatives, char unit, double t10, double t50,
-                                                double t90, double* derivatives);
+TARN_API double TARN_CALL gfx_DriveabilityIndex(int wantDerivatives, char unit, double t10, double t50, double t90,
+                                                double* derivatives);
 
 /* Drivability index P1*T10 + P2*T50 + T90 + E*oxygenate (vol %) in the
  * caller's unit, E = EF per degree F or EF/1.8 per degree C. derivatives[3]
  * (none for the oxygenate). Never fails. */
-TARN_API double TARN_CALL gfx_DriveabilityIndexE(int wantDerivatives, char unit, double t10, double t50,
-                                                 double t90, double* derivatives, double oxygenate);
+TARN_API double TARN_CALL gfx_DriveabilityIndexE(int wantDerivatives, char unit, double t10, double t50, double t90,
+                                                 double* derivatives, double oxygenate);
 
 TARN_EXTERN_C_END
 

@@ -20,28 +20,28 @@
  * which pass through unchanged. */
 
 /* ---- Correlation types -------------------------------------------------- */
-#define TARN_TYPE_GENERAL (-7)             /* several properties to one or more results */
-#define TARN_TYPE_DISTILLATION_INDEX (-6)  /* distillation index or oxygenate correction */
+#define TARN_TYPE_GENERAL (-7)            /* several properties to one or more results */
+#define TARN_TYPE_DISTILLATION_INDEX (-6) /* distillation index or oxygenate correction */
 #define TARN_TYPE_INDEX_TO_PROPERTY (-5)
 #define TARN_TYPE_PROPERTY_TO_INDEX (-4)
 /* Types that no built-in correlation has, known to the evaluation entry
  * points because user-library correlations use them (tarn/ubml.h). */
-#define TARN_TYPE_COMPLEX (-3)             /* a value chosen by property number */
-#define TARN_TYPE_PROPERTY_VALUE_ALT (-1)  /* a plain property value, like 0 */
-#define TARN_TYPE_PROPERTY_VALUE 0         /* a plain property value */
-#define TARN_TYPE_SINGLE_VALUE 1           /* one property to its index or back */
+#define TARN_TYPE_COMPLEX (-3)            /* a value chosen by property number */
+#define TARN_TYPE_PROPERTY_VALUE_ALT (-1) /* a plain property value, like 0 */
+#define TARN_TYPE_PROPERTY_VALUE 0        /* a plain property value */
+#define TARN_TYPE_SINGLE_VALUE 1          /* one property to its index or back */
 /* TARN_TYPE_UNKNOWN (-9999), written as the type of an unknown index, is in
  * tarn/status.h. */
 
 /* ---- Sizes -------------------------------------------------------------- */
 #define TARN_CORRELATION_COUNT 57
 /* Caller buffers must hold at least these many chars (terminator included). */
-#define TARN_ID_SIZE 19            /* correlation identifier */
-#define TARN_DESC_SIZE 24          /* correlation or property description */
-#define TARN_PROPERTY_ID_SIZE 18   /* input, output or library property id */
-#define TARN_COEF_NAME_SIZE 9      /* coefficient name */
-#define TARN_MESSAGE_SIZE 69       /* message of gfx_tarnGetErrorMsg */
-#define TARN_SOURCE_SIZE 160       /* published source of a correlation */
+#define TARN_ID_SIZE 19          /* correlation identifier */
+#define TARN_DESC_SIZE 24        /* correlation or property description */
+#define TARN_PROPERTY_ID_SIZE 18 /* input, output or library property id */
+#define TARN_COEF_NAME_SIZE 9    /* coefficient name */
+#define TARN_MESSAGE_SIZE 69     /* message of gfx_tarnGetErrorMsg */
+#define TARN_SOURCE_SIZE 160     /* published source of a correlation */
 
 TARN_EXTERN_C_BEGIN
 
@@ -205,13 +205,13 @@ TARN_API int TARN_CALL gfx_tarnSetCoefValue(int index, int k, double value);
  * unknown index or a type that cannot be evaluated, -8888 when derivatives
  * are asked without an array, -999 when inputs or outputs is null. direction
  * is not used by the built-in correlations. */
-TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction, double* inputs,
-                                       double* outputs, double* derivs);
+TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction, double* inputs, double* outputs,
+                                       double* derivs);
 
 /* As gfx_tarnGenCalc; direction and property are not used by the built-in
  * correlations. */
-TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int direction, int property,
-                                              double* inputs, double* outputs, double* derivs);
+TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int direction, int property, double* inputs,
+                                              double* outputs, double* derivs);
 
 /* Evaluates correlation index over many rows, exactly as gfx_tarnGenCalc
  * would one row at a time. Row r reads its inputs at r * inputCount and
@@ -226,9 +226,8 @@ TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int dire
  * gfx_tarnGenCalc for the rows that write derivatives whatever the flag).
  * Returns the number of rows whose status is not 0, or -999 (nothing
  * evaluated) when rows is negative or inputs or outputs is null. */
-TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
-                                            const double* inputs, double* outputs, double* derivs,
-                                            int* statuses);
+TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows, const double* inputs, double* outputs,
+                                            double* derivs, int* statuses);
 
 /* The number of outputs really produced by the variable-size correlations:
  * ND86TOPERCENTOFF (41) its NPOFF and EVAPORATIVE (53) its NPTS, each when
@@ -239,8 +238,7 @@ TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index);
 
 /* Property derivatives by property number are offered by user libraries
  * only: does nothing and returns 0. */
-TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int index, int property, int inputCount,
-                                             double* inputs, double* derivs);
+TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int index, int property, int inputCount, double* inputs, double* derivs);
 
 /* ---- Messages and diagnostics ------------------------------------------- */
 
@@ -253,8 +251,7 @@ TARN_API int TARN_CALL gfx_tarnGetErrorMsg(int code, char* message);
  * diagnostic stream: the correlation, the code, the expected input count and
  * one line per given input value with its property id. Prints nothing while
  * no stream is set or for an unknown index. Always returns 0. */
-TARN_API int TARN_CALL gfx_tarnErrorHandler(int index, int code, int inputCount,
-                                            const double* inputs);
+TARN_API int TARN_CALL gfx_tarnErrorHandler(int index, int code, int inputCount, const double* inputs);
 
 /* Sets the stream that gfx_tarnErrorHandler writes to (for example stderr);
  * null, the initial state, silences it. The library never closes the stream.

@@ -60,15 +60,15 @@ enum {
  * plug-in is bound, is in tarn/status.h. */
 
 #if defined(TARN_BUILDING_UBML_PLUGIN)
-#  if defined(_WIN32) || defined(__CYGWIN__)
-#    define UBML_API __declspec(dllexport)
-#  elif defined(__GNUC__) || defined(__clang__)
-#    define UBML_API __attribute__((visibility("default")))
-#  else
-#    define UBML_API
-#  endif
+#if defined(_WIN32) || defined(__CYGWIN__)
+#define UBML_API __declspec(dllexport)
+#elif defined(__GNUC__) || defined(__clang__)
+#define UBML_API __attribute__((visibility("default")))
 #else
-#  define UBML_API
+#define UBML_API
+#endif
+#else
+#define UBML_API
 #endif
 
 TARN_EXTERN_C_BEGIN
@@ -103,14 +103,12 @@ UBML_API int TARN_CALL ubml_CalcIndexFromProp(int index, double property, double
 UBML_API int TARN_CALL ubml_CalcPropFromIndex(int index, double indexValue, double* property);
 /* Types 0, -1, -3: the value of property number `property` from the inputs,
  * and its derivatives, one per input. */
-UBML_API int TARN_CALL ubml_CalcPropValue(int index, int property, int inputCount,
-                                          double* inputs, double* output);
-UBML_API int TARN_CALL ubml_CalcPropDeriv(int index, int property, int inputCount,
-                                          double* inputs, double* derivs);
+UBML_API int TARN_CALL ubml_CalcPropValue(int index, int property, int inputCount, double* inputs, double* output);
+UBML_API int TARN_CALL ubml_CalcPropDeriv(int index, int property, int inputCount, double* inputs, double* derivs);
 /* Types -7..-4: every output, and with derivFlag set the input-major
  * derivatives, as in gfx_tarnGenCalc. */
-UBML_API int TARN_CALL ubml_CalcTorqPropValue(int index, double* inputs, double* outputs,
-                                              int derivFlag, double* derivs);
+UBML_API int TARN_CALL ubml_CalcTorqPropValue(int index, double* inputs, double* outputs, int derivFlag,
+                                              double* derivs);
 
 /* ---- The bridge to the bound plug-in ------------------------------------ */
 /* Each forwards to its ubml_* namesake and returns its status, or -1104
@@ -140,10 +138,8 @@ TARN_API int TARN_CALL gfx_ubmlGetCoef(int index, int k, char* name, double* val
 TARN_API int TARN_CALL gfx_ubmlSetCoefValue(int index, int k, double value);
 TARN_API int TARN_CALL gfx_ubmlCalcIndexFromProp(int index, double property, double* indexValue);
 TARN_API int TARN_CALL gfx_ubmlCalcPropFromIndex(int index, double indexValue, double* property);
-TARN_API int TARN_CALL gfx_ubmlCalcPropValue(int index, int property, int inputCount,
-                                             double* inputs, double* output);
-TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputCount,
-                                             double* inputs, double* derivs);
+TARN_API int TARN_CALL gfx_ubmlCalcPropValue(int index, int property, int inputCount, double* inputs, double* output);
+TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputCount, double* inputs, double* derivs);
 
 /* Evaluates plug-in correlation index in the calling shape of
  * gfx_tarnGenCalc. With minSpacing > 0 the inputs are first put in
@@ -156,15 +152,14 @@ TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputC
  * 0 and -1 evaluate property 1; -7..-4 evaluate every output; any other
  * type returns -999. -8888 when derivatives are asked without an array, -999
  * when inputs or outputs is null; the plug-in's own codes pass through. */
-TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int direction, double minSpacing,
-                                       double* inputs, double* outputs, double* derivs);
+TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int direction, double minSpacing, double* inputs,
+                                       double* outputs, double* derivs);
 
 /* As gfx_ubmlGenCalc without the ordering: type 1 returns the status of the
  * conversion (-8888 when derivatives are asked without an array), type -3
  * evaluates the given property number. */
-TARN_API int TARN_CALL gfx_ubmlGenCalcComplex(int index, int derivFlag, int direction,
-                                              int property, double* inputs, double* outputs,
-                                              double* derivs);
+TARN_API int TARN_CALL gfx_ubmlGenCalcComplex(int index, int derivFlag, int direction, int property, double* inputs,
+                                              double* outputs, double* derivs);
 
 TARN_EXTERN_C_END
 

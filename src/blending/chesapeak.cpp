@@ -26,8 +26,7 @@ double atLeastGapAbove(double point, double lower, double gap) {
 }  // namespace
 }  // namespace tarn::blending
 
-extern "C" TARN_API int TARN_CALL gfx_ChesapeakF(char unit, int /*unused*/, const double* curve,
-                                                 double* out) {
+extern "C" TARN_API int TARN_CALL gfx_ChesapeakF(char unit, int /*unused*/, const double* curve, double* out) {
   using namespace tarn::blending;
   if (curve == nullptr || out == nullptr) return 1;
   if (!isNonDecreasing(curve)) return 1;

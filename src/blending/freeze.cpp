@@ -40,8 +40,8 @@ FreezeRange findRange(const double* x, const double* t, std::size_t count, char 
 }  // namespace
 }  // namespace tarn::blending
 
-extern "C" TARN_API double TARN_CALL gfx_Freeze(int derivFlag, char unit, const double* x, int n,
-                                                const double* T, double* d) {
+extern "C" TARN_API double TARN_CALL gfx_Freeze(int derivFlag, char unit, const double* x, int n, const double* T,
+                                                double* d) {
   using namespace tarn::blending;
   const std::size_t count = n > 0 ? static_cast<std::size_t>(n) : 0;
   const bool wantDerivatives = derivFlag != 0 && d != nullptr;

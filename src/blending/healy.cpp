@@ -20,22 +20,20 @@ constexpr int kDerivativesPerComponent = 10;
 
 // Fraction-weighted moments of the components.
 struct Moments {
-  double ron = 0.0, mon = 0.0, sens = 0.0;     // sum x*RON, x*MON, x*S
-  double sensRon = 0.0, sensMon = 0.0;         // sum x*S*RON, x*S*MON
-  double ole = 0.0, ole2 = 0.0;                // sum x*O, x*O^2
-  double aro = 0.0, aro2 = 0.0;                // sum x*A, x*A^2
+  double ron = 0.0, mon = 0.0, sens = 0.0;  // sum x*RON, x*MON, x*S
+  double sensRon = 0.0, sensMon = 0.0;      // sum x*S*RON, x*S*MON
+  double ole = 0.0, ole2 = 0.0;             // sum x*O, x*O^2
+  double aro = 0.0, aro2 = 0.0;             // sum x*A, x*A^2
 };
 
 }  // namespace
 }  // namespace tarn::blending
 
-extern "C" TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, const double* ron,
-                                            const double* mon, const double* ole,
-                                            const double* aro, double* out, double* d) {
+extern "C" TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, const double* ron, const double* mon,
+                                            const double* ole, const double* aro, double* out, double* d) {
   using namespace tarn::blending;
   constexpr int kRefused = 2;
-  if (x == nullptr || ron == nullptr || mon == nullptr || ole == nullptr || aro == nullptr ||
-      out == nullptr) {
+  if (x == nullptr || ron == nullptr || mon == nullptr || ole == nullptr || aro == nullptr || out == nullptr) {
     return kRefused;
   }
   const std::size_t count = n > 0 ? static_cast<std::size_t>(n) : 0;
@@ -77,11 +75,9 @@ extern "C" TARN_API int TARN_CALL gfx_Healy(int derivMode, double* x, int n, con
     const double oleShift = ole[i] * ole[i] - m.ole2 - 2.0 * m.ole * (ole[i] - m.ole);
     const double aroShift = aro[i] * aro[i] - m.aro2 - 2.0 * m.aro * (aro[i] - m.aro);
     // Fraction slopes move x_i with the others scaled to keep the sum at one.
-    di[0] = (ron[i] - m.ron) +
-            c[0] * (s * ron[i] - m.sensRon - (ron[i] - m.ron) * m.sens - (s - m.sens) * m.ron) +
+    di[0] = (ron[i] - m.ron) + c[0] * (s * ron[i] - m.sensRon - (ron[i] - m.ron) * m.sens - (s - m.sens) * m.ron) +
             c[1] * oleShift + c[2] * aroShift;
-    di[1] = (mon[i] - m.mon) +
-            c[3] * (s * mon[i] - m.sensMon - (mon[i] - m.mon) * m.sens - (s - m.sens) * m.mon) +
+    di[1] = (mon[i] - m.mon) + c[3] * (s * mon[i] - m.sensMon - (mon[i] - m.mon) * m.sens - (s - m.sens) * m.mon) +
             c[4] * oleShift + aroSquareSlope * aroShift;
     di[2] = x[i] + c[0] * x[i] * (2.0 * ron[i] - mon[i] - m.sens - m.ron);
     di[3] = c[3] * x[i] * (mon[i] - m.mon);

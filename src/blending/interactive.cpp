@@ -5,9 +5,8 @@
 #include "common/missing.h"
 #include "tarn/blending.h"
 
-extern "C" TARN_API double TARN_CALL gfx_Interactive(int derivMode, const double* x, int n,
-                                                     const double* I, const double* p,
-                                                     double* d) {
+extern "C" TARN_API double TARN_CALL gfx_Interactive(int derivMode, const double* x, int n, const double* I,
+                                                     const double* p, double* d) {
   if (n <= 0) return 0.0;
   if (x == nullptr || I == nullptr || p == nullptr) return tarn::kMissing;
   const std::size_t count = static_cast<std::size_t>(n);

@@ -4,8 +4,7 @@
 
 using tarn::kMissing;
 
-extern "C" TARN_API double TARN_CALL gfx_LinearByVolume(const double* volumes, int n,
-                                                        const double* values) {
+extern "C" TARN_API double TARN_CALL gfx_LinearByVolume(const double* volumes, int n, const double* values) {
   if (volumes == nullptr || values == nullptr) return kMissing;
   double volume = 0.0, weighted = 0.0;
   for (int i = 0; i < n; ++i) {
@@ -16,8 +15,7 @@ extern "C" TARN_API double TARN_CALL gfx_LinearByVolume(const double* volumes, i
   return weighted / volume;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_LinearByMass(const double* volumes, int n,
-                                                      const double* gravities,
+extern "C" TARN_API double TARN_CALL gfx_LinearByMass(const double* volumes, int n, const double* gravities,
                                                       const double* values) {
   if (volumes == nullptr || gravities == nullptr || values == nullptr) return kMissing;
   double mass = 0.0, weighted = 0.0;

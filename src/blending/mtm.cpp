@@ -46,8 +46,7 @@ struct InteractionTerm {
   double value, perA, perB;
 };
 
-InteractionTerm interaction(const Composition& c, double e, double f, double g, double h1,
-                            double h2) {
+InteractionTerm interaction(const Composition& c, double e, double f, double g, double h1, double h2) {
   const double dampX = 1.0 + h1 * c.x;
   const double dampY = 1.0 + h2 * c.y;
   InteractionTerm s;
@@ -60,8 +59,7 @@ InteractionTerm interaction(const Composition& c, double e, double f, double g, 
 }  // namespace
 }  // namespace tarn::blending
 
-extern "C" TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, double* out,
-                                           int derivFlag, double* d) {
+extern "C" TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, double* out, int derivFlag, double* d) {
   using namespace tarn::blending;
   const MtmCoefficients k = readCoefficients();
   const Composition c = composition(a, b);
@@ -91,8 +89,7 @@ extern "C" TARN_API int TARN_CALL gfx_MTMF(const double* q, double a, double b, 
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_MTMR(const double* t, double a, double b, double* out,
-                                           int derivFlag, double* s) {
+extern "C" TARN_API int TARN_CALL gfx_MTMR(const double* t, double a, double b, double* out, int derivFlag, double* s) {
   using namespace tarn::blending;
   const MtmCoefficients k = readCoefficients();
   const Composition c = composition(a, b);
@@ -146,14 +143,12 @@ int mtmInCatalogueOrder(double* inputs, double* outputs, int derivFlag, double* 
   return status;
 }
 
-int mtmfCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
+int mtmfCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   // This order, not the input-major one, is what hosts of MTMF read (intended).
   return mtmInCatalogueOrder<gfx_MTMF, 0, 3, 1, 2, 4, 5, 6, 7>(inputs, outputs, derivFlag, derivs);
 }
 
-int mtmrCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
+int mtmrCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   // The correlation's pairs per TRON, OLE, ARO, TMON, input-major in catalogue order.
   return mtmInCatalogueOrder<gfx_MTMR, 0, 1, 6, 7, 2, 3, 4, 5>(inputs, outputs, derivFlag, derivs);
 }

@@ -16,8 +16,7 @@ namespace {
 // on the all-oxygenate branch clears only the slope to the blend index
 // (both intended).
 template <class ToProperty>
-int oxygenateFreeIndex(ToProperty toProperty, bool rvpForm, double* x, double* out, int derivFlag,
-                       double* d) {
+int oxygenateFreeIndex(ToProperty toProperty, bool rvpForm, double* x, double* out, int derivFlag, double* d) {
   putDerivative(d, 2, 0.0);
   const double volume = x[1];
   if (hasNoOxygenate(volume)) {
@@ -52,8 +51,7 @@ int oxygenateFreeIndex(ToProperty toProperty, bool rvpForm, double* x, double* o
 
 }  // namespace
 
-int oxygenateFreePointAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                              double* derivs) {
+int oxygenateFreePointAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const double volume = inputs[1];
   putDerivative(derivs, 2, 0.0);
   if (hasNoOxygenate(volume)) {
@@ -74,16 +72,14 @@ int oxygenateFreePointAdapter(AdapterSettings, double* inputs, double* outputs, 
   return 0;
 }
 
-int oxygenateFreeT90Adapter(AdapterSettings settings, double* inputs, double* outputs,
-                            int derivFlag, double* derivs) {
+int oxygenateFreeT90Adapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   auto toT90 = [unit = settings.unit](double index, int flag, double* d) {
     return gfx_D86one90Blend(unit, index, flag, d);
   };
   return oxygenateFreeIndex(toT90, /*rvpForm=*/false, inputs, outputs, derivFlag, derivs);
 }
 
-int oxygenateFreeRvpAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                            double* derivs) {
+int oxygenateFreeRvpAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   return oxygenateFreeIndex(gfx_RVP, /*rvpForm=*/true, inputs, outputs, derivFlag, derivs);
 }
 

@@ -16,8 +16,8 @@ struct AdapterSettings {
 
 // inputs and outputs in catalogue order; derivs input-major (entry (input j,
 // output k) at j * outputCount + k), filled when derivFlag is non-zero.
-using CatalogueAdapter = int (*)(AdapterSettings settings, double* inputs, double* outputs,
-                                 int derivFlag, double* derivs);
+using CatalogueAdapter = int (*)(AdapterSettings settings, double* inputs, double* outputs, int derivFlag,
+                                 double* derivs);
 
 // Writes one derivative entry when the caller gave an array: some adapters
 // write entries whatever the derivative flag.

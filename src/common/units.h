@@ -19,14 +19,10 @@ inline double celsiusToFahrenheit(double t) { return t * 9.0 / 5.0 + 32.0; }
 inline double fahrenheitToCelsius(double t) { return (t - 32.0) * 5.0 / 9.0; }
 
 // A temperature given in the caller's unit, as degrees Fahrenheit.
-inline double toFahrenheit(double t, char unit) {
-  return isCelsius(unit) ? celsiusToFahrenheit(t) : t;
-}
+inline double toFahrenheit(double t, char unit) { return isCelsius(unit) ? celsiusToFahrenheit(t) : t; }
 
 // A temperature computed in degrees Fahrenheit, in the caller's unit.
-inline double fromFahrenheit(double t, char unit) {
-  return isCelsius(unit) ? fahrenheitToCelsius(t) : t;
-}
+inline double fromFahrenheit(double t, char unit) { return isCelsius(unit) ? fahrenheitToCelsius(t) : t; }
 
 // d(result)/d(temperature input): a slope per degree F becomes a slope per
 // caller degree (x1.8 for Celsius).
@@ -41,13 +37,9 @@ inline double callerDegreesPer(double fahrenheitPerUnit, char unit) {
 }
 
 // A temperature difference in degrees F, expressed in degrees C.
-inline double fahrenheitIntervalToCelsius(double difference) {
-  return difference / kFahrenheitPerCelsius;
-}
+inline double fahrenheitIntervalToCelsius(double difference) { return difference / kFahrenheitPerCelsius; }
 
 // A slope per degree C of temperature difference, as a slope per degree F.
-inline double perFahrenheitFromPerCelsius(double slopePerCelsius) {
-  return slopePerCelsius / kFahrenheitPerCelsius;
-}
+inline double perFahrenheitFromPerCelsius(double slopePerCelsius) { return slopePerCelsius / kFahrenheitPerCelsius; }
 
 }  // namespace tarn

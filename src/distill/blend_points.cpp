@@ -31,9 +31,7 @@ void describeShape(const double* curve, const double* grid, ComponentShape& shap
   }
 }
 
-bool widensLimits(double fraction) {
-  return fraction > 0.0 && fraction > params().genericD86.minVol;
-}
+bool widensLimits(double fraction) { return fraction > 0.0 && fraction > params().genericD86.minVol; }
 
 SearchLimits searchLimits(int n, const double* curves, const double* fractions) {
   SearchLimits limits;
@@ -56,8 +54,8 @@ void setTolerances(SearchLimits& limits) {
 
 bool totalInWindow(double total) { return kSumLow < total && total < kSumHigh; }
 
-int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
-                     FractionRule rule, ComponentShape* shapes) {
+int blendCurvePoints(int n, const double* curves, const double* fractions, double* out, FractionRule rule,
+                     ComponentShape* shapes) {
   double grid[kCurvePoints];
   std::copy(percentGrid(), percentGrid() + kCurvePoints, grid);
   const SearchLimits limits = searchLimits(n, curves, fractions);
@@ -86,23 +84,18 @@ int blendCurvePoints(int n, const double* curves, const double* fractions, doubl
 
 }  // namespace tarn::distill
 
-extern "C" TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves,
-                                                 const double* fractions, double* out) {
+extern "C" TARN_API int TARN_CALL gfx_FindPoints(int n, const double* curves, const double* fractions, double* out) {
   if (curves == nullptr || fractions == nullptr || out == nullptr) return 1;
   return tarn::guarded(1, [&] {
-    tarn::ScratchArray<tarn::distill::ComponentShape, 64> shapes(
-        n > 0 ? static_cast<std::size_t>(n) : 0);
-    return tarn::distill::blendCurvePoints(n, curves, fractions, out,
-                                           tarn::distill::FractionRule::Normalised,
+    tarn::ScratchArray<tarn::distill::ComponentShape, 64> shapes(n > 0 ? static_cast<std::size_t>(n) : 0);
+    return tarn::distill::blendCurvePoints(n, curves, fractions, out, tarn::distill::FractionRule::Normalised,
                                            shapes.data());
   });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_FindPoints2(int n, const double* curves,
-                                                  const double* fractions, double* out) {
+extern "C" TARN_API int TARN_CALL gfx_FindPoints2(int n, const double* curves, const double* fractions, double* out) {
   if (curves == nullptr || fractions == nullptr || out == nullptr) return 0;
   // No scratch: this search allocates nothing at any size.
-  tarn::distill::blendCurvePoints(n, curves, fractions, out, tarn::distill::FractionRule::AsGiven,
-                                  nullptr);
+  tarn::distill::blendCurvePoints(n, curves, fractions, out, tarn::distill::FractionRule::AsGiven, nullptr);
   return 0;
 }

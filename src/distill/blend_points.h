@@ -28,8 +28,7 @@ void describeShape(const double* curve, const double* grid, ComponentShape& shap
 // Percent evaporated at t on a strictly increasing curve, from its shape:
 // the same arithmetic as percentAtTemperature, with each quotient formed
 // once per search.
-inline double percentFromShape(const double* curve, const double* grid,
-                               const ComponentShape& shape, double t) {
+inline double percentFromShape(const double* curve, const double* grid, const ComponentShape& shape, double t) {
   constexpr int last = kCurvePoints - 1;
   if (t < curve[0]) return clampPercent(grid[0] + shape.slope[0] * (t - curve[0]));
   if (t >= curve[last]) {
@@ -45,14 +44,9 @@ inline double percentFromShape(const double* curve, const double* grid,
 // of the components' percents, divided by `divisor`.
 class BlendPercent {
  public:
-  BlendPercent(int n, const double* curves, const double* fractions, const double* grid,
-               double divisor, const ComponentShape* shapes)
-      : n_(n),
-        curves_(curves),
-        fractions_(fractions),
-        grid_(grid),
-        divisor_(divisor),
-        shapes_(shapes) {}
+  BlendPercent(int n, const double* curves, const double* fractions, const double* grid, double divisor,
+               const ComponentShape* shapes)
+      : n_(n), curves_(curves), fractions_(fractions), grid_(grid), divisor_(divisor), shapes_(shapes) {}
 
   // A component whose curve is not strictly increasing adds fraction x 1e30:
   // one bad curve spoils the blend instead of failing it (intended).
@@ -64,9 +58,8 @@ class BlendPercent {
       if (shapes_ != nullptr) {
         percent = shapes_[i].increasing ? percentFromShape(curve, grid_, shapes_[i], t) : kMissing;
       } else {
-        percent = isStrictlyIncreasing(curve, kCurvePoints)
-                      ? percentAtTemperature(curve, grid_, kCurvePoints, t)
-                      : kMissing;
+        percent =
+            isStrictlyIncreasing(curve, kCurvePoints) ? percentAtTemperature(curve, grid_, kCurvePoints, t) : kMissing;
       }
       sum += fractions_[i] * percent;
     }
@@ -90,8 +83,7 @@ class BlendPercent {
 // percentTol, so any reading that compares the same way gives the same
 // answer to the last bit.
 template <class PercentAt>
-double bisectPercent(const PercentAt& percentAt, double q, double lo, double hi, double tol,
-                     double percentTol) {
+double bisectPercent(const PercentAt& percentAt, double q, double lo, double hi, double tol, double percentTol) {
   constexpr int kMaxEvaluations = 100;
   double t = (lo + hi) / 2.0;
   if (std::fabs(q) <= percentTol) return t;
@@ -139,12 +131,10 @@ bool totalInWindow(double total);
 // point upwards from the one below it; locate(q, lo, hi, point) answers the
 // temperature in [lo, hi] where the blend reaches q.
 template <class Locate>
-void searchBlendPoints(const double* grid, const SearchLimits& limits, Locate&& locate,
-                       double* out) {
+void searchBlendPoints(const double* grid, const SearchLimits& limits, Locate&& locate, double* out) {
   constexpr double kAllEvaporated = 100.0;
   out[kIbp] = grid[kIbp] > 0.0 ? locate(grid[kIbp], limits.low, limits.high, kIbp) : limits.low;
-  out[kFbp] = grid[kFbp] < kAllEvaporated ? locate(grid[kFbp], limits.low, limits.high, kFbp)
-                                          : limits.high;
+  out[kFbp] = grid[kFbp] < kAllEvaporated ? locate(grid[kFbp], limits.low, limits.high, kFbp) : limits.high;
   for (int k = 1; k < kFbp; ++k) out[k] = locate(grid[k], out[k - 1], limits.high, k);
 }
 
@@ -153,7 +143,7 @@ void searchBlendPoints(const double* grid, const SearchLimits& limits, Locate&& 
 // when the rule is Normalised and the positive fractions miss the window.
 // `shapes` is scratch for n components, or null to work everything out at
 // each evaluation; the result is the same. Allocates nothing.
-int blendCurvePoints(int n, const double* curves, const double* fractions, double* out,
-                     FractionRule rule, ComponentShape* shapes);
+int blendCurvePoints(int n, const double* curves, const double* fractions, double* out, FractionRule rule,
+                     ComponentShape* shapes);
 
 }  // namespace tarn::distill

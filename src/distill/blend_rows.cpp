@@ -26,12 +26,10 @@ PercentLines linesOf(const double* curve, const double* grid, const ComponentSha
     lines.intercept[m + 1] = grid[m] - shape.slope[m] * curve[m];
   }
   const double first = shape.slope[0], last = shape.slope[kCurvePoints - 2];
-  lines.kink[0] =
-      grid[0] > 0.0 ? (first > 0.0 ? curve[0] - grid[0] / first : -kInfinity) : curve[0];
+  lines.kink[0] = grid[0] > 0.0 ? (first > 0.0 ? curve[0] - grid[0] / first : -kInfinity) : curve[0];
   for (int m = 1; m + 1 < kCurvePoints; ++m) lines.kink[m] = curve[m];
   lines.kink[kFbp] = grid[kFbp] < kAllEvaporated
-                         ? (last > 0.0 ? curve[kFbp - 1] + (kAllEvaporated - grid[kFbp - 1]) / last
-                                       : kInfinity)
+                         ? (last > 0.0 ? curve[kFbp - 1] + (kAllEvaporated - grid[kFbp - 1]) / last : kInfinity)
                          : curve[kFbp];
   for (int m = 0; m <= kCurvePoints; ++m) {
     lines.interceptSize += std::fabs(lines.intercept[m]);
@@ -75,14 +73,18 @@ class RowSum {
   };
   RowSum(const Sum& sum, int i, double oldWeight, const PercentLines& oldLines, double weight,
          const PercentLines& lines, double total)
-      : sum_(sum), i_(i), oldWeight_(oldWeight), oldLines_(oldLines), weight_(weight),
-        lines_(lines), inverseTotal_(1.0 / total) {}
+      : sum_(sum),
+        i_(i),
+        oldWeight_(oldWeight),
+        oldLines_(oldLines),
+        weight_(weight),
+        lines_(lines),
+        inverseTotal_(1.0 / total) {}
 
   Cursor at(double t) const {
     Cursor c;
     const auto below = [](const Kink& k, double x) { return k.t < x; };
-    c.j = static_cast<int>(std::lower_bound(sum_.kinks, sum_.kinks + sum_.count, t, below) -
-                           sum_.kinks);
+    c.j = static_cast<int>(std::lower_bound(sum_.kinks, sum_.kinks + sum_.count, t, below) - sum_.kinks);
     // A component without weight is not in the sum: its old lines count for nothing.
     c.m = oldWeight_ != 0.0 ? pieceOf(oldLines_, t) : 0;
     c.mp = pieceOf(lines_, t);
@@ -110,18 +112,14 @@ class RowSum {
     settle(c);
   }
 
-  double percent(const Cursor& c, double t) const {
-    return (c.intercept + c.slope * t) * inverseTotal_;
-  }
+  double percent(const Cursor& c, double t) const { return (c.intercept + c.slope * t) * inverseTotal_; }
 
  private:
   void settle(Cursor& c) const {
-    c.lower = std::max(c.j > 0 ? sum_.kinks[c.j - 1].t : -kInfinity,
-                       c.mp > 0 ? lines_.kink[c.mp - 1] : -kInfinity);
-    c.upper = std::min(c.j < sum_.count ? sum_.kinks[c.j].t : kInfinity,
-                       c.mp < kCurvePoints ? lines_.kink[c.mp] : kInfinity);
-    c.intercept = sum_.intercepts[c.j] - oldWeight_ * oldLines_.intercept[c.m] +
-                  weight_ * lines_.intercept[c.mp];
+    c.lower = std::max(c.j > 0 ? sum_.kinks[c.j - 1].t : -kInfinity, c.mp > 0 ? lines_.kink[c.mp - 1] : -kInfinity);
+    c.upper =
+        std::min(c.j < sum_.count ? sum_.kinks[c.j].t : kInfinity, c.mp < kCurvePoints ? lines_.kink[c.mp] : kInfinity);
+    c.intercept = sum_.intercepts[c.j] - oldWeight_ * oldLines_.intercept[c.m] + weight_ * lines_.intercept[c.mp];
     c.slope = sum_.slopes[c.j] - oldWeight_ * oldLines_.slope[c.m] + weight_ * lines_.slope[c.mp];
   }
 
@@ -144,8 +142,8 @@ class RowSum {
 // with the exact reading.
 class PointSearch {
  public:
-  PointSearch(const RowSum& sum, const BlendPercent& exact, double bound, double q, double tol,
-              double lo, double hi, double near)
+  PointSearch(const RowSum& sum, const BlendPercent& exact, double bound, double q, double tol, double lo, double hi,
+              double near)
       : sum_(sum), exact_(exact), bound_(bound), q_(q), tol_(tol) {
     piece_[first_] = sum.at(lo <= hi ? std::min(std::max(near, lo), hi) : lo);
     const double margin = 4.0 * bound;
@@ -195,8 +193,8 @@ class PointSearch {
 
 }  // namespace
 
-BlendRows::BlendRows(int n, const double* curves, const double* fractions,
-                     ComponentShape* shapes, const double* blended)
+BlendRows::BlendRows(int n, const double* curves, const double* fractions, ComponentShape* shapes,
+                     const double* blended)
     : n_(n),
       curves_(curves),
       fractions_(fractions),
@@ -208,16 +206,15 @@ BlendRows::BlendRows(int n, const double* curves, const double* fractions,
       slopes_(static_cast<std::size_t>(n) * kCurvePoints + 1) {
   std::copy(blended, blended + kCurvePoints, blended_);
   std::copy(percentGrid(), percentGrid() + kCurvePoints, grid_);
-  allUsable_ = grid_[0] >= 0.0 && grid_[kFbp] <= kAllEvaporated &&
-               std::is_sorted(grid_, grid_ + kCurvePoints) && finite(blended_, kCurvePoints);
+  allUsable_ = grid_[0] >= 0.0 && grid_[kFbp] <= kAllEvaporated && std::is_sorted(grid_, grid_ + kCurvePoints) &&
+               finite(blended_, kCurvePoints);
 
   double intercept = 0.0, slope = 0.0;
   for (int k = 0; k < n; ++k) {
     const double w = fractions[k];
     const double* curve = curves + static_cast<long>(k) * kCurvePoints;
     baseFractions_[k] = w;
-    allUsable_ =
-        allUsable_ && std::isfinite(w) && shapes[k].increasing && finite(curve, kCurvePoints);
+    allUsable_ = allUsable_ && std::isfinite(w) && shapes[k].increasing && finite(curve, kCurvePoints);
     negativeFractions_ += w < 0.0 ? 1 : 0;
     if (w > 0.0) total_ += w;
     if (widensLimits(w)) {
@@ -257,8 +254,7 @@ BlendRows::BlendRows(int n, const double* curves, const double* fractions,
   // The sum's pieces, from the left: crossing a kink moves its component to
   // its next line. Ties may come in any order (the pieces between them are
   // empty); one component's own kinks are strictly increasing.
-  std::sort(kinks_.data(), kinks_.data() + kinkCount_,
-            [](const Kink& a, const Kink& b) { return a.t < b.t; });
+  std::sort(kinks_.data(), kinks_.data() + kinkCount_, [](const Kink& a, const Kink& b) { return a.t < b.t; });
   ScratchArray<int, 64> piece(static_cast<std::size_t>(n));
   for (int k = 0; k < n; ++k) piece[k] = pieceOf(lines_[k], -kInfinity);
   intercepts_[0] = intercept;
@@ -278,8 +274,8 @@ bool BlendRows::usable(int i, double fraction, const ComponentShape& shape) cons
   // The decisions far from a point follow from the blend's percent rising
   // with temperature: no negative fraction.
   const int negative = negativeFractions_ - (baseFractions_[i] < 0.0 ? 1 : 0);
-  return allUsable_ && negative == 0 && fraction >= 0.0 && std::isfinite(fraction) &&
-         shape.increasing && finite(curves_ + static_cast<long>(i) * kCurvePoints, kCurvePoints);
+  return allUsable_ && negative == 0 && fraction >= 0.0 && std::isfinite(fraction) && shape.increasing &&
+         finite(curves_ + static_cast<long>(i) * kCurvePoints, kCurvePoints);
 }
 
 int BlendRows::blend(int i, double* out) {
@@ -319,20 +315,18 @@ int BlendRows::blend(int i, double* out) {
   const BlendPercent exact(n_, curves_, fractions_, grid_, limits.total, shapes_);
   const PercentLines lines = linesOf(curve, grid_, shapes_[i]);
   const double oldWeight = baseFractions_[i];
-  const RowSum sum({kinks_.data(), kinkCount_, intercepts_.data(), slopes_.data()}, i,
-                   oldWeight, lines_[i], fraction, lines, limits.total);
+  const RowSum sum({kinks_.data(), kinkCount_, intercepts_.data(), slopes_.data()}, i, oldWeight, lines_[i], fraction,
+                   lines, limits.total);
   // The most a reading of the sum can differ from the exact one: rounding
   // of the summed pieces, of the changed component's lines and of the
   // component-by-component reading, generously.
-  double temperature =
-      std::max({largestTemperature_, std::fabs(limits.low), std::fabs(limits.high)});
+  double temperature = std::max({largestTemperature_, std::fabs(limits.low), std::fabs(limits.high)});
   for (int p = 0; p < kCurvePoints; ++p) temperature = std::max(temperature, std::fabs(curve[p]));
   const PercentLines& old = lines_[i];
   const double size = interceptSize_ + slopeSize_ * temperature +
                       std::fabs(oldWeight) * (old.interceptSize + old.slopeSize * temperature) +
                       std::fabs(fraction) * (lines.interceptSize + lines.slopeSize * temperature);
-  const double bound =
-      16.0 * kEpsilon * (4.0 * kinkCount_ + n_ + 64.0) * size / std::fabs(limits.total) + 1e-13;
+  const double bound = 16.0 * kEpsilon * (4.0 * kinkCount_ + n_ + 64.0) * size / std::fabs(limits.total) + 1e-13;
 
   const auto locate = [&](double q, double lo, double hi, int point) {
     const PointSearch percentAt(sum, exact, bound, q, limits.percentTol, lo, hi, blended_[point]);

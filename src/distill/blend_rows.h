@@ -43,8 +43,7 @@ class BlendRows {
   // each row changes in place and restores, the components' shapes as
   // blendCurvePoints left them, and the blend's seven points. Allocates
   // nothing up to 64 components.
-  BlendRows(int n, const double* curves, const double* fractions, ComponentShape* shapes,
-            const double* blended);
+  BlendRows(int n, const double* curves, const double* fractions, ComponentShape* shapes, const double* blended);
 
   // The blend with component i's fraction and curve as they now stand (every
   // other component as it was) into out: 0, or 1 with out untouched when the

@@ -64,8 +64,7 @@ double SolvePolynomialNewton(const double* c, int n, double x0) {
 
 Preparation prepareConversion(char unit, const double* in, bool strict, double* fahrenheit) {
   if (in == nullptr) return Preparation::Rejected;
-  const bool ordered =
-      strict ? isStrictlyIncreasing(in, kCurvePoints) : isNonDecreasing(in, kCurvePoints);
+  const bool ordered = strict ? isStrictlyIncreasing(in, kCurvePoints) : isNonDecreasing(in, kCurvePoints);
   if (!ordered) return Preparation::Rejected;
   if (in[kFbp] - in[kIbp] < params().genericD86.dPure) return Preparation::Pure;
   for (int k = 0; k < kCurvePoints; ++k) fahrenheit[k] = toFahrenheit(in[k], unit);

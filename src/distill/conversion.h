@@ -62,9 +62,12 @@ int runConversion(char unit, const double* in, double* out, bool strict, Convert
   double fahrenheit[kCurvePoints];
   if (out == nullptr) return 1;
   switch (prepareConversion(unit, in, strict, fahrenheit)) {
-    case Preparation::Rejected: return 1;
-    case Preparation::Pure: return copyCurve(unit, in, out);
-    case Preparation::Convert: break;
+    case Preparation::Rejected:
+      return 1;
+    case Preparation::Pure:
+      return copyCurve(unit, in, out);
+    case Preparation::Convert:
+      break;
   }
   double result[kCurvePoints];
   convert(fahrenheit, result);

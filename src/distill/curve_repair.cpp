@@ -7,8 +7,8 @@
 
 namespace tarn::distill {
 namespace {
-constexpr double kCurvePush = 0.5;     // degrees, in the caller's unit
-constexpr double kPercentPush = 0.1;   // percent
+constexpr double kCurvePush = 0.5;    // degrees, in the caller's unit
+constexpr double kPercentPush = 0.1;  // percent
 constexpr double kAllEvaporated = 100.0;
 }  // namespace
 
@@ -28,8 +28,7 @@ void repairPercentOff(double* p, int count) {
   }
 }
 
-void convertForwardOrKeep(const ConversionMethod& method, char unit, const double* d86,
-                          double* tbp) {
+void convertForwardOrKeep(const ConversionMethod& method, char unit, const double* d86, double* tbp) {
   if (method.forward(unit, d86, tbp) != 0) std::copy(d86, d86 + kCurvePoints, tbp);
 }
 

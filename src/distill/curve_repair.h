@@ -15,7 +15,6 @@ void repairPercentOff(double* percents, int count);
 
 // Forward conversion of a seven-point curve with a method; a curve the method
 // rejects is passed on as it is.
-void convertForwardOrKeep(const ConversionMethod& method, char unit, const double* d86,
-                          double* tbp);
+void convertForwardOrKeep(const ConversionMethod& method, char unit, const double* d86, double* tbp);
 
 }  // namespace tarn::distill

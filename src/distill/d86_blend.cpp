@@ -63,7 +63,7 @@ struct Rows {
   const double* base;     // and D86
   const ConversionMethod* method;
   char unit;
-  Bracket bracket;        // of the unperturbed blend
+  Bracket bracket;  // of the unperturbed blend
 };
 
 int derivativeRow(const Rows& rows, int component, double h, double* row) {
@@ -81,10 +81,10 @@ int derivativeRow(const Rows& rows, int component, double h, double* row) {
   return status;
 }
 
-int blendD86Curves(int n, const double* fractions, double* curves, double* out, double* derivs,
-                   int methodNumber, int derivFlag, char unit) {
+int blendD86Curves(int n, const double* fractions, double* curves, double* out, double* derivs, int methodNumber,
+                   int derivFlag, char unit) {
   const std::size_t count = static_cast<std::size_t>(n);
-  ScratchArray<double, kInlineComponents * (kCurvePoints + 1)> work(count * (kCurvePoints + 1));
+  ScratchArray<double, kInlineComponents*(kCurvePoints + 1)> work(count * (kCurvePoints + 1));
   ScratchArray<ComponentShape, kInlineComponents> shapes(count);
   double* tbp = work.data();
   double* workFractions = tbp + count * kCurvePoints;
@@ -110,8 +110,7 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
     convertForwardOrKeep(*method, unit, curves + i * kCurvePoints, tbp + i * kCurvePoints);
   }
   double blended[kCurvePoints];
-  if (blendCurvePoints(n, tbp, workFractions, blended, FractionRule::Normalised,
-                       shapes.data()) != 0) {
+  if (blendCurvePoints(n, tbp, workFractions, blended, FractionRule::Normalised, shapes.data()) != 0) {
     return 1;
   }
   double base[kCurvePoints];
@@ -157,12 +156,9 @@ int blendD86Curves(int n, const double* fractions, double* curves, double* out, 
 }  // namespace
 }  // namespace tarn::distill
 
-extern "C" TARN_API int TARN_CALL gfx_D86(int n, const double* fractions, double* curves,
-                                          double* out, double* derivs, int method, int derivFlag,
-                                          char unit) {
+extern "C" TARN_API int TARN_CALL gfx_D86(int n, const double* fractions, double* curves, double* out, double* derivs,
+                                          int method, int derivFlag, char unit) {
   if (n < 1 || fractions == nullptr || curves == nullptr || out == nullptr) return 1;
-  return tarn::guarded(1, [&] {
-    return tarn::distill::blendD86Curves(n, fractions, curves, out, derivs, method, derivFlag,
-                                         unit);
-  });
+  return tarn::guarded(
+      1, [&] { return tarn::distill::blendD86Curves(n, fractions, curves, out, derivs, method, derivFlag, unit); });
 }

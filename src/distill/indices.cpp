@@ -12,7 +12,7 @@
 namespace tarn::distill {
 namespace {
 
-constexpr double kOrderPush = 0.5;        // caller's degrees
+constexpr double kOrderPush = 0.5;         // caller's degrees
 constexpr double kRepairedIndex = 0.0001;  // stands in for an index <= 0
 constexpr double kDifferenceStep = 0.001;  // relative step of gfx_D86BV1
 // psi per kPa: a vapour pressure in kPa times this is in psi.
@@ -26,8 +26,7 @@ enum class Which { T10, T50, T90 };
 // with B = (w mid + lo + hi)/s and D = hi - lo, in degrees F.
 double threePointIndex(Which which, char unit, double lo, double mid, double hi) {
   const ParameterBlock& b = params();
-  const ThreePointIndexParams& set =
-      which == Which::T10 ? b.t10Index : which == Which::T50 ? b.t50Index : b.t90Index;
+  const ThreePointIndexParams& set = which == Which::T10 ? b.t10Index : which == Which::T50 ? b.t50Index : b.t90Index;
   const bool ordered = lo <= mid && mid <= hi;
   if (!ordered) {
     // The T10 index always rejects; the others repair on request.
@@ -51,9 +50,9 @@ double threePointIndex(Which which, char unit, double lo, double mid, double hi)
   const double base = (p[0] * mid + lo + hi) / p[1];
   if (base == 0.0) return which == Which::T10 ? 1.0 : kMissing;
   const double spread = hi - lo;
-  const double index = p[2] + p[3] * base + p[4] * std::pow(base, p[5]) +
-                       p[6] * std::pow(base, p[7]) + p[8] * spread * base + p[9] * spread / base +
-                       p[10] * spread / std::pow(base, p[11]) + p[12] * spread;
+  const double index = p[2] + p[3] * base + p[4] * std::pow(base, p[5]) + p[6] * std::pow(base, p[7]) +
+                       p[8] * spread * base + p[9] * spread / base + p[10] * spread / std::pow(base, p[11]) +
+                       p[12] * spread;
   return fromFahrenheit(index, unit);
 }
 
@@ -88,8 +87,8 @@ extern "C" TARN_API double TARN_CALL gfx_T90Index(char unit, double t10, double 
   return distill::threePointIndex(distill::Which::T90, unit, t10, t50, t90);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_D86BV1(int which, char unit, double t10, double t50,
-                                                double t90, double* derivs) {
+extern "C" TARN_API double TARN_CALL gfx_D86BV1(int which, char unit, double t10, double t50, double t90,
+                                                double* derivs) {
   if (which < 0 || which > 2) return 1.0;
   const auto index = static_cast<distill::Which>(which);
   const double value = distill::threePointIndex(index, unit, t10, t50, t90);
@@ -108,8 +107,7 @@ extern "C" TARN_API double TARN_CALL gfx_D86BV1(int which, char unit, double t10
   return value;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_D86one10Index(char unit, double t10, int derivFlag,
-                                                       double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_D86one10Index(char unit, double t10, int derivFlag, double* derivative) {
   const double slope = tarn::params().d86one10Index[0];
   const double reference = tarn::params().d86one10Index[1];
   const double index = std::exp((reference - tarn::toFahrenheit(t10, unit)) * slope);
@@ -117,8 +115,7 @@ extern "C" TARN_API double TARN_CALL gfx_D86one10Index(char unit, double t10, in
   return index;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_D86one90Index(char unit, double t90, int derivFlag,
-                                                       double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_D86one90Index(char unit, double t90, int derivFlag, double* derivative) {
   const double slope = tarn::params().d86one90Index[0];
   const double reference = tarn::params().d86one90Index[1];
   const double index = std::exp((tarn::toFahrenheit(t90, unit) - reference) * slope);
@@ -126,18 +123,15 @@ extern "C" TARN_API double TARN_CALL gfx_D86one90Index(char unit, double t90, in
   return index;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_D86one10Blend(char unit, double index, int derivFlag,
-                                                       double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_D86one10Blend(char unit, double index, int derivFlag, double* derivative) {
   const double reference = tarn::params().d86one10Blend[0];
   const double slope = tarn::params().d86one10Blend[1];
   if (slope == 0.0 || !distill::usableIndex(index)) return kMissing;
-  distill::writeDerivative(derivFlag, derivative,
-                           tarn::callerDegreesPer(-1.0 / (slope * index), unit));
+  distill::writeDerivative(derivFlag, derivative, tarn::callerDegreesPer(-1.0 / (slope * index), unit));
   return tarn::fromFahrenheit(reference - std::log(index) / slope, unit);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_D86one90Blend(char unit, double index, int derivFlag,
-                                                       double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_D86one90Blend(char unit, double index, int derivFlag, double* derivative) {
   const double reference = tarn::params().d86one90Blend[0];
   const double slope = tarn::params().d86one90Blend[1];
   if (!distill::usableIndex(index)) return kMissing;
@@ -145,8 +139,7 @@ extern "C" TARN_API double TARN_CALL gfx_D86one90Blend(char unit, double index, 
   return tarn::fromFahrenheit(slope * std::log(index) + reference, unit);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_T20Gaussian(double t10, double t30, int derivFlag,
-                                                     double* derivs) {
+extern "C" TARN_API double TARN_CALL gfx_T20Gaussian(double t10, double t30, int derivFlag, double* derivs) {
   const double ratio = tarn::params().t20Gaussian.ratio;
   if (derivFlag != 0 && derivs != nullptr) {
     derivs[0] = 1.0 - ratio;
@@ -155,11 +148,10 @@ extern "C" TARN_API double TARN_CALL gfx_T20Gaussian(double t10, double t30, int
   return t10 + (t30 - t10) * ratio;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rvp, double t10,
-                                             double t50, double* derivs) {
+extern "C" TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rvp, double t10, double t50,
+                                             double* derivs) {
   const double* c = tarn::params().tvl20;
-  const double t = c[0] - c[1] * rvp + c[2] * tarn::toFahrenheit(t10, unit) +
-                   c[3] * tarn::toFahrenheit(t50, unit);
+  const double t = c[0] - c[1] * rvp + c[2] * tarn::toFahrenheit(t10, unit) + c[3] * tarn::toFahrenheit(t50, unit);
   if (derivFlag != 0 && derivs != nullptr) {
     // Only the RVP slope is scaled for Celsius: the temperature slopes are
     // the same per degree C in as out (intended, and exact).
@@ -170,8 +162,8 @@ extern "C" TARN_API double TARN_CALL gfx_TVL(int derivFlag, char unit, double rv
   return tarn::fromFahrenheit(t, unit);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_TVL2(int derivFlag, char unit, double rvp, double t10,
-                                              double t20, double t50, double* derivs) {
+extern "C" TARN_API double TARN_CALL gfx_TVL2(int derivFlag, char unit, double rvp, double t10, double t20, double t50,
+                                              double* derivs) {
   const bool changeData = tarn::params().changeData;
   if (rvp <= distill::kSmallestRvp) {
     if (!changeData) return kMissing;
@@ -193,9 +185,8 @@ extern "C" TARN_API double TARN_CALL gfx_TVL2(int derivFlag, char unit, double r
   return value;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_VaporLockIndex(int derivFlag, char pressureUnit,
-                                                        double vapourPressure, double e70,
-                                                        double* derivs) {
+extern "C" TARN_API double TARN_CALL gfx_VaporLockIndex(int derivFlag, char pressureUnit, double vapourPressure,
+                                                        double e70, double* derivs) {
   const double* c = tarn::params().vaporLockIndex;
   const double toPsi = pressureUnit == 'P' ? 1.0 : distill::kPsiPerKilopascal;
   if (derivFlag != 0 && derivs != nullptr) {

@@ -53,9 +53,8 @@ double percentAtTemperature(const double* curve, const double* grid, int count, 
     return clampPercent(grid[0] + (grid[1] - grid[0]) / (curve[1] - curve[0]) * (t - curve[0]));
   }
   if (t >= curve[last]) {
-    return clampPercent(grid[last - 1] + (grid[last] - grid[last - 1]) /
-                                             (curve[last] - curve[last - 1]) *
-                                             (t - curve[last - 1]));
+    return clampPercent(grid[last - 1] +
+                        (grid[last] - grid[last - 1]) / (curve[last] - curve[last - 1]) * (t - curve[last - 1]));
   }
   for (int k = 1; k < count; ++k) {
     if (t <= curve[k]) return gfx_Interpolate(curve[k - 1], curve[k], grid[k - 1], grid[k], t);
@@ -66,13 +65,12 @@ double percentAtTemperature(const double* curve, const double* grid, int count, 
 double InvertQuadratic3Pt(const double* p, const double* T, double q) {
   const double t0 = T[0], t1 = T[1], t2 = T[2];
   const double p0 = p[0], p1 = p[1], p2 = p[2];
-  const double d = t2 * t2 * t0 + t0 * t0 * t1 + t1 * t1 * t2 - t2 * t2 * t1 - t0 * t0 * t2 -
-                   t1 * t1 * t0;
+  const double d = t2 * t2 * t0 + t0 * t0 * t1 + t1 * t1 * t2 - t2 * t2 * t1 - t0 * t0 * t2 - t1 * t1 * t0;
   const double k2 = (p0 * t1 + p2 * t0 + p1 * t2 - p2 * t1 - p0 * t2 - p1 * t0) / d;
-  const double k1 = (t2 * t2 * p0 + t0 * t0 * p1 + t1 * t1 * p2 - t2 * t2 * p1 - t0 * t0 * p2 -
-                     t1 * t1 * p0) / d;
-  const double k0 = (p1 * t0 * t2 * t2 + t0 * t0 * t1 * p2 + t1 * t1 * p0 * t2 -
-                     t2 * t2 * t1 * p0 - p1 * t2 * t0 * t0 - t1 * t1 * p2 * t0) / d;
+  const double k1 = (t2 * t2 * p0 + t0 * t0 * p1 + t1 * t1 * p2 - t2 * t2 * p1 - t0 * t0 * p2 - t1 * t1 * p0) / d;
+  const double k0 = (p1 * t0 * t2 * t2 + t0 * t0 * t1 * p2 + t1 * t1 * p0 * t2 - t2 * t2 * t1 * p0 - p1 * t2 * t0 * t0 -
+                     t1 * t1 * p2 * t0) /
+                    d;
   constexpr double kNegligible = 1e-7;
   if (std::fabs(k2) > kNegligible) {
     return (std::sqrt(k1 * k1 - 4.0 * k2 * (k0 - q)) - k1) / (2.0 * k2);
@@ -85,14 +83,13 @@ double InvertQuadratic3Pt(const double* p, const double* T, double q) {
 
 using tarn::distill::kCurvePoints;
 
-extern "C" TARN_API double TARN_CALL gfx_Interpolate(double x0, double x1, double y0, double y1,
-                                                     double x) {
+extern "C" TARN_API double TARN_CALL gfx_Interpolate(double x0, double x1, double y0, double y1, double x) {
   if (x0 == x1) return x0 > x ? y0 : y1;
   return (y1 - y0) / (x1 - x0) * (x - x0) + y0;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_Extrapolate(double x0, double x1, double y0, double y1,
-                                                     double lower, double upper, double x) {
+extern "C" TARN_API double TARN_CALL gfx_Extrapolate(double x0, double x1, double y0, double y1, double lower,
+                                                     double upper, double x) {
   const double y = (y1 - y0) / (x1 - x0) * (x - x0) + y0;
   if (lower > y) return lower;
   return std::min(upper, y);
@@ -113,11 +110,9 @@ extern "C" TARN_API double TARN_CALL gfx_DistillCurve(const double* curve, int m
   return std::numeric_limits<double>::quiet_NaN();  // only a NaN percent gets here
 }
 
-extern "C" TARN_API int TARN_CALL gfx_TBPLogInterpolate(const double* curve5, double* out30,
-                                                        double* out70) {
+extern "C" TARN_API int TARN_CALL gfx_TBPLogInterpolate(const double* curve5, double* out30, double* out70) {
   if (curve5 == nullptr) return 0;
-  const double ibp = curve5[0], t10 = curve5[1], t50 = curve5[2], t90 = curve5[3],
-               fbp = curve5[4];
+  const double ibp = curve5[0], t10 = curve5[1], t50 = curve5[2], t90 = curve5[3], fbp = curve5[4];
   if (out30 != nullptr) {
     double t30 = tarn::distill::logLinearEstimate(ibp, t10, t50);
     // An estimate equal to either neighbour is kept; only one strictly
@@ -148,8 +143,8 @@ extern "C" TARN_API int TARN_CALL gfx_TBPLogInterpolate2(double* curve) {
   return 0;
 }
 
-extern "C" TARN_API void TARN_CALL gfx_D86Contract7Pt(int n, double* curve, double* derivs,
-                                                      double* outCurve, double* outDerivs) {
+extern "C" TARN_API void TARN_CALL gfx_D86Contract7Pt(int n, double* curve, double* derivs, double* outCurve,
+                                                      double* outDerivs) {
   using tarn::distill::kFivePointRows;
   using tarn::distill::kFivePointSource;
   if (curve != nullptr) {

@@ -32,8 +32,8 @@ constexpr double kAllVolume = blending::kWholeBlend;
 
 // Curve -> TBP curve -> percents. A curve of other than seven points only
 // reaches here with method 4, which takes it as it is.
-void curveToPercentOffWith(const ConversionMethod& method, const PointSets& sets, char unit,
-                           const double* curve, double* percentOff) {
+void curveToPercentOffWith(const ConversionMethod& method, const PointSets& sets, char unit, const double* curve,
+                           double* percentOff) {
   double tbp[kMaxConfigurableCurvePoints];
   if (sets.curvePoints == kCurvePoints) {
     convertForwardOrKeep(method, unit, curve, tbp);
@@ -45,8 +45,8 @@ void curveToPercentOffWith(const ConversionMethod& method, const PointSets& sets
 
 // Percents -> TBP curve -> curve. No method (null) maps the TBP curve
 // unchanged, like method 4.
-int percentOffToCurveWith(const ConversionMethod* method, const PointSets& sets, char unit,
-                          const double* percentOff, double* curve, bool zeroFirst) {
+int percentOffToCurveWith(const ConversionMethod* method, const PointSets& sets, char unit, const double* percentOff,
+                          double* curve, bool zeroFirst) {
   double tbp[kMaxConfigurableCurvePoints];
   percentOffToCurve(sets, percentOff, tbp, zeroFirst);
   if (method == nullptr || method->reverse == copyCurve) {
@@ -58,8 +58,8 @@ int percentOffToCurveWith(const ConversionMethod* method, const PointSets& sets,
 }
 
 // Derivatives of curve -> percents: row i for curve point i.
-void toPercentOffDerivatives(const ConversionMethod& method, const PointSets& sets, char unit,
-                             const double* curve, const double* base, double* derivs) {
+void toPercentOffDerivatives(const ConversionMethod& method, const PointSets& sets, char unit, const double* curve,
+                             const double* base, double* derivs) {
   double perturbedCurve[kMaxConfigurableCurvePoints];
   double perturbed[kMaxConfigurablePercentOffPoints];
   std::copy(curve, curve + sets.curvePoints, perturbedCurve);
@@ -76,9 +76,8 @@ void toPercentOffDerivatives(const ConversionMethod& method, const PointSets& se
 
 // Percents -> curve with derivatives; the result is the status of the last
 // conversion.
-int fromPercentOff(const ConversionMethod* method, const PointSets& sets, char unit,
-                   const double* percentOff, double* curve, bool zeroFirst, bool wantDerivatives,
-                   double* derivs) {
+int fromPercentOff(const ConversionMethod* method, const PointSets& sets, char unit, const double* percentOff,
+                   double* curve, bool zeroFirst, bool wantDerivatives, double* derivs) {
   double base[kMaxConfigurableCurvePoints];
   int status = percentOffToCurveWith(method, sets, unit, percentOff, base, zeroFirst);
   if (status != 0) return status;
@@ -102,14 +101,14 @@ int fromPercentOff(const ConversionMethod* method, const PointSets& sets, char u
 }
 
 bool configuredCountsValid(const PointSets& sets) {
-  return sets.curvePoints >= 1 && sets.curvePoints <= kMaxConfigurableCurvePoints &&
-         sets.percentOffPoints >= 1 && sets.percentOffPoints <= kMaxConfigurablePercentOffPoints;
+  return sets.curvePoints >= 1 && sets.curvePoints <= kMaxConfigurableCurvePoints && sets.percentOffPoints >= 1 &&
+         sets.percentOffPoints <= kMaxConfigurablePercentOffPoints;
 }
 
 }  // namespace
 
-int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* x, double* outputs,
-                                      int derivFlag, double* derivs) {
+int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* x, double* outputs, int derivFlag,
+                                      double* derivs) {
   constexpr int kInputs = 21, kOutputs = kCurvePoints;
   constexpr int kVolume = 10, kOxygenate = 11;
   if (x == nullptr || outputs == nullptr) return 1;
@@ -157,8 +156,7 @@ int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* x, doubl
 
 namespace distill = tarn::distill;
 
-extern "C" TARN_API int TARN_CALL gfx_D86toPercentOff(int method, double* curve,
-                                                      double* percentOff, char unit,
+extern "C" TARN_API int TARN_CALL gfx_D86toPercentOff(int method, double* curve, double* percentOff, char unit,
                                                       int derivFlag, double* derivs) {
   if (curve == nullptr || percentOff == nullptr) return 1;
   if (gfx_TBPLogInterpolate2(curve) != 0) return 1;
@@ -176,18 +174,15 @@ extern "C" TARN_API int TARN_CALL gfx_D86toPercentOff(int method, double* curve,
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_D86FromPercentOff(int method, int derivFlag,
-                                                        double* percentOff, double* curve,
+extern "C" TARN_API int TARN_CALL gfx_D86FromPercentOff(int method, int derivFlag, double* percentOff, double* curve,
                                                         char unit, double* derivs) {
   if (percentOff == nullptr || curve == nullptr) return 1;
   if (tarn::params().changeData) distill::repairPercentOff(percentOff, distill::kPercentOffPoints);
-  return distill::fromPercentOff(distill::conversionMethod(method), distill::standardPointSets(),
-                                 unit, percentOff, curve, /*zeroFirst=*/false, derivFlag != 0,
-                                 derivs);
+  return distill::fromPercentOff(distill::conversionMethod(method), distill::standardPointSets(), unit, percentOff,
+                                 curve, /*zeroFirst=*/false, derivFlag != 0, derivs);
 }
 
-extern "C" TARN_API int TARN_CALL gfx_ND86toPercentOff(int method, double* curve,
-                                                       double* percentOff, char unit,
+extern "C" TARN_API int TARN_CALL gfx_ND86toPercentOff(int method, double* curve, double* percentOff, char unit,
                                                        int derivFlag, double* derivs) {
   const distill::PointSets sets = distill::configurablePointSets();
   if (!distill::configuredCountsValid(sets)) return distill::kNotConfigured;
@@ -209,8 +204,7 @@ extern "C" TARN_API int TARN_CALL gfx_ND86toPercentOff(int method, double* curve
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_ND86FromPercentOff(int method, int derivFlag,
-                                                         double* percentOff, double* curve,
+extern "C" TARN_API int TARN_CALL gfx_ND86FromPercentOff(int method, int derivFlag, double* percentOff, double* curve,
                                                          char unit, double* derivs) {
   const distill::PointSets sets = distill::configurablePointSets();
   if (!distill::configuredCountsValid(sets)) return distill::kNotConfigured;

@@ -12,7 +12,7 @@ namespace tarn::distill {
 // oxygenate is removed. Derivatives 21 x 7, input-major, zeroed first. It
 // converts with the settings' method and unit (those of D86FROMPERCENTOFF).
 // Returns the status of gfx_D86FromPercentOff.
-int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* inputs, double* outputs,
-                                      int derivFlag, double* derivs);
+int d86FromPercentOffWithoutOxygenate(AdapterSettings settings, double* inputs, double* outputs, int derivFlag,
+                                      double* derivs);
 
 }  // namespace tarn::distill

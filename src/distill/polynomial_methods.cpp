@@ -149,8 +149,8 @@ Fit sixOrderReverseFit() {
 // `zeroOnFlatSegment`: a segment whose D86 difference is exactly 0 puts its
 // outer TBP point at 0 instead of evaluating the fit (ETHYLS; intended, the
 // constant terms would otherwise still act), and later points build on it.
-int convertForward(char unit, const double* d86, double* tbp, const Fit& fit, double gap,
-                   double ibpCap, double fbpCap, bool zeroOnFlatSegment) {
+int convertForward(char unit, const double* d86, double* tbp, const Fit& fit, double gap, double ibpCap, double fbpCap,
+                   bool zeroOnFlatSegment) {
   return runConversion(unit, d86, tbp, /*strict=*/false, [&](double* t, double* out) {
     enforceMinimumGap(t, gap);
     out[kT50] = t[kT50] == 0.0 ? 0.0 : fit.point50(t[kT50]);
@@ -216,8 +216,8 @@ namespace distill = tarn::distill;
 
 extern "C" TARN_API int TARN_CALL gfx_SIXORDERF(char unit, const double* d86, double* tbp) {
   const tarn::SixOrderForwardParams& p = tarn::params().sixOrderForward;
-  return distill::convertForward(unit, d86, tbp, distill::sixOrderForwardFit(), p.gap, p.ibpCap,
-                                 p.fbpCap, /*zeroOnFlatSegment=*/false);
+  return distill::convertForward(unit, d86, tbp, distill::sixOrderForwardFit(), p.gap, p.ibpCap, p.fbpCap,
+                                 /*zeroOnFlatSegment=*/false);
 }
 
 extern "C" TARN_API int TARN_CALL gfx_SIXORDERR(char unit, const double* tbp, double* d86) {
@@ -230,8 +230,8 @@ extern "C" TARN_API int TARN_CALL gfx_SIXORDERR_REV(char unit, const double* tbp
 
 extern "C" TARN_API int TARN_CALL gfx_ETHYLSF(char unit, const double* d86, double* tbp) {
   const tarn::EthylsForwardParams& p = tarn::params().ethylsForward;
-  return distill::convertForward(unit, d86, tbp, distill::ethylsForwardFit(), p.gap, p.ibpCap,
-                                 p.fbpCap, /*zeroOnFlatSegment=*/true);
+  return distill::convertForward(unit, d86, tbp, distill::ethylsForwardFit(), p.gap, p.ibpCap, p.fbpCap,
+                                 /*zeroOnFlatSegment=*/true);
 }
 
 extern "C" TARN_API int TARN_CALL gfx_ETHYLSR(char unit, const double* tbp, double* d86) {

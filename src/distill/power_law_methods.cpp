@@ -49,8 +49,8 @@ extern "C" TARN_API int TARN_CALL gfx_HC94R(char unit, const double* tbp, double
 
 extern "C" TARN_API int TARN_CALL gfx_THREEA11F(char unit, const double* d86, double* tbp) {
   return runConversion(unit, d86, tbp, /*strict=*/false, [&](double* t, double* out) {
-    const double* factor = tarn::params().threeA11;             // a, 7 points
-    const double* exponent = tarn::params().threeA11 + 7;       // b, 7 points
+    const double* factor = tarn::params().threeA11;        // a, 7 points
+    const double* exponent = tarn::params().threeA11 + 7;  // b, 7 points
     enforceMinimumGap(t, tarn::params().threeA11[14]);
     for (int k = 0; k < kCurvePoints; ++k) {
       out[k] = factor[k] * std::pow(t[k] + tarn::kRankineOffset, exponent[k]) - tarn::kRankineOffset;
@@ -64,8 +64,7 @@ extern "C" TARN_API int TARN_CALL gfx_THREEA11R(char unit, const double* tbp, do
     const double* factor = tarn::params().threeA11;
     const double* exponent = tarn::params().threeA11 + 7;
     for (int k = 0; k < kCurvePoints; ++k) {
-      out[k] = std::pow((t[k] + tarn::kRankineOffset) / factor[k], 1.0 / exponent[k]) -
-               tarn::kRankineOffset;
+      out[k] = std::pow((t[k] + tarn::kRankineOffset) / factor[k], 1.0 / exponent[k]) - tarn::kRankineOffset;
     }
   });
 }

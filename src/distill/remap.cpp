@@ -55,8 +55,7 @@ void curveToPercentOff(const PointSets& sets, const double* curve, double* perce
   }
 }
 
-void percentOffToCurve(const PointSets& sets, const double* percentOff, double* curve,
-                       bool zeroFirst) {
+void percentOffToCurve(const PointSets& sets, const double* percentOff, double* curve, bool zeroFirst) {
   const int n = sets.percentOffPoints;
   const int last = sets.curvePoints - 1;
   const double* t = sets.temperatures;

@@ -7,7 +7,7 @@ namespace tarn::distill {
 // A pair of point sets: the percentages of the curve points and the
 // temperatures of the percent-off values.
 struct PointSets {
-  const double* percents;      // curve point percentages
+  const double* percents;  // curve point percentages
   int curvePoints;
   const double* temperatures;  // percent-off temperatures
   int percentOffPoints;
@@ -31,8 +31,7 @@ void curveToPercentOff(const PointSets& sets, const double* curve, double* perce
 // temperatures, and each inner point comes from linear interpolation, or
 // from a quadratic through three percent-off points where the vector curves
 // upwards by more than 2 % per point.
-void percentOffToCurve(const PointSets& sets, const double* percentOff, double* curve,
-                       bool zeroFirst);
+void percentOffToCurve(const PointSets& sets, const double* percentOff, double* curve, bool zeroFirst);
 
 // The seven-point remapping on the standard sets: direction 1 curve ->
 // percent-off vector (source 7 points, target 10), any other direction

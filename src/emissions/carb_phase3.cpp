@@ -32,8 +32,8 @@ constexpr int kCarb4Properties = 8;
 constexpr int kModeLetter = 6;
 
 // RVP ceilings (psi) of the later model by its mode letter.
-constexpr double kWideRvpCeiling = 30.0;       // 'N': no evaporative ceiling
-constexpr double kFlatLimitRvpCeiling = 7.0;   // 'Z'
+constexpr double kWideRvpCeiling = 30.0;      // 'N': no evaporative ceiling
+constexpr double kFlatLimitRvpCeiling = 7.0;  // 'Z'
 
 // Decimal places of each input as the regulation reports it.
 constexpr int kCarb3Decimals[kCarb3Properties] = {2, 0, 0, 1, 1, 1, 1, 0, 2};
@@ -88,8 +88,8 @@ void readProperties(const ModelData& model, const double* in, char unit, Working
 
 // Evaluates with sensitivities as requested and hands back the base
 // evaluation's count; T50/T90 sensitivities per caller degree.
-int evaluateModel(const ModelData& model, const Limits& limits, WorkingState& state, char unit,
-                  int wantDerivatives, double* out, double* deriv) {
+int evaluateModel(const ModelData& model, const Limits& limits, WorkingState& state, char unit, int wantDerivatives,
+                  double* out, double* deriv) {
   double* d = (wantDerivatives != 0) ? deriv : nullptr;
   evaluateWithSensitivities(model, limits, state, d);
   if (d != nullptr) {
@@ -126,8 +126,8 @@ double roundHalfAwayFromZero(double value, int decimals) {
 using namespace tarn;
 using namespace tarn::emissions;
 
-extern "C" TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options,
-                                             const double* in, double* out, double* deriv) {
+extern "C" TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* options, const double* in, double* out,
+                                             double* deriv) {
   namespace pm = tarn::emissions::predictive;
   if (in == nullptr || out == nullptr) return -1;
   // 'Y' selects the evaporative mode ("YES"); 'N' and any other letter the
@@ -153,9 +153,8 @@ extern "C" TARN_API int TARN_CALL gfx_WCARB3(int wantDerivatives, const char* op
   return evaluateModel(model, limits, state, unit, wantDerivatives, out, deriv);
 }
 
-extern "C" TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options,
-                                             const double* in, double* out, double* deriv,
-                                             int* outOfRange) {
+extern "C" TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* options, const double* in, double* out,
+                                             double* deriv, int* outOfRange) {
   namespace pm = tarn::emissions::predictive;
   if (in == nullptr || out == nullptr) return -1;
   const pm::ModelData& model = carbPhase3mModel();
@@ -174,9 +173,15 @@ extern "C" TARN_API int TARN_CALL gfx_WCARB4(int wantDerivatives, const char* op
     ++j;
   }
   switch (optionLetter(options, kModeLetter)) {
-    case 'Y': upper[k4Rvp] = kCarb3Upper[k3Rvp]; break;  // 7.2
-    case 'N': upper[k4Rvp] = kWideRvpCeiling; break;
-    default: upper[k4Rvp] = kFlatLimitRvpCeiling; break;  // 'Z' and anything else
+    case 'Y':
+      upper[k4Rvp] = kCarb3Upper[k3Rvp];
+      break;  // 7.2
+    case 'N':
+      upper[k4Rvp] = kWideRvpCeiling;
+      break;
+    default:
+      upper[k4Rvp] = kFlatLimitRvpCeiling;
+      break;  // 'Z' and anything else
   }
   const pm::Limits limits = pm::limitsFromTable(model, lower, upper);
   const int count = evaluateModel(model, limits, state, unit, wantDerivatives, out, deriv);

@@ -72,36 +72,30 @@ char selectorLetter(const SelectorLetters& sel, int value) {
 
 }  // namespace
 
-int carbCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
+int carbCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   char flags[7] = {};
   flagLetters(params().settings.carb, flags);
-  return runWithMissingAsZero<kCarbInputCount, kCarbOutputs>(inputs, derivFlag, derivs, [&] {
-    gfx_WCARB(derivFlag, flags, inputs, outputs, derivs);
-  });
+  return runWithMissingAsZero<kCarbInputCount, kCarbOutputs>(
+      inputs, derivFlag, derivs, [&] { gfx_WCARB(derivFlag, flags, inputs, outputs, derivs); });
 }
 
-int carb3CatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                          double* derivs) {
+int carb3CatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const int* selectors = params().settings.carb3;
   char options[8] = {};
   flagLetters(selectors, options);
   options[6] = selectors[6] == 1 ? 'N' : 'Y';
-  return runWithMissingAsZero<kCarb3InputCount, kCarbOutputs>(inputs, derivFlag, derivs, [&] {
-    gfx_WCARB3(derivFlag, options, inputs, outputs, derivs);
-  });
+  return runWithMissingAsZero<kCarb3InputCount, kCarbOutputs>(
+      inputs, derivFlag, derivs, [&] { gfx_WCARB3(derivFlag, options, inputs, outputs, derivs); });
 }
 
-int carb3mCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                           double* derivs) {
+int carb3mCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const int* selectors = params().settings.carb3m;
   char options[8] = {};
   flagLetters(selectors, options);
   options[6] = selectors[6] == 1 ? 'N' : selectors[6] == 2 ? 'Y' : 'Z';
   int outOfRange[kCarbInputCount];
-  return runWithMissingAsZero<kCarbInputCount, kCarbOutputs>(inputs, derivFlag, derivs, [&] {
-    gfx_WCARB4(derivFlag, options, inputs, outputs, derivs, outOfRange);
-  });
+  return runWithMissingAsZero<kCarbInputCount, kCarbOutputs>(
+      inputs, derivFlag, derivs, [&] { gfx_WCARB4(derivFlag, options, inputs, outputs, derivs, outOfRange); });
 }
 
 void epaOptionsFromSelectors(char options[8]) {
@@ -110,14 +104,12 @@ void epaOptionsFromSelectors(char options[8]) {
   options[7] = '\0';
 }
 
-int epaCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag,
-                        double* derivs) {
+int epaCatalogueAdapter(AdapterSettings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   if (inputs == nullptr || outputs == nullptr) return 0;
   char options[8];
   epaOptionsFromSelectors(options);
-  return runWithMissingAsZero<kEpaInputCount, kEpaEmissionCount>(inputs, derivFlag, derivs, [&] {
-    gfx_WEPA(derivFlag, options, inputs, outputs, derivs);
-  });
+  return runWithMissingAsZero<kEpaInputCount, kEpaEmissionCount>(
+      inputs, derivFlag, derivs, [&] { gfx_WEPA(derivFlag, options, inputs, outputs, derivs); });
 }
 
 }  // namespace tarn::emissions

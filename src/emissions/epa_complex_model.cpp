@@ -21,7 +21,7 @@ namespace {
 // ---- Fuels and equation terms ---------------------------------------------
 
 struct Fuel {
-  double oxygen;  // total oxygen, wt %
+  double oxygen;               // total oxygen, wt %
   double mtbe, etbe, ethanol;  // oxygen carried by each, wt %
   double sulfur, rvp, e200, e300, aromatics, olefins, benzene;
 };
@@ -50,29 +50,61 @@ constexpr Fuel kWinterBaseline = {0, 0, 0, 0, 338.0, 11.5, 50.0, 83.0, 26.4, 11.
 constexpr double kWinterExhaustRvp = 8.7;
 
 enum class FuelTerm {
-  Oxygen, Mtbe, Etbe, Ethanol, Sulfur, Rvp, E200, E300, Aromatics, Olefins, Benzene,
-  SulfurSquared, E200Squared, E300Squared, AromaticsSquared, OlefinsSquared, AromaticsTimesE300,
+  Oxygen,
+  Mtbe,
+  Etbe,
+  Ethanol,
+  Sulfur,
+  Rvp,
+  E200,
+  E300,
+  Aromatics,
+  Olefins,
+  Benzene,
+  SulfurSquared,
+  E200Squared,
+  E300Squared,
+  AromaticsSquared,
+  OlefinsSquared,
+  AromaticsTimesE300,
 };
 
 double termValue(FuelTerm term, const Fuel& f) {
   switch (term) {
-    case FuelTerm::Oxygen: return f.oxygen;
-    case FuelTerm::Mtbe: return f.mtbe;
-    case FuelTerm::Etbe: return f.etbe;
-    case FuelTerm::Ethanol: return f.ethanol;
-    case FuelTerm::Sulfur: return f.sulfur;
-    case FuelTerm::Rvp: return f.rvp;
-    case FuelTerm::E200: return f.e200;
-    case FuelTerm::E300: return f.e300;
-    case FuelTerm::Aromatics: return f.aromatics;
-    case FuelTerm::Olefins: return f.olefins;
-    case FuelTerm::Benzene: return f.benzene;
-    case FuelTerm::SulfurSquared: return f.sulfur * f.sulfur;
-    case FuelTerm::E200Squared: return f.e200 * f.e200;
-    case FuelTerm::E300Squared: return f.e300 * f.e300;
-    case FuelTerm::AromaticsSquared: return f.aromatics * f.aromatics;
-    case FuelTerm::OlefinsSquared: return f.olefins * f.olefins;
-    case FuelTerm::AromaticsTimesE300: return f.aromatics * f.e300;
+    case FuelTerm::Oxygen:
+      return f.oxygen;
+    case FuelTerm::Mtbe:
+      return f.mtbe;
+    case FuelTerm::Etbe:
+      return f.etbe;
+    case FuelTerm::Ethanol:
+      return f.ethanol;
+    case FuelTerm::Sulfur:
+      return f.sulfur;
+    case FuelTerm::Rvp:
+      return f.rvp;
+    case FuelTerm::E200:
+      return f.e200;
+    case FuelTerm::E300:
+      return f.e300;
+    case FuelTerm::Aromatics:
+      return f.aromatics;
+    case FuelTerm::Olefins:
+      return f.olefins;
+    case FuelTerm::Benzene:
+      return f.benzene;
+    case FuelTerm::SulfurSquared:
+      return f.sulfur * f.sulfur;
+    case FuelTerm::E200Squared:
+      return f.e200 * f.e200;
+    case FuelTerm::E300Squared:
+      return f.e300 * f.e300;
+    case FuelTerm::AromaticsSquared:
+      return f.aromatics * f.aromatics;
+    case FuelTerm::OlefinsSquared:
+      return f.olefins * f.olefins;
+    case FuelTerm::AromaticsTimesE300:
+      return f.aromatics * f.e300;
   }
   return 0.0;
 }
@@ -115,35 +147,36 @@ using T = FuelTerm;
 // ---- Exhaust VOC ----------------------------------------------------------
 
 constexpr Term kVocNormal[] = {
-    {T::Oxygen, -0.003641},   {T::Sulfur, 0.0005219},     {T::Rvp, 0.0289749},
-    {T::E200, -0.014470},     {T::E300, -0.068624},       {T::Aromatics, 0.0323712},
-    {T::Olefins, -0.002858},  {T::E200Squared, 0.0001072}, {T::E300Squared, 0.0004087},
-    {T::AromaticsTimesE300, -0.0003481},
+    {T::Oxygen, -0.003641},      {T::Sulfur, 0.0005219},
+    {T::Rvp, 0.0289749},         {T::E200, -0.014470},
+    {T::E300, -0.068624},        {T::Aromatics, 0.0323712},
+    {T::Olefins, -0.002858},     {T::E200Squared, 0.0001072},
+    {T::E300Squared, 0.0004087}, {T::AromaticsTimesE300, -0.0003481},
 };
 constexpr Term kVocHigher[] = {
-    {T::Oxygen, -0.003626},   {T::Sulfur, -5.40e-5},      {T::Rvp, 0.043295},
-    {T::E200, -0.013504},     {T::E300, -0.062327},       {T::Aromatics, 0.0282042},
-    {T::Olefins, -0.002858},  {T::E200Squared, 0.000106}, {T::E300Squared, 0.000408},
-    {T::AromaticsTimesE300, -0.000287},
+    {T::Oxygen, -0.003626},     {T::Sulfur, -5.40e-5},
+    {T::Rvp, 0.043295},         {T::E200, -0.013504},
+    {T::E300, -0.062327},       {T::Aromatics, 0.0282042},
+    {T::Olefins, -0.002858},    {T::E200Squared, 0.000106},
+    {T::E300Squared, 0.000408}, {T::AromaticsTimesE300, -0.000287},
 };
 
 // Slopes of the exhaust VOC exponent used to extrapolate linearly beyond the
 // allowable ranges. They are the partial derivatives of the equation at the
 // edge fuel with the rounded coefficients that the regulation prints.
 struct VocExtrapolation {
-  double e200PerE200, e200Constant;                     // d/dE200
-  double e300PerE300, e300Constant, e300PerAromatics;   // d/dE300
-  double aromaticsPerE300, aromaticsConstant;           // d/dARO
+  double e200PerE200, e200Constant;                    // d/dE200
+  double e300PerE300, e300Constant, e300PerAromatics;  // d/dE300
+  double aromaticsPerE300, aromaticsConstant;          // d/dARO
 };
 constexpr VocExtrapolation kVocNormalSlopes = {0.0002144, -0.014470, 0.0008174, -0.068624,
                                                -0.000348, -0.000348, 0.0323712};
-constexpr VocExtrapolation kVocHigherSlopes = {0.000212, -0.01350, 0.000816, -0.06233,
-                                               -0.00029, -0.00029, 0.028204};
+constexpr VocExtrapolation kVocHigherSlopes = {0.000212, -0.01350, 0.000816, -0.06233, -0.00029, -0.00029, 0.028204};
 
 struct VocLimits {
-  double e200Ceiling;                   // flat line: higher E200 is evaluated here
+  double e200Ceiling;                              // flat line: higher E200 is evaluated here
   double e300StarIntercept, e300StarPerAromatics;  // aromatics-dependent E300 flat line
-  double oxygenCeiling;                 // flat line in total oxygen
+  double oxygenCeiling;                            // flat line in total oxygen
 };
 // The phase II oxygen flat line at 4.0 wt % dates from the 2011 amendment.
 constexpr VocLimits kVocLimits[2] = {
@@ -152,10 +185,10 @@ constexpr VocLimits kVocLimits[2] = {
 };
 constexpr double kVocE200Floor = 33.0;
 constexpr double kVocE300Floor = 72.0;
-constexpr double kVocE300Ceiling = 94.0;     // where the E300 flat line gives way to extrapolation
-constexpr double kVocE300Counted = 95.0;     // E300 beyond this extrapolates no further
-constexpr double kAromaticsFloor = 18.0;     // VOC and NOx
-constexpr double kAromaticsCounted = 10.0;   // aromatics below this extrapolate no further
+constexpr double kVocE300Ceiling = 94.0;    // where the E300 flat line gives way to extrapolation
+constexpr double kVocE300Counted = 95.0;    // E300 beyond this extrapolates no further
+constexpr double kAromaticsFloor = 18.0;    // VOC and NOx
+constexpr double kAromaticsCounted = 10.0;  // aromatics below this extrapolate no further
 constexpr double kVocAromaticsCeiling = 46.0;
 
 struct Weights {
@@ -219,15 +252,20 @@ double exhaustVocChange(const Fuel& target, const BaselinePair& baseline, int ph
 // ---- NOx --------------------------------------------------------------------
 
 constexpr Term kNoxNormal[] = {
-    {T::Oxygen, 0.0018571},      {T::Sulfur, 0.0006921},  {T::Rvp, 0.0090744},
-    {T::E200, 0.0009310},        {T::E300, 0.0008460},    {T::Aromatics, 0.0083632},
-    {T::Olefins, -0.002774},     {T::SulfurSquared, -6.63e-7},
-    {T::AromaticsSquared, -0.000119}, {T::OlefinsSquared, 0.0003665},
+    {T::Oxygen, 0.0018571},         {T::Sulfur, 0.0006921},       {T::Rvp, 0.0090744},
+    {T::E200, 0.0009310},           {T::E300, 0.0008460},         {T::Aromatics, 0.0083632},
+    {T::Olefins, -0.002774},        {T::SulfurSquared, -6.63e-7}, {T::AromaticsSquared, -0.000119},
+    {T::OlefinsSquared, 0.0003665},
 };
 constexpr Term kNoxHigher[] = {
-    {T::Oxygen, -0.00913},       {T::Sulfur, 0.000252},   {T::Rvp, -0.01397},
-    {T::E200, 0.000931},         {T::E300, -0.00401},     {T::Aromatics, 0.007097},
-    {T::Olefins, -0.00276},      {T::AromaticsSquared, -7.995e-5},
+    {T::Oxygen, -0.00913},
+    {T::Sulfur, 0.000252},
+    {T::Rvp, -0.01397},
+    {T::E200, 0.000931},
+    {T::E300, -0.00401},
+    {T::Aromatics, 0.007097},
+    {T::Olefins, -0.00276},
+    {T::AromaticsSquared, -7.995e-5},
     {T::OlefinsSquared, 0.0003665},
 };
 
@@ -237,10 +275,8 @@ struct NoxExtrapolation {
   double olefinsPerOlefins, olefinsConstant;
 };
 // Printed as 0.000733 in one olefin slope and 0.000732 in the other.
-constexpr NoxExtrapolation kNoxNormalSlopes = {-0.00000133, 0.000692, -0.000238, 0.0083632,
-                                               0.000733, -0.002774};
-constexpr NoxExtrapolation kNoxHigherSlopes = {0.0, 0.000252, -0.0001599, 0.007097,
-                                               0.000732, -0.00276};
+constexpr NoxExtrapolation kNoxNormalSlopes = {-0.00000133, 0.000692, -0.000238, 0.0083632, 0.000733, -0.002774};
+constexpr NoxExtrapolation kNoxHigherSlopes = {0.0, 0.000252, -0.0001599, 0.007097, 0.000732, -0.00276};
 
 constexpr double kNoxAromaticsCeiling[2] = {36.2, 36.8};  // flat line by phase
 constexpr double kNoxOlefinsFloor = 3.77;                 // flat line
@@ -293,25 +329,29 @@ double noxChange(const Fuel& target, const BaselinePair& baseline, int phase) {
 
 constexpr Term kBenzeneNormal[] = {
     {T::Sulfur, 0.0006197}, {T::E200, -0.003376}, {T::Aromatics, 0.0265500}, {T::Benzene, 0.2223900}};
-constexpr Term kBenzeneHigher[] = {{T::Oxygen, -0.096047},   {T::Sulfur, 0.0003370},
-                                   {T::E300, 0.0112510},     {T::Aromatics, 0.0118820},
+constexpr Term kBenzeneHigher[] = {{T::Oxygen, -0.096047},
+                                   {T::Sulfur, 0.0003370},
+                                   {T::E300, 0.0112510},
+                                   {T::Aromatics, 0.0118820},
                                    {T::Benzene, 0.2223180}};
-constexpr Term kFormaldehydeNormal[] = {
-    {T::E300, -0.010226}, {T::Aromatics, -0.007166}, {T::Mtbe, 0.0462131}};
+constexpr Term kFormaldehydeNormal[] = {{T::E300, -0.010226}, {T::Aromatics, -0.007166}, {T::Mtbe, 0.0462131}};
 constexpr Term kFormaldehydeHigher[] = {
     {T::E300, -0.010226}, {T::Aromatics, -0.007166}, {T::Olefins, -0.031352}, {T::Mtbe, 0.0462131}};
-constexpr Term kAcetaldehydeNormal[] = {
-    {T::Sulfur, 0.0002631}, {T::Rvp, 0.0397860}, {T::E300, -0.012172}, {T::Aromatics, -0.005525},
-    {T::Mtbe, -0.009594},   {T::Etbe, 0.3165800}, {T::Ethanol, 0.2492500}};
-constexpr Term kAcetaldehydeHigher[] = {
-    {T::Sulfur, 0.0002627}, {T::E300, -0.012157}, {T::Aromatics, -0.005548},
-    {T::Mtbe, -0.055980},   {T::Etbe, 0.3164665}, {T::Ethanol, 0.2493259}};
-constexpr Term kButadieneNormal[] = {
-    {T::Sulfur, 0.0001552}, {T::E200, -0.007253}, {T::E300, -0.014866},
-    {T::Aromatics, -0.004005}, {T::Olefins, 0.0282350}};
-constexpr Term kButadieneHigher[] = {
-    {T::Oxygen, -0.060771}, {T::E200, -0.007311}, {T::E300, -0.008058},
-    {T::Aromatics, -0.004005}, {T::Olefins, 0.0436960}};
+constexpr Term kAcetaldehydeNormal[] = {{T::Sulfur, 0.0002631},    {T::Rvp, 0.0397860},  {T::E300, -0.012172},
+                                        {T::Aromatics, -0.005525}, {T::Mtbe, -0.009594}, {T::Etbe, 0.3165800},
+                                        {T::Ethanol, 0.2492500}};
+constexpr Term kAcetaldehydeHigher[] = {{T::Sulfur, 0.0002627}, {T::E300, -0.012157}, {T::Aromatics, -0.005548},
+                                        {T::Mtbe, -0.055980},   {T::Etbe, 0.3164665}, {T::Ethanol, 0.2493259}};
+constexpr Term kButadieneNormal[] = {{T::Sulfur, 0.0001552},
+                                     {T::E200, -0.007253},
+                                     {T::E300, -0.014866},
+                                     {T::Aromatics, -0.004005},
+                                     {T::Olefins, 0.0282350}};
+constexpr Term kButadieneHigher[] = {{T::Oxygen, -0.060771},
+                                     {T::E200, -0.007311},
+                                     {T::E300, -0.008058},
+                                     {T::Aromatics, -0.004005},
+                                     {T::Olefins, 0.0436960}};
 
 // Baseline exhaust emissions, mg/mile, [phase - 1][winter].
 using SeasonalBaseline = double[2][2];
@@ -332,8 +372,7 @@ constexpr ToxicSpecies kToxics[4] = {
 // Polycyclic organic matter per unit of modelled exhaust VOC (both mg/mile).
 constexpr double kPomPerExhaustVoc = 0.003355;
 
-double toxicChange(const ToxicSpecies& species, const Fuel& target, const BaselinePair& baseline,
-                   int phase) {
+double toxicChange(const ToxicSpecies& species, const Fuel& target, const BaselinePair& baseline, int phase) {
   const Weights& w = kVocWeights[phase - 1];
   return 100.0 * (w.normal * ratioToBaseline(species.normal, target, baseline.normal) +
                   w.higher * ratioToBaseline(species.higher, target, baseline.higher) - 1.0);
@@ -382,13 +421,18 @@ struct Quadratic {
 enum NonExhaustComponent { kDiurnal, kHotSoak, kRunningLoss, kRefuelling, kNonExhaustComponents };
 // [phase - 1][region 1 or 2][component]
 constexpr Quadratic kNonExhaustVoc[2][2][kNonExhaustComponents] = {
-    {{{0.00736, -0.0790, 0.2553}, {0.01557, -0.1671, 0.5399}, {0.00279, 0.1096, -0.7340},
-      {0.0, 0.006668, -0.0180}},
-     {{0.006818, -0.07682, 0.2610}, {0.014421, -0.16248, 0.5520}, {0.016255, -0.1306, 0.2963},
+    {{{0.00736, -0.0790, 0.2553}, {0.01557, -0.1671, 0.5399}, {0.00279, 0.1096, -0.7340}, {0.0, 0.006668, -0.0180}},
+     {{0.006818, -0.07682, 0.2610},
+      {0.014421, -0.16248, 0.5520},
+      {0.016255, -0.1306, 0.2963},
       {0.0, 0.006668, -0.0180}}},
-    {{{0.007385, -0.08981, 0.3158}, {0.006654, -0.08094, 0.2846}, {0.017768, -0.18746, 0.6146},
+    {{{0.007385, -0.08981, 0.3158},
+      {0.006654, -0.08094, 0.2846},
+      {0.017768, -0.18746, 0.6146},
       {0.0, 0.004767, 0.011859}},
-     {{0.004775, -0.05872, 0.21306}, {0.006078, -0.07474, 0.27117}, {0.016169, -0.17206, 0.56724},
+     {{0.004775, -0.05872, 0.21306},
+      {0.006078, -0.07474, 0.27117},
+      {0.016169, -0.17206, 0.56724},
       {0.0, 0.004767, 0.011859}}},
 };
 
@@ -412,8 +456,7 @@ void nonExhaust(const Fuel& target, int phase, int region, double* voc, double* 
     const Quadratic& q = kNonExhaustVoc[phase - 1][region - 1][k];
     const double gramsPerMile = (q.a * target.rvp + q.b) * target.rvp + q.c;
     const BenzeneFraction& bf = kNonExhaustBenzene[k];
-    const double percentBenzene =
-        target.benzene * (bf.perMtbe * target.mtbe + bf.perRvp * target.rvp + bf.constant);
+    const double percentBenzene = target.benzene * (bf.perMtbe * target.mtbe + bf.perRvp * target.rvp + bf.constant);
     *voc += kMilligramsPerGram * gramsPerMile;
     // g/mile times a percent: x 1000 mg/g / 100 %.
     *benzene += 10.0 * gramsPerMile * percentBenzene;
@@ -491,9 +534,12 @@ bool decodeEpaOptions(const char* options, EpaOptions* decoded) {
 
   if (!isRegionLetter(letter[0])) return false;
   decoded->region = upper(letter[0]);
-  if (letter[1] == '1') decoded->phase = 1;
-  else if (letter[1] == '2') decoded->phase = 2;
-  else return false;
+  if (letter[1] == '1')
+    decoded->phase = 1;
+  else if (letter[1] == '2')
+    decoded->phase = 2;
+  else
+    return false;
   const char season = upper(letter[2]);
   if (season != 'S' && season != 'W') return false;
   decoded->winter = season == 'W';
@@ -519,8 +565,7 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
   const BaselineExponents& baseline = baselineExponents(options.winter);
 
   EpaEvaluation e{};
-  e.exhaustVoc =
-      kExhaustVocBaseline[phase - 1][season] * (1.0 + exhaustVocChange(target, baseline.voc, phase) / 100.0);
+  e.exhaustVoc = kExhaustVocBaseline[phase - 1][season] * (1.0 + exhaustVocChange(target, baseline.voc, phase) / 100.0);
   e.nox = kNoxBaseline[phase - 1][season] * (1.0 + noxChange(target, baseline.nox, phase) / 100.0);
 
   // The toxics equations see aromatics of at least 10 and E300 of at most 95,
@@ -531,8 +576,7 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
   double toxic[4];
   for (int i = 0; i < 4; ++i) {
     const ToxicSpecies& sp = kToxics[i];
-    toxic[i] = sp.baseline[phase - 1][season] *
-               (1.0 + toxicChange(sp, toxicsFuel, baseline.toxic[i], phase) / 100.0);
+    toxic[i] = sp.baseline[phase - 1][season] * (1.0 + toxicChange(sp, toxicsFuel, baseline.toxic[i], phase) / 100.0);
   }
   e.exhaustBenzene = toxic[kBenzeneSpecies];
   e.formaldehyde = toxic[kFormaldehydeSpecies];
@@ -547,15 +591,13 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
   e.absolute[kEpaVoc] = e.exhaustVoc + e.nonExhaustVoc;
   e.absolute[kEpaToxics] = exhaustToxics + e.nonExhaustBenzene;
   e.absolute[kEpaNox] = e.nox;
-  e.absolute[kEpaExhaustBenzene] =
-      e.exhaustBenzene + (options.baselineClass == 'C' ? e.nonExhaustBenzene : 0.0);
+  e.absolute[kEpaExhaustBenzene] = e.exhaustBenzene + (options.baselineClass == 'C' ? e.nonExhaustBenzene : 0.0);
   e.absolute[kEpaExhaustToxics] = exhaustToxics;
 
   // The denominators are the rows of the one baseline table that
   // EPAPERCENT2ABS converts with, so its conversion of these percent changes
   // gives back the absolute emissions above.
-  const EpaBaseline* row =
-      epaBaseline(options.region, phase, options.winter ? 'W' : 'S', options.baselineClass);
+  const EpaBaseline* row = epaBaseline(options.region, phase, options.winter ? 'W' : 'S', options.baselineClass);
   for (int k = 0; k < kEpaEmissionCount; ++k) {
     e.percent[k] = row != nullptr ? percentChange(e.absolute[k], row->value[k]) : kMissing;
   }
@@ -566,8 +608,8 @@ EpaEvaluation evaluateEpaComplexModel(const double* inputs, const EpaOptions& op
 
 using namespace tarn::emissions;
 
-extern "C" TARN_API int TARN_CALL gfx_WEPA(int wantDerivatives, const char* options,
-                                           const double* in, double* out, double* deriv) {
+extern "C" TARN_API int TARN_CALL gfx_WEPA(int wantDerivatives, const char* options, const double* in, double* out,
+                                           double* deriv) {
   if (in == nullptr || out == nullptr) return -1;
   const bool sensitivities = wantDerivatives != 0 && deriv != nullptr;
   EpaModelState& s = epaState;

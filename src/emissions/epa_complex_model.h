@@ -32,8 +32,8 @@ enum EpaResult : int { kEpaVoc = 0, kEpaToxics, kEpaNox, kEpaExhaustBenzene, kEp
 
 // The choices of one evaluation, decoded from the option string.
 struct EpaOptions {
-  char region = 'B';        // 'B' VOC control region 1, 'C' region 2
-  int phase = 2;            // 1 (1995-1999) or 2 (2000 on)
+  char region = 'B';  // 'B' VOC control region 1, 'C' region 2
+  int phase = 2;      // 1 (1995-1999) or 2 (2000 on)
   bool winter = false;
   bool reformulated = true;  // valid ranges of reformulated (else conventional) gasoline
   // 'U': EXB is exhaust benzene; 'C': exhaust plus non-exhaust benzene
@@ -55,7 +55,7 @@ struct EpaEvaluation {
   double acetaldehyde;
   double butadiene;
   double polycyclicOrganicMatter;
-  double nonExhaustBenzene;  // 0 in winter
+  double nonExhaustBenzene;            // 0 in winter
   double absolute[kEpaEmissionCount];  // VOC, TOX, NOX, EXB, EXT
   double percent[kEpaEmissionCount];   // against the baseline table row of the options
 };

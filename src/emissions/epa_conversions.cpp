@@ -23,8 +23,8 @@ char upperLetter(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c -
 
 using namespace tarn::emissions;
 
-extern "C" TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, double* out,
-                                                  int wantDerivatives, double* deriv) {
+extern "C" TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, double* out, int wantDerivatives,
+                                                  double* deriv) {
   if (in == nullptr || out == nullptr) return -1;
   const double* c = tarn::params().e200e300;  // E200 intercept, slope, E300 intercept, slope
   const double t50 = tarn::toFahrenheit(in[0], unit);
@@ -40,11 +40,13 @@ extern "C" TARN_API int TARN_CALL gfx_E200E300EPA(char unit, const double* in, d
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL EPAPERCENT2ABS(
-    const char* region, int regionLength, const char* phase, int phaseLength, const char* season,
-    int seasonLength, const int* direction, const char* baselineClass, int baselineClassLength,
-    const double* voc, const double* tox, const double* nox, const double* exb, const double* ext,
-    double* vocOut, double* toxOut, double* noxOut, double* exbOut, double* extOut) {
+extern "C" TARN_API int TARN_CALL EPAPERCENT2ABS(const char* region, int regionLength, const char* phase,
+                                                 int phaseLength, const char* season, int seasonLength,
+                                                 const int* direction, const char* baselineClass,
+                                                 int baselineClassLength, const double* voc, const double* tox,
+                                                 const double* nox, const double* exb, const double* ext,
+                                                 double* vocOut, double* toxOut, double* noxOut, double* exbOut,
+                                                 double* extOut) {
   const char regionLetter = upperLetter(firstLetter(region, regionLength));
   const char phaseLetter = firstLetter(phase, phaseLength);
   const char seasonLetter = upperLetter(firstLetter(season, seasonLength));

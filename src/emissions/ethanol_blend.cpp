@@ -38,8 +38,8 @@ VolatilityBlend blendVolatility(double R, double T5, double T9, double E) {
     b.slope[2][1] = 0.02579 - 0.05519 * E + 0.03607 * R;
     b.slope[3][1] = 14.875 - 1.6626 * E - 0.3103 * R + 0.06623 * T5 - 0.05519 * T9;
   } else {
-    b.value[1] = 559.276 - 0.5431 * R - 4.1884 * T5 - 0.3957 * T9 + 0.01482 * T5 * T5 -
-                 0.05309 * T5 * R + 0.02884 * T9 * R;
+    b.value[1] =
+        559.276 - 0.5431 * R - 4.1884 * T5 - 0.3957 * T9 + 0.01482 * T5 * T5 - 0.05309 * T5 * R + 0.02884 * T9 * R;
     b.slope[0][1] = 0.02884 * T9 - (0.05309 * T5 + 0.5431);
     b.slope[1][1] = 0.02964 * T5 - 4.1884 - 0.05309 * R;
     b.slope[2][1] = 0.02884 * R - 0.3957;
@@ -101,8 +101,7 @@ void reportOxygenOnce(double* outputs) {
 
 }  // namespace
 
-int carbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
-                           int derivFlag, double* derivs) {
+int carbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   if (!blending::hasNoOxygenate(inputs[3])) {
     return gfx_WCARBOB(derivFlag, settings.unit, inputs, outputs, derivs);
   }
@@ -119,14 +118,13 @@ int carbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* out
 // (inputs 0-6), plus additive offsets for the seven blended outputs (inputs
 // 7-13). In pass-through mode each output is its blendstock value plus its
 // offset.
-int carbob2CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
-                            int derivFlag, double* derivs) {
+int carbob2CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   constexpr int kOffsetFirst = kBlendstockCount;
   const bool wantDerivatives = derivFlag != 0 && derivs != nullptr;
 
   if (params().carbob2Altoxy < 1) {
-    const int status = gfx_WCARBOB2(derivFlag, settings.unit, params().settings.carbob2.eohvol,
-                                    inputs, outputs, derivs, nullptr);
+    const int status =
+        gfx_WCARBOB2(derivFlag, settings.unit, params().settings.carbob2.eohvol, inputs, outputs, derivs, nullptr);
     reportOxygenOnce(outputs);
     for (int k = 0; k < kBlendstockCount; ++k) {
       const double offset = inputs[kOffsetFirst + k];
@@ -158,8 +156,7 @@ int carbob2CatalogueAdapter(AdapterSettings settings, double* inputs, double* ou
   return 0;
 }
 
-int carbob3CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs,
-                            int derivFlag, double* derivs) {
+int carbob3CatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const CorrelationSettings& own = params().settings;
   const double* ethanol = own.carbob3Ethanol;  // ARO BNZ OLF EHO SUL GASSPG ETOHSPG
   // The blend model reads ARO, BNZ, EHO, OLF, SUL, ETOHSPG, GASSPG, -, ALTOXY.
@@ -168,24 +165,20 @@ int carbob3CatalogueAdapter(AdapterSettings settings, double* inputs, double* ou
   // no pass-through switch: ALTOXY 0 always blends.
   const double blendSettings[9] = {ethanol[0], ethanol[1], ethanol[2], ethanol[3], ethanol[4],
                                    ethanol[5], ethanol[6], kMissing,   0.0};
-  const int status = gfx_WCARBOB2(derivFlag, settings.unit, own.carbob3.eohvol, inputs, outputs,
-                                  derivs, blendSettings);
+  const int status = gfx_WCARBOB2(derivFlag, settings.unit, own.carbob3.eohvol, inputs, outputs, derivs, blendSettings);
   reportOxygenOnce(outputs);
   return status;
 }
 
-int rbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
+int rbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const ParameterBlock& p = params();
   const EthanolBlendParams& ethanol = p.rbob;
   // The model's order: oxygen before olefins, ethanol gravity before blendstock
   // gravity, then E200 and E300 lines and the RVP transform.
-  const double rbobSettings[13] = {ethanol.aro,     ethanol.bnz,     ethanol.eho, ethanol.olf,
-                                   ethanol.sul,     ethanol.etohspg, ethanol.gasspg,
-                                   p.rbobP[0],      p.rbobP[1],      p.rbobP[2],  p.rbobP[3],
-                                   p.rbobP[4],      p.rbobP[5]};
-  return gfx_WRBOB(derivFlag, settings.unit, p.settings.rbobEohvol, inputs, outputs, derivs,
-                   rbobSettings);
+  const double rbobSettings[13] = {ethanol.aro,     ethanol.bnz,    ethanol.eho, ethanol.olf, ethanol.sul,
+                                   ethanol.etohspg, ethanol.gasspg, p.rbobP[0],  p.rbobP[1],  p.rbobP[2],
+                                   p.rbobP[3],      p.rbobP[4],     p.rbobP[5]};
+  return gfx_WRBOB(derivFlag, settings.unit, p.settings.rbobEohvol, inputs, outputs, derivs, rbobSettings);
 }
 
 }  // namespace tarn::emissions
@@ -193,8 +186,8 @@ int rbobCatalogueAdapter(AdapterSettings settings, double* inputs, double* outpu
 using namespace tarn;
 using namespace tarn::emissions;
 
-extern "C" TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double* in,
-                                              double* out, double* deriv) {
+extern "C" TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, const double* in, double* out,
+                                              double* deriv) {
   (void)unit;  // this model always works in degrees F
   if (in == nullptr || out == nullptr) return -1;
   const double ethanol = in[3];
@@ -208,9 +201,8 @@ extern "C" TARN_API int TARN_CALL gfx_WCARBOB(int wantDerivatives, char unit, co
   return (ethanol < kVolatilityMinimumEthanol || ethanol > kVolatilityMaximumEthanol) ? 1 : 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethanolPct,
-                                               const double* in, double* out, double* deriv,
-                                               const double* overrides) {
+extern "C" TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, double ethanolPct, const double* in,
+                                               double* out, double* deriv, const double* overrides) {
   if (in == nullptr || out == nullptr) return -1;
   const EthanolBlendParams& group = params().carbob2;
   const double aro = overrideOr(overrides, 0, group.aro);
@@ -237,8 +229,7 @@ extern "C" TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, d
   }
 
   const double w = 100.0 - E;
-  const VolatilityBlend blend =
-      blendVolatility(in[0], toFahrenheit(in[1], unit), toFahrenheit(in[2], unit), E);
+  const VolatilityBlend blend = blendVolatility(in[0], toFahrenheit(in[1], unit), toFahrenheit(in[2], unit), E);
   out[kOutRvp] = blend.value[0];
   out[kOutT50] = fromFahrenheit(blend.value[1], unit);
   out[kOutT90] = fromFahrenheit(blend.value[2], unit);
@@ -246,9 +237,8 @@ extern "C" TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, d
   out[kOutBnz] = (w * in[4] + bnz * E) / 100.0;
   out[kOutOlf] = (w * in[5] + olf * E) / 100.0;
   // A non-positive ethanol oxygen is the blend's oxygen itself, negated.
-  const double oxygen = eho > 0.0 ? ((100.0 - aro - bnz - olf) / 100.0) * eho * E * etohspg /
-                                        (w * gasspg + E * etohspg)
-                                  : -eho;
+  const double oxygen =
+      eho > 0.0 ? ((100.0 - aro - bnz - olf) / 100.0) * eho * E * etohspg / (w * gasspg + E * etohspg) : -eho;
   out[kOutOxy] = out[kOutOxy2] = oxygen;
   const double sulfurWeight = w * kSulfurBlendstockGravity;
   const double sulfurDenominator = kSulfurEthanolGravity * E + sulfurWeight;
@@ -274,9 +264,8 @@ extern "C" TARN_API int TARN_CALL gfx_WCARBOB2(int wantDerivatives, char unit, d
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, double ethanolPct,
-                                            const double* in, double* out, double* deriv,
-                                            const double* overrides) {
+extern "C" TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, double ethanolPct, const double* in,
+                                            double* out, double* deriv, const double* overrides) {
   if (in == nullptr || out == nullptr) return -1;
   const EthanolBlendParams& group = params().rbob;
   const double* coefficients = params().rbobP;  // E200 a, b, E300 a, b, RVP addend, multiplier
@@ -288,17 +277,19 @@ extern "C" TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, doub
   const double rvpMultiplier = overrideOr(overrides, 12, coefficients[5]);
   // The E200 slope travels in the ALTOXY place of the blend model: a slope of
   // 1 or more passes the blendstock through. This coupling is intended.
-  const double blendSettings[9] = {
-      overrideOr(overrides, 0, group.aro),     overrideOr(overrides, 1, group.bnz),
-      overrideOr(overrides, 2, group.eho),     overrideOr(overrides, 3, group.olf),
-      overrideOr(overrides, 4, group.sul),     overrideOr(overrides, 5, group.etohspg),
-      overrideOr(overrides, 6, group.gasspg),  e200Intercept,
-      e200Slope};
+  const double blendSettings[9] = {overrideOr(overrides, 0, group.aro),
+                                   overrideOr(overrides, 1, group.bnz),
+                                   overrideOr(overrides, 2, group.eho),
+                                   overrideOr(overrides, 3, group.olf),
+                                   overrideOr(overrides, 4, group.sul),
+                                   overrideOr(overrides, 5, group.etohspg),
+                                   overrideOr(overrides, 6, group.gasspg),
+                                   e200Intercept,
+                                   e200Slope};
 
   const bool derivativesWanted = wantDerivatives != 0 && deriv != nullptr;
   double blendDeriv[kBlendstockCount * kBlendOutputCount];
-  const int status = gfx_WCARBOB2(derivativesWanted ? 1 : 0, unit, ethanolPct, in, out, blendDeriv,
-                                  blendSettings);
+  const int status = gfx_WCARBOB2(derivativesWanted ? 1 : 0, unit, ethanolPct, in, out, blendDeriv, blendSettings);
   if (status != 0) return status;
 
   const double sulfur = out[kOutSul];
@@ -322,8 +313,7 @@ extern "C" TARN_API int TARN_CALL gfx_WRBOB(int wantDerivatives, char unit, doub
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors,
-                                                         const double* overrides) {
+extern "C" TARN_API int TARN_CALL gfx_WCARBOB2CalcOffset(double* offsets, double* factors, const double* overrides) {
   (void)overrides;  // the offsets are those of the standard ethanol, whatever is passed
   const double e = kStandardEthanolPercent / 100.0;
   const EthanolBlendParams& eth = kStandardEthanol;

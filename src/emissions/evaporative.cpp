@@ -25,8 +25,7 @@ bool isUnset(double temperature) { return temperature > kUnsetAbove; }
 }  // namespace
 }  // namespace tarn::emissions
 
-extern "C" TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out,
-                                                  double* deriv) {
+extern "C" TARN_API int TARN_CALL gfx_Evaporative(int wantDerivatives, double* curve, double* out, double* deriv) {
   using namespace tarn::emissions;
   const tarn::ParameterBlock& block = tarn::params();
   int n = block.evaporative.npts;

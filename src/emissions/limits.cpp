@@ -69,8 +69,8 @@ constexpr int kEpaExtendedQuestion = 5;
 
 using namespace tarn::emissions;
 
-extern "C" TARN_API int TARN_CALL gfx_getCorLimits(const char* model, tarn_LimitsAnswer answer,
-                                                   double* lower, double* upper, int n) {
+extern "C" TARN_API int TARN_CALL gfx_getCorLimits(const char* model, tarn_LimitsAnswer answer, double* lower,
+                                                   double* upper, int n) {
   const Model which = modelNamed(model);
   if (which == Model::Unknown || lower == nullptr || upper == nullptr) return -1;
 

@@ -20,9 +20,9 @@ extern const double kCarb3Upper[kCarb3InputCount];
 // EPA complex model: MTO, ETO, EHO, TMO, SUL, RVP, E20, E30, ARO, OLF, BNZ.
 inline constexpr int kEpaInputCount = 11;
 enum class EpaRangeTable {
-  Reformulated = 0,   // table 1: reformulated gasoline
-  Conventional = 1,   // table 2: conventional gasoline
-  Extended = 2,       // table 3: the wider range answered for option question 5 = "S"
+  Reformulated = 0,  // table 1: reformulated gasoline
+  Conventional = 1,  // table 2: conventional gasoline
+  Extended = 2,      // table 3: the wider range answered for option question 5 = "S"
 };
 struct EpaRange {
   double lower[kEpaInputCount];

@@ -18,8 +18,7 @@ constexpr double kRelativeStep = 1e-6;
 
 WorkingState theWorkingState;
 
-void expandTerms(const ModelData& model, const StandardizationSet& set, const double* fuel,
-                 double* terms) {
+void expandTerms(const ModelData& model, const StandardizationSet& set, const double* fuel, double* terms) {
   double z[kMaxProperties];
   for (int i = 0; i < model.propertyCount; ++i) {
     z[i] = set.fixed[i] ? set.fixedZ[i] : (fuel[i] - set.mean[i]) / set.sd[i];
@@ -136,8 +135,8 @@ void runRegressions(const ModelData& model, WorkingState& s, bool referenceKnown
   }
   for (int r = 0; r < model.regressionCount; ++r) {
     const Regression& reg = model.regressions[r];
-    s.candidateEmission[r] = std::exp(
-        regression(model, r, s.candidateTerms[reg.standardization][reg.candidateVariant]));
+    s.candidateEmission[r] =
+        std::exp(regression(model, r, s.candidateTerms[reg.standardization][reg.candidateVariant]));
     s.percentChange[r] = (s.candidateEmission[r] - s.referenceEmission[r]) / s.referenceEmission[r] * 100.0;
   }
   combineResults(model, s);
@@ -174,8 +173,7 @@ void setFlags(const ModelData& model, const char* flags, WorkingState& state) {
 
 namespace {
 
-void evaluateFuel(const ModelData& model, const Limits& limits, WorkingState& s,
-                  bool referenceKnown) {
+void evaluateFuel(const ModelData& model, const Limits& limits, WorkingState& s, bool referenceKnown) {
   const int n = model.propertyCount;
   // The per-property adjustment has no source of rows: it stays at 1 and 0,
   // but is applied and undone so that a source can be added.
@@ -197,12 +195,9 @@ void evaluateFuel(const ModelData& model, const Limits& limits, WorkingState& s,
 
 }  // namespace
 
-void evaluate(const ModelData& model, const Limits& limits, WorkingState& s) {
-  evaluateFuel(model, limits, s, false);
-}
+void evaluate(const ModelData& model, const Limits& limits, WorkingState& s) { evaluateFuel(model, limits, s, false); }
 
-void evaluateWithSensitivities(const ModelData& model, const Limits& limits, WorkingState& s,
-                               double* deriv) {
+void evaluateWithSensitivities(const ModelData& model, const Limits& limits, WorkingState& s, double* deriv) {
   evaluate(model, limits, s);
   s.baseOutOfRangeCount = s.outOfRangeCount;
   for (int i = 0; i < model.propertyCount; ++i) s.baseOutOfRange[i] = s.outOfRange[i];

@@ -180,7 +180,6 @@ void evaluate(const ModelData& model, const Limits& limits, WorkingState& state)
 // afterwards; state.outOfRange* those of the last evaluation made and
 // state.baseOutOfRange* those of the fuel itself. Without a regression table
 // the sensitivities are 0.
-void evaluateWithSensitivities(const ModelData& model, const Limits& limits, WorkingState& state,
-                               double* deriv);
+void evaluateWithSensitivities(const ModelData& model, const Limits& limits, WorkingState& state, double* deriv);
 
 }  // namespace tarn::emissions::predictive

@@ -19,8 +19,7 @@ namespace tarn::frame {
 // Each row's evaluation under its NaN rule, with the arguments of
 // gfx_tarnGenCalc.
 template <int I>
-int evaluateByRule(int /*index*/, int derivFlag, int /*direction*/, double* inputs,
-                   double* outputs, double* derivs) {
+int evaluateByRule(int /*index*/, int derivFlag, int /*direction*/, double* inputs, double* outputs, double* derivs) {
   return evaluateUnderNaNRule<kCatalogueRows, I>(inputs, outputs, derivFlag, derivs);
 }
 
@@ -31,21 +30,26 @@ constexpr ParameterBlock& P = detail::parameterBlock;
 // ---- Building blocks of the table -------------------------------------
 
 template <std::size_t N>
-constexpr NameList names(const char* const (&list)[N]) { return {list, static_cast<int>(N)}; }
-
-constexpr CoefficientRun single(const char* name, const void* field) {
-  return {name, 0, 0, 0, field};
+constexpr NameList names(const char* const (&list)[N]) {
+  return {list, static_cast<int>(N)};
 }
-constexpr CoefficientRun numbered(const char* prefix, int first, int count, const void* field,
-                                  int digits = 0) {
+
+constexpr CoefficientRun single(const char* name, const void* field) { return {name, 0, 0, 0, field}; }
+constexpr CoefficientRun numbered(const char* prefix, int first, int count, const void* field, int digits = 0) {
   return {prefix, first, count, digits, field};
 }
 // Each correlation has its own unit flag and method setting, at its index.
 template <int I>
-constexpr CoefficientRun corf() { return single("CORF", &P.settings.corf[I]); }
+constexpr CoefficientRun corf() {
+  return single("CORF", &P.settings.corf[I]);
+}
 template <int I>
-constexpr CoefficientRun typcor() { return single("TYPCOR", &P.settings.typcor[I]); }
+constexpr CoefficientRun typcor() {
+  return single("TYPCOR", &P.settings.typcor[I]);
+}
 
+// The property lists, coefficient runs and evaluators the rows name: kept as laid out by hand.
+// clang-format off
 // ---- Property ids ---------------------------------------------------------
 
 constexpr const char* kD86Curve[] = {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"};
@@ -508,12 +512,27 @@ struct RowBuilder {
   }
   constexpr operator CorrelationRow() const { return r; }
 };
+// clang-format on
 
 template <int I>
 constexpr RowBuilder row(const char* id, int type) {
-  return {{I, id, type, {}, {}, {nullptr, 0}, kNoPair, 0, I, {nullptr, 0}, nullptr, nullptr,
-           InputRewrite::Never, NaNRule::Undefined, &evaluateByRule<I>,
-           {nullptr, nullptr, false}, nullptr}};
+  return {{I,
+           id,
+           type,
+           {},
+           {},
+           {nullptr, 0},
+           kNoPair,
+           0,
+           I,
+           {nullptr, 0},
+           nullptr,
+           nullptr,
+           InputRewrite::Never,
+           NaNRule::Undefined,
+           &evaluateByRule<I>,
+           {nullptr, nullptr, false},
+           nullptr}};
 }
 
 constexpr int kGeneral = TARN_TYPE_GENERAL;
@@ -525,6 +544,8 @@ constexpr int kPropertyToIndex = TARN_TYPE_PROPERTY_TO_INDEX;
 
 // ---- The catalogue ----------------------------------------------------------
 
+// One row per correlation: kept as laid out by hand.
+// clang-format off
 extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<0>("TVL", kGeneral).in(kTvlIn).out(kTvl).kind(kTvlKind).coefficients(kTvlCoefs)
         .by(kEvaluateTvl).from(kD4814TvL),
@@ -675,6 +696,7 @@ extern constexpr CorrelationRow kCatalogueRows[kCatalogueSize] = {
     row<56>("T20GAUSS", kGeneral).in(kT10T30).out(kT20).kind(kFrontEnd)
         .coefficients(kT20GaussCoefs).by(kEvaluateT20Gauss).from(kNoSource),
 };
+// clang-format on
 
 // Every row computes, with its index at its position: evaluation by index
 // goes straight to a row's evaluator.

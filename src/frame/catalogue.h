@@ -18,7 +18,7 @@ namespace tarn::frame {
 struct CoefficientRun {
   const char* name;  // the name, or the prefix of a run
   int first;
-  int count;         // 0: a single coefficient
+  int count;  // 0: a single coefficient
   int digits;
   const void* field;  // the viewed element (the first of a run)
 };
@@ -65,20 +65,17 @@ struct CorrelationRow;
 // Evaluates a correlation from the catalogue's flat arrays: unpacks inputs,
 // passes the row's settings, fills outputs and (when derivFlag is non-zero)
 // the input-major derivative array. Returns the status.
-using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs,
-                          int derivFlag, double* derivs);
+using Evaluator = int (*)(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag, double* derivs);
 
 // A correlation of one output, computed as its value: the missing value is
 // its status 1.
-using SingleValue = double (*)(const CorrelationRow& row, const double* inputs, int derivFlag,
-                               double* derivs);
+using SingleValue = double (*)(const CorrelationRow& row, const double* inputs, int derivFlag, double* derivs);
 
 // A row's evaluation under its NaN rule, its row bound in: what evaluation
 // by index calls once it has found the row. It takes the arguments of
 // gfx_tarnGenCalc as they come (index and direction are not read), so that
 // the entry point hands a call on as it stands.
-using RowEvaluation = int (*)(int index, int derivFlag, int direction, double* inputs,
-                              double* outputs, double* derivs);
+using RowEvaluation = int (*)(int index, int derivFlag, int direction, double* inputs, double* outputs, double* derivs);
 
 inline constexpr int kNoPair = -1;
 
@@ -93,8 +90,8 @@ struct CorrelationRow {
   int slackCount;      // trailing inputs that are slack values (offsets added to outputs)
   int settingsSource;  // the correlation whose CORF and TYPCOR this one uses
   CoefficientList coefficients;
-  Evaluator compute;   // unpacks the inputs and calls the correlation
-  SingleValue value;   // the correlation of a one-output row (compute stores it), or null
+  Evaluator compute;            // unpacks the inputs and calls the correlation
+  SingleValue value;            // the correlation of a one-output row (compute stores it), or null
   InputRewrite rewritesInputs;  // a second run on copies needs the inputs kept when they may change
   NaNRule nanRule;
   RowEvaluation evaluate;  // compute under the NaN rule: what evaluation by index calls
@@ -103,7 +100,6 @@ struct CorrelationRow {
 };
 
 inline constexpr int kCatalogueSize = kCorrelationCount;
-
 
 // The table itself (catalogue.cpp). Every row has a type from -7 to -4
 // (checked where the table is built).

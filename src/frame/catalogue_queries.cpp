@@ -21,8 +21,7 @@ void put(T* destination, T value) {
 // The input-id, output-id and kind queries: the count query first (a bad
 // index fails there), then k against the count, then the index again.
 template <class CountQuery>
-const CorrelationRow* checkedPosition(CountQuery countQuery, int index, int k, int badPosition,
-                                      int& status) {
+const CorrelationRow* checkedPosition(CountQuery countQuery, int index, int k, int badPosition, int& status) {
   int count = 0;
   if (countQuery(index, &count) != TARN_STATUS_OK) {
     status = TARN_STATUS_BAD_CORRELATION;

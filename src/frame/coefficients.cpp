@@ -23,8 +23,7 @@ struct Viewed {
 Viewed viewed(const Coefficient& c) {
   Viewed v{nullptr, 0};
   const fields::Field* first = fields::containing(c.run->field, v.element);
-  const char* address = static_cast<const char*>(c.run->field) +
-                        c.position * fields::elementSize(first->slot.type);
+  const char* address = static_cast<const char*>(c.run->field) + c.position * fields::elementSize(first->slot.type);
   v.field = fields::containing(address, v.element);
   return v;
 }

@@ -27,8 +27,7 @@ bool callable(const double* inputs, const double* outputs, int derivFlag, const 
   return inputs != nullptr && outputs != nullptr && (derivFlag == 0 || derivs != nullptr);
 }
 
-int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag,
-                 double* derivs) {
+int calculateRow(const CorrelationRow& row, double* inputs, double* outputs, int derivFlag, double* derivs) {
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
   return row.evaluate(row.index, derivFlag, 0, inputs, outputs, derivs);
@@ -38,8 +37,7 @@ int typeOf(const CorrelationRow* row) { return row != nullptr ? row->type : TARN
 
 }  // namespace
 
-int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag,
-                         double* derivs) {
+int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFlag, double* derivs) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   if (row == nullptr) return TARN_STATUS_BAD_CORRELATION;
   return calculateRow(*row, inputs, outputs, derivFlag, derivs);
@@ -47,8 +45,8 @@ int tarn_CalcCorrelation(int index, double* inputs, double* outputs, int derivFl
 
 namespace tarn::frame {
 
-int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs,
-                      int derivFlag, double* derivs) {
+int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs, int derivFlag,
+                      double* derivs) {
   const std::size_t inputCount = static_cast<std::size_t>(row.inputs.count);
   const std::size_t outputCount = static_cast<std::size_t>(row.outputs.count);
   const std::size_t derivCount = derivFlag != 0 ? inputCount * outputCount : 0;
@@ -81,8 +79,7 @@ namespace {
 // Type 1: the slope of output 0 to input 0 by a forward difference against
 // the output the caller already holds. The step is formed as a difference of
 // representable numbers so that it is exactly the step taken.
-int singleValueSlope(const CorrelationRow* row, int derivFlag, double* inputs, double* outputs,
-                     double* derivs) {
+int singleValueSlope(const CorrelationRow* row, int derivFlag, double* inputs, double* outputs, double* derivs) {
   if (derivFlag == 0) return TARN_STATUS_OK;
   if (derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
   if (inputs == nullptr || outputs == nullptr || row == nullptr) {
@@ -103,8 +100,8 @@ int singleValueSlope(const CorrelationRow* row, int derivFlag, double* inputs, d
 
 }  // namespace
 
-int calculateByType(int type, bool complex, const CorrelationRow* row, int derivFlag,
-                    double* inputs, double* outputs, double* derivs) {
+int calculateByType(int type, bool complex, const CorrelationRow* row, int derivFlag, double* inputs, double* outputs,
+                    double* derivs) {
   switch (type) {
     case TARN_TYPE_SINGLE_VALUE:
       return singleValueSlope(row, derivFlag, inputs, outputs, derivs);
@@ -143,8 +140,8 @@ namespace {
 // The refusals and the type handling, out of line so that the common call
 // below stays a few instructions long. It takes the arguments of
 // gfx_tarnGenCalc as they come, as the rows' evaluations do.
-TARN_OUT_OF_LINE int otherCalculation(int index, int derivFlag, int /*direction*/, double* inputs,
-                                      double* outputs, double* derivs) {
+TARN_OUT_OF_LINE int otherCalculation(int index, int derivFlag, int /*direction*/, double* inputs, double* outputs,
+                                      double* derivs) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   return tarn::frame::calculateByType(typeOf(row), false, row, derivFlag, inputs, outputs, derivs);
 }
@@ -153,9 +150,8 @@ TARN_OUT_OF_LINE int otherCalculation(int index, int derivFlag, int /*direction*
 
 // Every built-in row has a computed type, so a call with its arrays in place
 // goes straight to the row's evaluation.
-extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction,
-                                                  double* inputs, double* outputs,
-                                                  double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int direction, double* inputs,
+                                                  double* outputs, double* derivs) {
   if (tarn::frame::inCatalogue(index) && callable(inputs, outputs, derivFlag, derivs)) {
     const tarn::frame::RowEvaluation evaluate = tarn::frame::kRowEvaluations.byIndex[index];
     return evaluate(index, derivFlag, direction, inputs, outputs, derivs);
@@ -163,9 +159,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalc(int index, int derivFlag, int 
   return otherCalculation(index, derivFlag, direction, inputs, outputs, derivs);
 }
 
-extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows,
-                                                       const double* inputs, double* outputs,
-                                                       double* derivs, int* statuses) {
+extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag, int rows, const double* inputs,
+                                                       double* outputs, double* derivs, int* statuses) {
   if (rows < 0 || (rows > 0 && (inputs == nullptr || outputs == nullptr))) {
     return TARN_STATUS_NOT_CALCULABLE;
   }
@@ -191,10 +186,8 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcBatch(int index, int derivFlag,
   });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag,
-                                                         int /*direction*/, int /*property*/,
-                                                         double* inputs, double* outputs,
-                                                         double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_tarnGenCalcComplex(int index, int derivFlag, int /*direction*/, int /*property*/,
+                                                         double* inputs, double* outputs, double* derivs) {
   const CorrelationRow* row = tarn::frame::findCorrelation(index);
   return tarn::frame::calculateByType(typeOf(row), true, row, derivFlag, inputs, outputs, derivs);
 }
@@ -206,6 +199,4 @@ extern "C" TARN_API int TARN_CALL tarn_GetActualNumberOutput(int index) {
   return *row->outputCount.gate > 0 ? *row->outputCount.count : -1;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int, int, int, double*, double*) {
-  return TARN_STATUS_OK;
-}
+extern "C" TARN_API int TARN_CALL gfx_tarnCalcPropDeriv(int, int, int, double*, double*) { return TARN_STATUS_OK; }

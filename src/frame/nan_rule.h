@@ -109,8 +109,8 @@ inline std::size_t producedOutputs(const OutputCount& produced, std::size_t most
 // Otherwise the row runs again on copies whose outputs and derivatives hold
 // numbers, and each result that is NaN in both runs is the row's own:
 // undefined. Returns the status to report.
-int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs,
-                      int derivFlag, double* derivs);
+int reportComputedNaN(const CorrelationRow& row, const double* given, int status, double* outputs, int derivFlag,
+                      double* derivs);
 
 // Evaluates row I of the catalogue Rows under its NaN rule.
 template <const CorrelationRow (&Rows)[kCatalogueSize], int I>
@@ -159,8 +159,7 @@ int evaluateUnderNaNRule(double* inputs, double* outputs, int derivFlag, double*
       // Only what the configured count lets the row write (its derivatives
       // are laid out by that count).
       const std::size_t produced = producedOutputs(row.outputCount, Out);
-      clear = !mayHoldNaN(outputs, produced) &&
-              (derivFlag == 0 || !mayHoldNaN(derivs, In * produced));
+      clear = !mayHoldNaN(outputs, produced) && (derivFlag == 0 || !mayHoldNaN(derivs, In * produced));
     }
     if (clear) return status;
     return reportComputedNaN(row, given, status, outputs, derivFlag, derivs);

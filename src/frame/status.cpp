@@ -44,8 +44,7 @@ extern "C" TARN_API int TARN_CALL gfx_tarnGetErrorMsg(int code, char* message) {
   return TARN_STATUS_OK;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_tarnErrorHandler(int index, int code, int inputCount,
-                                                       const double* inputs) {
+extern "C" TARN_API int TARN_CALL gfx_tarnErrorHandler(int index, int code, int inputCount, const double* inputs) {
   std::FILE* out = diagnosticStream();
   if (out == nullptr) return 0;
   char id[TARN_ID_SIZE];

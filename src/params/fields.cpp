@@ -21,11 +21,15 @@ constexpr Rules kRefuseUnlessPositive{Rule::RefuseUnlessPositive, Rule::Plain, 0
 constexpr Rules kQuantile{Rule::GaussianQuantile, Rule::GaussianQuantile, 0};
 
 // Units as printed in the listing.
-constexpr const char* kF = "\xC2\xB0" "F";
+constexpr const char* kF =
+    "\xC2\xB0"
+    "F";
 constexpr const char* kVol = "vol %";
 constexpr const char* kMass = "wt %";
 constexpr const char* kNone = "";
 
+// One field per row: kept as laid out by hand.
+// clang-format off
 constexpr Field kTable[] = {
     // ---- Library-wide switches -------------------------------------------------
     {"TARN", "ChangeData", K, at(P.changeData), {0}, kNone,
@@ -348,6 +352,7 @@ constexpr Field kTable[] = {
     {"RBOB", "EOHVOL", None, at(P.settings.rbobEohvol), {5.0}, kVol,
      "ethanol content of the blend", {}, {}, nullptr, kSettingDefault},
 };
+// clang-format on
 
 void* element(const Field& field, int k) {
   return static_cast<char*>(field.slot.address) + k * elementSize(field.slot.type);
@@ -364,10 +369,18 @@ bool storeInteger(const Field& field, int k, double value) {
 void assign(const Field& field, int k, double value) {
   void* target = element(field, k);
   switch (field.slot.type) {
-    case Type::Real: *static_cast<double*>(target) = value; return;
-    case Type::Integer: storeInteger(field, k, value); return;
-    case Type::Switch: *static_cast<bool*>(target) = value > 0.0; return;
-    case Type::UnitLetter: *static_cast<char*>(target) = value > 0.0 ? 'F' : 'C'; return;
+    case Type::Real:
+      *static_cast<double*>(target) = value;
+      return;
+    case Type::Integer:
+      storeInteger(field, k, value);
+      return;
+    case Type::Switch:
+      *static_cast<bool*>(target) = value > 0.0;
+      return;
+    case Type::UnitLetter:
+      *static_cast<char*>(target) = value > 0.0 ? 'F' : 'C';
+      return;
   }
 }
 
@@ -391,10 +404,14 @@ bool recomputeT20Ratio() {
 
 std::size_t elementSize(Type type) {
   switch (type) {
-    case Type::Real: return sizeof(double);
-    case Type::Integer: return sizeof(int);
-    case Type::Switch: return sizeof(bool);
-    case Type::UnitLetter: return sizeof(char);
+    case Type::Real:
+      return sizeof(double);
+    case Type::Integer:
+      return sizeof(int);
+    case Type::Switch:
+      return sizeof(bool);
+    case Type::UnitLetter:
+      return sizeof(char);
   }
   return sizeof(double);
 }
@@ -437,10 +454,14 @@ double defaultOf(const Field& field, int k) {
 double read(const Field& field, int k) {
   const void* source = element(field, k);
   switch (field.slot.type) {
-    case Type::Real: return *static_cast<const double*>(source);
-    case Type::Integer: return static_cast<double>(*static_cast<const int*>(source));
-    case Type::Switch: return *static_cast<const bool*>(source) ? 1.0 : -1.0;
-    case Type::UnitLetter: return *static_cast<const char*>(source) == 'C' ? -1.0 : 1.0;
+    case Type::Real:
+      return *static_cast<const double*>(source);
+    case Type::Integer:
+      return static_cast<double>(*static_cast<const int*>(source));
+    case Type::Switch:
+      return *static_cast<const bool*>(source) ? 1.0 : -1.0;
+    case Type::UnitLetter:
+      return *static_cast<const char*>(source) == 'C' ? -1.0 : 1.0;
   }
   return kMissing;
 }

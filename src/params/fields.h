@@ -40,10 +40,10 @@ enum class Rule : unsigned char {
 
 // The moments at which a field takes its default.
 enum Writers : unsigned char {
-  kAtLoad = 1,             // when the library is loaded, before any start-up
-  kAtStart = 2,            // TARNInitialize
-  kAtReset = 4,            // TARNReset
-  kWithCoefficients = 8,   // gfx_tarnInitializeCoefs
+  kAtLoad = 1,            // when the library is loaded, before any start-up
+  kAtStart = 2,           // TARNInitialize
+  kAtReset = 4,           // TARNReset
+  kWithCoefficients = 8,  // gfx_tarnInitializeCoefs
 };
 inline constexpr unsigned char kParameterDefault = kAtStart | kAtReset;
 inline constexpr unsigned char kSettingDefault = kAtLoad | kWithCoefficients;

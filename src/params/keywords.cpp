@@ -91,15 +91,13 @@ void copy(char* destination, std::size_t size, const char* text) {
 
 using namespace tarn::fields;
 
-extern "C" TARN_API int TARN_CALL gfx_setCorParms(const char* correlation, const char* parameter,
-                                                  double value) {
+extern "C" TARN_API int TARN_CALL gfx_setCorParms(const char* correlation, const char* parameter, double value) {
   const Located found = locate(correlation, parameter);
   if (found.field == nullptr) return 1;
   return store(*found.field, found.position, found.field->rules.keyword, value) ? 0 : 1;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_getCorParms(const char* correlation,
-                                                     const char* parameter) {
+extern "C" TARN_API double TARN_CALL gfx_getCorParms(const char* correlation, const char* parameter) {
   const Located found = locate(correlation, parameter);
   if (found.field == nullptr) return tarn::kMissing;
   return read(*found.field, found.position);
@@ -114,8 +112,7 @@ extern "C" TARN_API int TARN_CALL gfx_getCorParmsCount(int* count) {
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias,
-                                                          char* parameter) {
+extern "C" TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlation, char* alias, char* parameter) {
   const Located found = listed(k);
   if (found.field == nullptr) return 1;
   copy(correlation, TARN_KEYWORD_SIZE, found.field->group);
@@ -126,8 +123,7 @@ extern "C" TARN_API int TARN_CALL gfx_getCorParmsKeywords(int k, char* correlati
   return 0;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_getCorParmsInfo(int k, double* defaultValue, char* unit,
-                                                      char* description) {
+extern "C" TARN_API int TARN_CALL gfx_getCorParmsInfo(int k, double* defaultValue, char* unit, char* description) {
   const Located found = listed(k);
   if (found.field == nullptr) return 1;
   if (defaultValue != nullptr) *defaultValue = defaultAsRead(*found.field, found.position);

@@ -33,10 +33,10 @@ struct ThreePointIndexParams {
 // Group ND86FROMPERCENTOFF / ND86TOPERCENTOFF: the configurable point sets of
 // the N-point percent-off conversions.
 struct ConfigurablePointSets {
-  int npoff;          // number of temperature points in use, at most 25
-  double p[25];       // temperature points
-  int ntemp;          // number of percent points in use, at most 13
-  double t[13];       // percent-evaporated points
+  int npoff;     // number of temperature points in use, at most 25
+  double p[25];  // temperature points
+  int ntemp;     // number of percent points in use, at most 13
+  double t[13];  // percent-evaporated points
 };
 
 // Group GENERICD86: settings of curve fitting and blending.
@@ -99,32 +99,32 @@ struct T20GaussianParams {
 // ETHYLS forward fit (read by gfx_ETHYLSF and its exact inverse
 // gfx_ETHYLSR_REV): quartics with a constant, caps on the end segments.
 struct EthylsForwardParams {
-  double fbpCap;       // largest 90 -> FBP difference used (F)
-  double ibpCap;       // largest IBP -> 10 difference used (F)
-  double gap;          // minimum gap between neighbouring points (F)
-  double row[7][5];    // constant, x, x^2, x^3, x^4
+  double fbpCap;     // largest 90 -> FBP difference used (F)
+  double ibpCap;     // largest IBP -> 10 difference used (F)
+  double gap;        // minimum gap between neighbouring points (F)
+  double row[7][5];  // constant, x, x^2, x^3, x^4
 };
 
 // ETHYLS reverse fit (read by gfx_ETHYLSR): its own quartics, no caps.
 struct EthylsReverseParams {
-  double row[7][5];    // constant, x, x^2, x^3, x^4
+  double row[7][5];  // constant, x, x^2, x^3, x^4
 };
 
 // SIXORDER forward fit (read by gfx_SIXORDERF and its exact inverse
 // gfx_SIXORDERR_REV): a sextic with a constant for the 50 % point, sextics
 // without a constant for the segments.
 struct SixOrderForwardParams {
-  double fbpCap;           // largest 90 -> FBP difference used (F)
-  double ibpCap;           // largest IBP -> 10 difference used (F)
-  double gap;              // minimum gap between neighbouring points (F)
-  double point50[7];       // constant, D50 .. D50^6
-  double segment[6][6];    // difference^1 .. difference^6, segments as above
+  double fbpCap;         // largest 90 -> FBP difference used (F)
+  double ibpCap;         // largest IBP -> 10 difference used (F)
+  double gap;            // minimum gap between neighbouring points (F)
+  double point50[7];     // constant, D50 .. D50^6
+  double segment[6][6];  // difference^1 .. difference^6, segments as above
 };
 
 // SIXORDER reverse fit (read by gfx_SIXORDERR): degree 6 for the 50 % point
 // (constant first), degree 7 without a constant for the segments.
 struct SixOrderReverseParams {
-  double row[7][7];        // row 0: T50^0 .. T50^6; rows 1..6: difference^1 .. ^7
+  double row[7][7];  // row 0: T50^0 .. T50^6; rows 1..6: difference^1 .. ^7
 };
 
 // Settings that only the coefficient interface reaches: unit flags, method
@@ -145,61 +145,61 @@ struct CorrelationSettings {
     double eohvol;    // ethanol content, vol %
     int switches[5];  // O2OPT RNDO2 RNDRST REPORT OLFPEN, kept for the host
   };
-  EthanolSwitches carbob2;        // CARBOB2 (its reals are the CARBOB2 group)
-  EthanolSwitches carbob3;        // CARBOB3
-  double carbob3Ethanol[7];       // CARBOB3's own ethanol: ARO BNZ OLF EHO SUL GASSPG ETOHSPG
-  double rbobEohvol;              // RBOB EOHVOL
+  EthanolSwitches carbob2;   // CARBOB2 (its reals are the CARBOB2 group)
+  EthanolSwitches carbob3;   // CARBOB3
+  double carbob3Ethanol[7];  // CARBOB3's own ethanol: ARO BNZ OLF EHO SUL GASSPG ETOHSPG
+  double rbobEohvol;         // RBOB EOHVOL
 };
 
 struct ParameterBlock {
   // ---- Keyword groups ----------------------------------------------------
-  double rvpExponent;                 // REIDVAPORPRESSURE
-  bool changeData;                    // TARN ChangeData: repair instead of reject
-  char carbUnit;                      // TARN CARB_CORF: 'F' or 'C'
+  double rvpExponent;                    // REIDVAPORPRESSURE
+  bool changeData;                       // TARN ChangeData: repair instead of reject
+  char carbUnit;                         // TARN CARB_CORF: 'F' or 'C'
   CetaneImproverParams cetaneImprover;   // CETANEIMPROVER
   CetaneImproverParams cetaneImprover2;  // CETANEIMPROVER2
-  double tvl20[4];                    // TVL20 P1..P4
+  double tvl20[4];                       // TVL20 P1..P4
   struct {
-    double p1, p2, ef;                // T10 weight, T50 weight, oxygenate factor
-  } driveability;                     // DRIVEABILITYINDEX
-  double cfppImprover[3];             // CFPPIMPROVER P1..P3
-  ThreePointIndexParams t10Index;     // T10INDEX
-  ThreePointIndexParams t50Index;     // T50INDEX
-  ThreePointIndexParams t90Index;     // T90INDEX
-  double mtm[12];                     // MTM P1..P12
-  double mtmPerturb;                  // MTM Perturb
-  double vaporLockIndex[2];           // VAPORLOCKINDEX P1, P2
-  double d86TempPoints[10];           // D86FROMPERCENTOFF P1..P10, degrees F by default
-  ConfigurablePointSets nd86;         // ND86FROMPERCENTOFF
-  double d86PercentGrid[7];           // IBP 10 30 50 70 90 FBP; [0] MnVolIBP, [6] MxVolFBP
-  GenericD86Params genericD86;        // GENERICD86 (besides the grid ends)
-  Hc94Params hc94;                    // HC94
-  EvaporativeParams evaporative;      // EVAPORATIVE
-  EthanolBlendParams carbob2;         // CARBOB2
-  int carbob2Altoxy;                  // CARBOB2 ALTOXY
-  EthanolBlendParams rbob;            // RBOB
-  double rbobP[6];                    // RBOB P1..P6: E200 a, b, E300 a, b, RVP addend, multiplier
-  double e200e300[4];                 // E200E300EPA P1..P4
-  T20GaussianParams t20Gaussian;      // T20GAUSSIAN
+    double p1, p2, ef;             // T10 weight, T50 weight, oxygenate factor
+  } driveability;                  // DRIVEABILITYINDEX
+  double cfppImprover[3];          // CFPPIMPROVER P1..P3
+  ThreePointIndexParams t10Index;  // T10INDEX
+  ThreePointIndexParams t50Index;  // T50INDEX
+  ThreePointIndexParams t90Index;  // T90INDEX
+  double mtm[12];                  // MTM P1..P12
+  double mtmPerturb;               // MTM Perturb
+  double vaporLockIndex[2];        // VAPORLOCKINDEX P1, P2
+  double d86TempPoints[10];        // D86FROMPERCENTOFF P1..P10, degrees F by default
+  ConfigurablePointSets nd86;      // ND86FROMPERCENTOFF
+  double d86PercentGrid[7];        // IBP 10 30 50 70 90 FBP; [0] MnVolIBP, [6] MxVolFBP
+  GenericD86Params genericD86;     // GENERICD86 (besides the grid ends)
+  Hc94Params hc94;                 // HC94
+  EvaporativeParams evaporative;   // EVAPORATIVE
+  EthanolBlendParams carbob2;      // CARBOB2
+  int carbob2Altoxy;               // CARBOB2 ALTOXY
+  EthanolBlendParams rbob;         // RBOB
+  double rbobP[6];                 // RBOB P1..P6: E200 a, b, E300 a, b, RVP addend, multiplier
+  double e200e300[4];              // E200E300EPA P1..P4
+  T20GaussianParams t20Gaussian;   // T20GAUSSIAN
 
   // ---- Fixed coefficient groups (no keyword) -------------------------------
-  double pourPoint1[3];      // b, a, offset: exp(a ln(offset + T) + b)
-  double pourPoint2[2];      // c, k: exp(k T + c)
-  double viscosity1[1];      // additive constant of the double log
+  double pourPoint1[3];  // b, a, offset: exp(a ln(offset + T) + b)
+  double pourPoint2[2];  // c, k: exp(k T + c)
+  double viscosity1[1];  // additive constant of the double log
   double viscosity2[1];
-  double viscosity3[3];      // A, B, c: A - B log10(log10(v + c))
-  double d86one10Index[2];   // slope, reference temperature
-  double d86one90Index[2];   // slope, reference temperature
-  double d86one10Blend[2];   // reference temperature, slope
-  double d86one90Blend[2];   // reference temperature, slope
+  double viscosity3[3];     // A, B, c: A - B log10(log10(v + c))
+  double d86one10Index[2];  // slope, reference temperature
+  double d86one90Index[2];  // slope, reference temperature
+  double d86one10Blend[2];  // reference temperature, slope
+  double d86one90Blend[2];  // reference temperature, slope
   double cetaneIndex2[5];
   double cetaneIndex4[15];
   double cetaneIndex5[5];
   double octaneIndex[11];
   double healy[6];
-  double chesapeakF[15];     // minimum gap, then seven (slope, constant) pairs
-  double chesapeakR[14];     // the reverse transform's set (kept, not used)
-  double threeA11[15];       // seven factors a, seven exponents b, minimum gap
+  double chesapeakF[15];  // minimum gap, then seven (slope, constant) pairs
+  double chesapeakR[14];  // the reverse transform's set (kept, not used)
+  double threeA11[15];    // seven factors a, seven exponents b, minimum gap
   double tvl2[29];
 
   // ---- Distillation conversion methods (fixed groups, no keyword) ----------

@@ -36,8 +36,8 @@ bool orderDistillationPoints(double t10, double& t50, double& t90) {
 
 // Cetane gain of an improver, P1 (API/P2)^P3 (T/P4)^P5 ln(P7 dose + P6), with
 // its derivatives with respect to spg, temperature and dose.
-double improverGain(const CetaneImproverParams& group, char unit, double spg, double temperature,
-                    double dose, int wantDerivatives, double* derivatives) {
+double improverGain(const CetaneImproverParams& group, char unit, double spg, double temperature, double dose,
+                    int wantDerivatives, double* derivatives) {
   const double p1 = group.p[0], p2 = group.p[1], p3 = group.p[2], p4 = group.p[3];
   const double p5 = group.p[4], p6 = group.p[5], p7 = group.p[6];
   if (p7 * dose + p6 <= 0.0 && params().changeData) {
@@ -66,8 +66,7 @@ double improverGain(const CetaneImproverParams& group, char unit, double spg, do
   const double logTerm = std::log(argument);
   if (wantDerivatives && derivatives != nullptr) {
     derivatives[0] = p3 * p1 / p2 * std::pow(api / p2, p3 - 1.0) * temperatureTerm * logTerm * apiPerSpg;
-    derivatives[1] = perCallerDegree(
-        apiTerm * p5 * p1 / p4 * std::pow(fahrenheit / p4, p5 - 1.0) * logTerm, unit);
+    derivatives[1] = perCallerDegree(apiTerm * p5 * p1 / p4 * std::pow(fahrenheit / p4, p5 - 1.0) * logTerm, unit);
     derivatives[2] = apiTerm * p1 * p7 / argument * temperatureTerm;
   }
   return p1 * apiTerm * temperatureTerm * logTerm;
@@ -96,21 +95,19 @@ extern "C" TARN_API double TARN_CALL gfx_CetaneIndex2(int wantDerivatives, char 
   double apiPerSpg = 0.0;
   const double api = gfx_APIfromSPG(spg, 1, &apiPerSpg);
   const double logMid = std::log10(mid);
-  const double index =
-      a[0] + a[1] * api * api + a[2] * api * logMid + a[3] * logMid * logMid - a[4] * mid * mid;
+  const double index = a[0] + a[1] * api * api + a[2] * api * logMid + a[3] * logMid * logMid - a[4] * mid * mid;
   if (wantDerivatives && derivatives != nullptr) {
     derivatives[0] = (2.0 * a[1] * api + a[2] * logMid) * apiPerSpg;
-    derivatives[1] = tarn::perCallerDegree(
-        (2.0 * a[3] * logMid + a[2] * api) / (std::log(10.0) * mid) - 2.0 * a[4] * mid, unit);
+    derivatives[1] =
+        tarn::perCallerDegree((2.0 * a[3] * logMid + a[2] * api) / (std::log(10.0) * mid) - 2.0 * a[4] * mid, unit);
   }
   return index;
 }
 
 // Four-variable cetane index (density, T10, T50, T90), normalised around its
 // reference point in degrees C.
-extern "C" TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char unit, double density,
-                                                      double t10, double t50, double t90,
-                                                      double* derivatives) {
+extern "C" TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char unit, double density, double t10,
+                                                      double t50, double t90, double* derivatives) {
   if (!tarn::props::orderDistillationPoints(t10, t50, t90)) return kMissing;
   const double* c = params().cetaneIndex4;
   const double d0 = c[0], kB = c[1], one = c[2], r10 = c[3], r50 = c[4], r90 = c[5];
@@ -124,8 +121,8 @@ extern "C" TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char 
   const double n50 = tarn::fahrenheitIntervalToCelsius(tarn::toFahrenheit(t50, unit) - r50);
   const double n90 = tarn::fahrenheitIntervalToCelsius(tarn::toFahrenheit(t90, unit) - r90);
 
-  const double index = c0 + c10 * n10 + (c50 + c50B * b) * n50 + (c90 - c90B * b) * n90 +
-                       cQ * (n10 * n10 - n90 * n90) + cB * b + cB2 * b * b;
+  const double index = c0 + c10 * n10 + (c50 + c50B * b) * n50 + (c90 - c90B * b) * n90 + cQ * (n10 * n10 - n90 * n90) +
+                       cB * b + cB2 * b * b;
   if (wantDerivatives && derivatives != nullptr) {
     derivatives[0] = (c50B * n50 - c90B * n90 + cB + 2.0 * cB2 * b) * kB * densityTerm;
     // The distances are in degrees C: their slopes become slopes per degree F
@@ -140,13 +137,12 @@ extern "C" TARN_API double TARN_CALL gfx_CetaneIndex4(int wantDerivatives, char 
 }
 
 // Linear cetane index in density, T10, T50 and T90 (degrees F).
-extern "C" TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char unit, double density,
-                                                      double t10, double t50, double t90,
-                                                      double* derivatives) {
+extern "C" TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char unit, double density, double t10,
+                                                      double t50, double t90, double* derivatives) {
   if (!tarn::props::orderDistillationPoints(t10, t50, t90)) return kMissing;
   const double* c = params().cetaneIndex5;
-  const double index = c[1] * tarn::toFahrenheit(t10, unit) + c[0] * density +
-                       c[2] * tarn::toFahrenheit(t50, unit) + c[3] * tarn::toFahrenheit(t90, unit) + c[4];
+  const double index = c[1] * tarn::toFahrenheit(t10, unit) + c[0] * density + c[2] * tarn::toFahrenheit(t50, unit) +
+                       c[3] * tarn::toFahrenheit(t90, unit) + c[4];
   if (wantDerivatives && derivatives != nullptr) {
     derivatives[0] = c[0];
     derivatives[1] = tarn::perCallerDegree(c[1], unit);
@@ -156,18 +152,15 @@ extern "C" TARN_API double TARN_CALL gfx_CetaneIndex5(int wantDerivatives, char 
   return index;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_CetaneImprover(int wantDerivatives, char unit, double spg,
-                                                        double temperature, double dose,
-                                                        double* derivatives) {
-  return tarn::props::improverGain(params().cetaneImprover, unit, spg, temperature, dose,
-                                   wantDerivatives, derivatives);
+extern "C" TARN_API double TARN_CALL gfx_CetaneImprover(int wantDerivatives, char unit, double spg, double temperature,
+                                                        double dose, double* derivatives) {
+  return tarn::props::improverGain(params().cetaneImprover, unit, spg, temperature, dose, wantDerivatives, derivatives);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_CetaneImprover2(int wantDerivatives, char unit, double spg,
-                                                         double temperature, double dose, double baseCetane,
-                                                         double* derivatives) {
-  const double gain = tarn::props::improverGain(params().cetaneImprover2, unit, spg, temperature, dose,
-                                                wantDerivatives, derivatives);
+extern "C" TARN_API double TARN_CALL gfx_CetaneImprover2(int wantDerivatives, char unit, double spg, double temperature,
+                                                         double dose, double baseCetane, double* derivatives) {
+  const double gain =
+      tarn::props::improverGain(params().cetaneImprover2, unit, spg, temperature, dose, wantDerivatives, derivatives);
   if (tarn::isMissing(gain)) return kMissing;
   if (wantDerivatives && derivatives != nullptr) derivatives[3] = 1.0;
   return baseCetane + gain;

@@ -27,8 +27,7 @@ constexpr PowerLawPair kCloudPoint1{1.0, 1.8181818181818181, 1.0, 0.55};
 constexpr PowerLawPair kCloudPoint3{1e-10, 16.666666666666668, 0.01, 0.06};
 constexpr PowerLawPair kFlashPoint1{100000.0, -1.6666666666666667, 1.0, -0.6};
 
-double powerLawIndex(const PowerLawPair& pair, char unit, double temperature, int wantDerivative,
-                     double* derivative) {
+double powerLawIndex(const PowerLawPair& pair, char unit, double temperature, int wantDerivative, double* derivative) {
   const double fahrenheit = toFahrenheit(temperature, unit);
   // At or below absolute zero the forward function writes no derivative, yet
   // the caller's derivative variable is still rescaled in place for 'C': a
@@ -39,11 +38,9 @@ double powerLawIndex(const PowerLawPair& pair, char unit, double temperature, in
   return index;
 }
 
-double powerLawTemperature(const PowerLawPair& pair, char unit, double index, int wantDerivative,
-                           double* derivative) {
+double powerLawTemperature(const PowerLawPair& pair, char unit, double index, int wantDerivative, double* derivative) {
   if (wantDerivative && derivative != nullptr) {
-    const double fahrenheit =
-        gfx_PowerIndexReverse(pair.a, pair.b, kRankineOffset, pair.d, index, 1, derivative);
+    const double fahrenheit = gfx_PowerIndexReverse(pair.a, pair.b, kRankineOffset, pair.d, index, 1, derivative);
     // Rescaled for 'C' even when the reverse left it untouched (undefined
     // index), mirroring the forward function.
     *derivative = callerDegreesPer(*derivative, unit);
@@ -77,8 +74,7 @@ extern "C" TARN_API double TARN_CALL gfx_CloudPointIndex1(char unit, double clou
   return tarn::props::powerLawIndex(tarn::props::kCloudPoint1, unit, cloudPoint, wantDerivative, derivative);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_CloudPoint1(char unit, double index, int wantDerivative,
-                                                     double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_CloudPoint1(char unit, double index, int wantDerivative, double* derivative) {
   return tarn::props::powerLawTemperature(tarn::props::kCloudPoint1, unit, index, wantDerivative, derivative);
 }
 
@@ -87,8 +83,7 @@ extern "C" TARN_API double TARN_CALL gfx_CloudPointIndex3(char unit, double clou
   return tarn::props::powerLawIndex(tarn::props::kCloudPoint3, unit, cloudPoint, wantDerivative, derivative);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_CloudPoint3(char unit, double index, int wantDerivative,
-                                                     double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_CloudPoint3(char unit, double index, int wantDerivative, double* derivative) {
   return tarn::props::powerLawTemperature(tarn::props::kCloudPoint3, unit, index, wantDerivative, derivative);
 }
 
@@ -97,8 +92,7 @@ extern "C" TARN_API double TARN_CALL gfx_FlashPointIndex1(char unit, double flas
   return tarn::props::powerLawIndex(tarn::props::kFlashPoint1, unit, flashPoint, wantDerivative, derivative);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_FlashPoint1(char unit, double index, int wantDerivative,
-                                                     double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_FlashPoint1(char unit, double index, int wantDerivative, double* derivative) {
   return tarn::props::powerLawTemperature(tarn::props::kFlashPoint1, unit, index, wantDerivative, derivative);
 }
 
@@ -121,8 +115,7 @@ extern "C" TARN_API double TARN_CALL gfx_PourPointIndex1(char unit, double pourP
   return index;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_PourPoint1(char unit, double index, int wantDerivative,
-                                                    double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_PourPoint1(char unit, double index, int wantDerivative, double* derivative) {
   const double b = params().pourPoint1[0];
   const double a = params().pourPoint1[1];
   const double offset = params().pourPoint1[2];

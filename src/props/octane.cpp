@@ -32,11 +32,11 @@ extern "C" TARN_API double TARN_CALL gfx_DON(int wantDerivatives, double a, doub
 // result converted back as if it were a temperature (intended; it is not the
 // Celsius form of the index, which the oxygenate variant gives). The
 // derivatives are therefore the same in both units.
-extern "C" TARN_API double TARN_CALL gfx_DriveabilityIndex(int wantDerivatives, char unit, double t10,
-                                                           double t50, double t90, double* derivatives) {
+extern "C" TARN_API double TARN_CALL gfx_DriveabilityIndex(int wantDerivatives, char unit, double t10, double t50,
+                                                           double t90, double* derivatives) {
   const double p1 = params().driveability.p1, p2 = params().driveability.p2;
-  const double index = p1 * tarn::toFahrenheit(t10, unit) + p2 * tarn::toFahrenheit(t50, unit) +
-                       tarn::toFahrenheit(t90, unit);
+  const double index =
+      p1 * tarn::toFahrenheit(t10, unit) + p2 * tarn::toFahrenheit(t50, unit) + tarn::toFahrenheit(t90, unit);
   if (wantDerivatives && derivatives != nullptr) {
     derivatives[0] = p1;
     derivatives[1] = p2;
@@ -47,9 +47,8 @@ extern "C" TARN_API double TARN_CALL gfx_DriveabilityIndex(int wantDerivatives, 
 
 // DI = P1 T10 + P2 T50 + T90 + E oxygenate in the caller's own unit, with E
 // the oxygenate factor per degree F or per degree C.
-extern "C" TARN_API double TARN_CALL gfx_DriveabilityIndexE(int wantDerivatives, char unit, double t10,
-                                                            double t50, double t90, double* derivatives,
-                                                            double oxygenate) {
+extern "C" TARN_API double TARN_CALL gfx_DriveabilityIndexE(int wantDerivatives, char unit, double t10, double t50,
+                                                            double t90, double* derivatives, double oxygenate) {
   const double p1 = params().driveability.p1, p2 = params().driveability.p2;
   const double oxygenateFactor = tarn::callerDegreesPer(params().driveability.ef, unit);
   if (wantDerivatives && derivatives != nullptr) {

@@ -45,9 +45,8 @@ extern "C" TARN_API double TARN_CALL gfx_RVP(double index, int wantDerivative, d
   return std::pow(v, 1.0 / e);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_PowerIndexForward(double a, double b, double c, double d,
-                                                           double x, int wantDerivative,
-                                                           double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_PowerIndexForward(double a, double b, double c, double d, double x,
+                                                           int wantDerivative, double* derivative) {
   const double s = c + x;
   const double base = s * d;
   if (base == 0.0) return 0.0;
@@ -58,9 +57,8 @@ extern "C" TARN_API double TARN_CALL gfx_PowerIndexForward(double a, double b, d
   return result;
 }
 
-extern "C" TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, double c, double d,
-                                                           double y, int wantDerivative,
-                                                           double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_PowerIndexReverse(double a, double b, double c, double d, double y,
+                                                           int wantDerivative, double* derivative) {
   if (a == 0.0 || b == 0.0 || d == 0.0) return kMissing;
   const double base = y / a;
   if (base < 0.0) return kMissing;

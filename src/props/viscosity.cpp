@@ -62,20 +62,16 @@ double plainViscosity(double index, double c, int wantDerivative, double* deriva
 using tarn::params;
 using tarn::props::Bound;
 
-extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex1(double viscosity, int wantDerivative,
-                                                         double* derivative) {
-  return tarn::props::plainIndex(viscosity, params().viscosity1[0], Bound::Inclusive, wantDerivative,
-                                 derivative);
+extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex1(double viscosity, int wantDerivative, double* derivative) {
+  return tarn::props::plainIndex(viscosity, params().viscosity1[0], Bound::Inclusive, wantDerivative, derivative);
 }
 
 extern "C" TARN_API double TARN_CALL gfx_Viscosity1(double index, int wantDerivative, double* derivative) {
   return tarn::props::plainViscosity(index, params().viscosity1[0], wantDerivative, derivative);
 }
 
-extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex2(double viscosity, int wantDerivative,
-                                                         double* derivative) {
-  return tarn::props::plainIndex(viscosity, params().viscosity2[0], Bound::Exclusive, wantDerivative,
-                                 derivative);
+extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex2(double viscosity, int wantDerivative, double* derivative) {
+  return tarn::props::plainIndex(viscosity, params().viscosity2[0], Bound::Exclusive, wantDerivative, derivative);
 }
 
 extern "C" TARN_API double TARN_CALL gfx_Viscosity2(double index, int wantDerivative, double* derivative) {
@@ -83,8 +79,7 @@ extern "C" TARN_API double TARN_CALL gfx_Viscosity2(double index, int wantDeriva
 }
 
 // Viscosity blending number A - B log10(log10(viscosity + c)).
-extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex3(double viscosity, int wantDerivative,
-                                                         double* derivative) {
+extern "C" TARN_API double TARN_CALL gfx_ViscosityIndex3(double viscosity, int wantDerivative, double* derivative) {
   const double a = params().viscosity3[0], b = params().viscosity3[1], c = params().viscosity3[2];
   if (!tarn::props::admitViscosity(viscosity, c, Bound::Exclusive)) return tarn::kMissing;
   const bool slopeWanted = wantDerivative && derivative != nullptr;

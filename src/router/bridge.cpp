@@ -117,8 +117,8 @@ int convert(const UserLibrary& library, int index, int direction, double value, 
 // Type 1 slope: a forward difference against outputs[0] with the step
 // (|x| + 1) * 0.001, formed so that it is exactly the step taken. Returns the
 // status of the second conversion; the slope is 0 when that failed.
-int singleValueSlope(const UserLibrary& library, int index, int direction, const double* inputs,
-                     const double* outputs, double* derivs) {
+int singleValueSlope(const UserLibrary& library, int index, int direction, const double* inputs, const double* outputs,
+                     double* derivs) {
   const double x = inputs[0];
   const double moved = (std::fabs(x) + 1.0) * 0.001 + x;
   double value = 0.0;
@@ -128,21 +128,19 @@ int singleValueSlope(const UserLibrary& library, int index, int direction, const
 }
 
 // Types 0, -1 and -3: the value of one property, then its derivatives.
-int propertyValue(const UserLibrary& library, int index, int property, int inputCount,
-                  double* inputs, double* outputs, int derivFlag, double* derivs) {
+int propertyValue(const UserLibrary& library, int index, int property, int inputCount, double* inputs, double* outputs,
+                  int derivFlag, double* derivs) {
   const int status = library.CalcPropValue(index, property, inputCount, inputs, outputs);
   if (status != TARN_STATUS_OK || derivFlag == 0) return status;
   if (derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
   return library.CalcPropDeriv(index, property, inputCount, inputs, derivs);
 }
 
-bool isCatalogueShape(int type) {
-  return type >= UBML_TYPE_GENERAL && type <= UBML_TYPE_PROPERTY_TO_INDEX;
-}
+bool isCatalogueShape(int type) { return type >= UBML_TYPE_GENERAL && type <= UBML_TYPE_PROPERTY_TO_INDEX; }
 
 // Types -7..-4: every output at once, in the catalogue's layout.
-int catalogueShape(const UserLibrary& library, int index, double* inputs, double* outputs,
-                   int derivFlag, double* derivs) {
+int catalogueShape(const UserLibrary& library, int index, double* inputs, double* outputs, int derivFlag,
+                   double* derivs) {
   if (derivFlag != 0 && derivs == nullptr) return TARN_STATUS_NO_DERIVATIVE_ARRAY;
   return library.CalcTorqPropValue(index, inputs, outputs, derivFlag, derivs);
 }
@@ -162,18 +160,13 @@ int correlationType(const UserLibrary& library, int index) {
 
 }  // namespace
 
-extern "C" TARN_API int TARN_CALL gfx_ubmlInitializeAllocate(void) {
-  return forward(&UserLibrary::InitializeAllocate);
-}
+extern "C" TARN_API int TARN_CALL gfx_ubmlInitializeAllocate(void) { return forward(&UserLibrary::InitializeAllocate); }
 extern "C" TARN_API int TARN_CALL gfx_ubmlFree(void) { return forward(&UserLibrary::Free); }
-extern "C" TARN_API int TARN_CALL gfx_ubmlInitializeCoefs(void) {
-  return forward(&UserLibrary::InitializeCoefs);
-}
+extern "C" TARN_API int TARN_CALL gfx_ubmlInitializeCoefs(void) { return forward(&UserLibrary::InitializeCoefs); }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetErrorMsg(int code, char* message) {
   return answerText(message, TARN_MESSAGE_SIZE, [&](char* text) { return bound().GetErrorMsg(code, text); });
 }
-extern "C" TARN_API int TARN_CALL gfx_ubmlErrorHandler(int index, int code, int inputCount,
-                                                       double* inputs) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlErrorHandler(int index, int code, int inputCount, double* inputs) {
   return forward(&UserLibrary::ErrorHandler, index, code, inputCount, inputs);
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetPropCount(int* count) {
@@ -192,8 +185,7 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationId(int index, char* id) 
   return answerText(id, TARN_ID_SIZE, [&](char* text) { return bound().GetCorrelationId(index, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationDesc(int index, char* desc) {
-  return answerText(desc, TARN_DESC_SIZE,
-                    [&](char* text) { return bound().GetCorrelationDesc(index, text); });
+  return answerText(desc, TARN_DESC_SIZE, [&](char* text) { return bound().GetCorrelationDesc(index, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationType(int index, int* type) {
   CORRTYPE value = 0;
@@ -202,16 +194,14 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationType(int index, int* typ
   return status;
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationInpPropCount(int index, int* count) {
-  return answerCount(count, kMaxArrayCount,
-                     [&](int* n) { return bound().GetCorrelationInpPropCount(index, n); });
+  return answerCount(count, kMaxArrayCount, [&](int* n) { return bound().GetCorrelationInpPropCount(index, n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationInpPropId(int index, int k, char* id) {
   return answerText(id, TARN_PROPERTY_ID_SIZE,
                     [&](char* text) { return bound().GetCorrelationInpPropId(index, k, text); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationOutPropCount(int index, int* count) {
-  return answerCount(count, kMaxArrayCount,
-                     [&](int* n) { return bound().GetCorrelationOutPropCount(index, n); });
+  return answerCount(count, kMaxArrayCount, [&](int* n) { return bound().GetCorrelationOutPropCount(index, n); });
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCorrelationOutPropId(int index, int k, char* id) {
   return answerText(id, TARN_PROPERTY_ID_SIZE,  // the plug-in takes the position last
@@ -225,35 +215,31 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGetCoefCount(int index, int* count) {
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlGetCoef(int index, int k, char* name, double* value) {
   double read = 0.0;
-  const int status = answerText(name, TARN_COEF_NAME_SIZE,
-                                [&](char* text) { return bound().GetCoef(index, k, text, &read); });
+  const int status =
+      answerText(name, TARN_COEF_NAME_SIZE, [&](char* text) { return bound().GetCoef(index, k, text, &read); });
   if (status == TARN_STATUS_OK && value != nullptr) *value = read;
   return status;
 }
 extern "C" TARN_API int TARN_CALL gfx_ubmlSetCoefValue(int index, int k, double value) {
   return forward(&UserLibrary::SetCoefValue, index, k, value);
 }
-extern "C" TARN_API int TARN_CALL gfx_ubmlCalcIndexFromProp(int index, double property,
-                                                            double* indexValue) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlCalcIndexFromProp(int index, double property, double* indexValue) {
   return answerValue(indexValue, [&](double* v) { return bound().CalcIndexFromProp(index, property, v); });
 }
-extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropFromIndex(int index, double indexValue,
-                                                            double* property) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropFromIndex(int index, double indexValue, double* property) {
   return answerValue(property, [&](double* v) { return bound().CalcPropFromIndex(index, indexValue, v); });
 }
-extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropValue(int index, int property, int inputCount,
-                                                        double* inputs, double* output) {
-  return answerValue(output,
-                     [&](double* v) { return bound().CalcPropValue(index, property, inputCount, inputs, v); });
+extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropValue(int index, int property, int inputCount, double* inputs,
+                                                        double* output) {
+  return answerValue(output, [&](double* v) { return bound().CalcPropValue(index, property, inputCount, inputs, v); });
 }
-extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputCount,
-                                                        double* inputs, double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlCalcPropDeriv(int index, int property, int inputCount, double* inputs,
+                                                        double* derivs) {
   return forward(&UserLibrary::CalcPropDeriv, index, property, inputCount, inputs, derivs);
 }
 
-extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int direction,
-                                                  double minSpacing, double* inputs,
-                                                  double* outputs, double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int direction, double minSpacing,
+                                                  double* inputs, double* outputs, double* derivs) {
   const UserLibrary* library = tarn::router::boundUserLibrary();
   if (library == nullptr) return UBML_STATUS_NOT_BOUND;
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;
@@ -283,9 +269,8 @@ extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalc(int index, int derivFlag, int 
   return TARN_STATUS_NOT_CALCULABLE;
 }
 
-extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalcComplex(int index, int derivFlag, int direction,
-                                                         int property, double* inputs,
-                                                         double* outputs, double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_ubmlGenCalcComplex(int index, int derivFlag, int direction, int property,
+                                                         double* inputs, double* outputs, double* derivs) {
   const UserLibrary* library = tarn::router::boundUserLibrary();
   if (library == nullptr) return UBML_STATUS_NOT_BOUND;
   if (inputs == nullptr || outputs == nullptr) return TARN_STATUS_NOT_CALCULABLE;

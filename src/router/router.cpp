@@ -43,8 +43,7 @@ UserCount userCount(int (*query)(int*)) {
 // for the user range without a user library. The end of the numbering is
 // formed in 64 bits.
 template <class BuiltIn, class User>
-int route(int index, int firstUser, int userTotal, int noUserLibrary, BuiltIn builtIn,
-          User user) {
+int route(int index, int firstUser, int userTotal, int noUserLibrary, BuiltIn builtIn, User user) {
   if (static_cast<long long>(index) >= static_cast<long long>(firstUser) + userTotal) {
     return TARN_BML_STATUS_INDEX_PAST_END;
   }
@@ -61,8 +60,8 @@ int routeCorrelation(int index, BuiltIn builtIn, User user) {
 
 template <class BuiltIn, class User>
 int routeProperty(int k, BuiltIn builtIn, User user) {
-  return route(k, kFirstUserProperty, userCount(gfx_ubmlGetPropCount).count,
-               TARN_BML_STATUS_BAD_PROPERTY, builtIn, user);
+  return route(k, kFirstUserProperty, userCount(gfx_ubmlGetPropCount).count, TARN_BML_STATUS_BAD_PROPERTY, builtIn,
+               user);
 }
 
 bool ownedByBuiltInSide(int code) {
@@ -75,14 +74,12 @@ int builtInNoOp(int) { return TARN_STATUS_OK; }
 
 }  // namespace
 
-extern "C" TARN_API int TARN_CALL gfx_bmlInitializeAllocate(void* arg,
-                                                          const char* userLibraryPath) {
+extern "C" TARN_API int TARN_CALL gfx_bmlInitializeAllocate(void* arg, const char* userLibraryPath) {
   if (gfx_tarnInitializeAllocate(arg) != TARN_STATUS_OK) return TARN_BML_STATUS_TARN_INIT_FAILED;
   if (userLibraryPath == nullptr) return TARN_STATUS_OK;
   if (!tarn::router::namesExistingFile(userLibraryPath)) return TARN_BML_STATUS_NO_USER_LIBRARY;
   // Only a plug-in that loads and starts replaces the one bound before.
-  return tarn::router::loadUserLibrary(userLibraryPath) ? TARN_STATUS_OK
-                                                        : TARN_BML_STATUS_UBML_INIT_FAILED;
+  return tarn::router::loadUserLibrary(userLibraryPath) ? TARN_STATUS_OK : TARN_BML_STATUS_UBML_INIT_FAILED;
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlInitializeCoefs(void) {
@@ -191,14 +188,12 @@ extern "C" TARN_API int TARN_CALL gfx_bmlGetPropCount(int* count) {
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetPropId(int k, char* id) {
   return routeProperty(
-      k, [&](int i) { return gfx_tarnGetPropId(i, id); },
-      [&](int u) { return gfx_ubmlGetPropId(u, id); });
+      k, [&](int i) { return gfx_tarnGetPropId(i, id); }, [&](int u) { return gfx_ubmlGetPropId(u, id); });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetPropDesc(int k, char* desc) {
   return routeProperty(
-      k, [&](int i) { return gfx_tarnGetPropDesc(i, desc); },
-      [&](int u) { return gfx_ubmlGetPropDesc(u, desc); });
+      k, [&](int i) { return gfx_tarnGetPropDesc(i, desc); }, [&](int u) { return gfx_ubmlGetPropDesc(u, desc); });
 }
 
 extern "C" TARN_API int TARN_CALL gfx_bmlGetCoefCount(int index, int* count) {
@@ -219,60 +214,43 @@ extern "C" TARN_API int TARN_CALL gfx_bmlSetCoefValue(int index, int k, double v
       [&](int u) { return gfx_ubmlSetCoefValue(u, k, value); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlGenCalc(int index, int derivFlag, int direction,
-                                                 double minSpacing, double* inputs,
-                                                 double* outputs, double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_bmlGenCalc(int index, int derivFlag, int direction, double minSpacing,
+                                                 double* inputs, double* outputs, double* derivs) {
   return routeCorrelation(
-      index,
-      [&](int i) { return gfx_tarnGenCalc(i, derivFlag, direction, inputs, outputs, derivs); },
-      [&](int u) {
-        return gfx_ubmlGenCalc(u, derivFlag, direction, minSpacing, inputs, outputs, derivs);
-      });
+      index, [&](int i) { return gfx_tarnGenCalc(i, derivFlag, direction, inputs, outputs, derivs); },
+      [&](int u) { return gfx_ubmlGenCalc(u, derivFlag, direction, minSpacing, inputs, outputs, derivs); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlGenCalcComplex(int index, int derivFlag, int direction,
-                                                        int property, double* inputs,
-                                                        double* outputs, double* derivs) {
+extern "C" TARN_API int TARN_CALL gfx_bmlGenCalcComplex(int index, int derivFlag, int direction, int property,
+                                                        double* inputs, double* outputs, double* derivs) {
   return routeCorrelation(
-      index,
-      [&](int i) {
-        return gfx_tarnGenCalcComplex(i, derivFlag, direction, property, inputs, outputs, derivs);
-      },
-      [&](int u) {
-        return gfx_ubmlGenCalcComplex(u, derivFlag, direction, property, inputs, outputs, derivs);
-      });
+      index, [&](int i) { return gfx_tarnGenCalcComplex(i, derivFlag, direction, property, inputs, outputs, derivs); },
+      [&](int u) { return gfx_ubmlGenCalcComplex(u, derivFlag, direction, property, inputs, outputs, derivs); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropValue(int index, int property, int inputCount,
-                                                       double* inputs, double* output) {
-  return routeCorrelation(index, builtInNoOp, [&](int u) {
-    return gfx_ubmlCalcPropValue(u, property, inputCount, inputs, output);
-  });
+extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropValue(int index, int property, int inputCount, double* inputs,
+                                                       double* output) {
+  return routeCorrelation(index, builtInNoOp,
+                          [&](int u) { return gfx_ubmlCalcPropValue(u, property, inputCount, inputs, output); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropDeriv(int index, int property, int inputCount,
-                                                       double* inputs, double* derivs) {
-  return routeCorrelation(index, builtInNoOp, [&](int u) {
-    return gfx_ubmlCalcPropDeriv(u, property, inputCount, inputs, derivs);
-  });
+extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropDeriv(int index, int property, int inputCount, double* inputs,
+                                                       double* derivs) {
+  return routeCorrelation(index, builtInNoOp,
+                          [&](int u) { return gfx_ubmlCalcPropDeriv(u, property, inputCount, inputs, derivs); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlCalcIndexFromProp(int index, double property,
-                                                           double* indexValue) {
-  return routeCorrelation(index, builtInNoOp, [&](int u) {
-    return gfx_ubmlCalcIndexFromProp(u, property, indexValue);
-  });
+extern "C" TARN_API int TARN_CALL gfx_bmlCalcIndexFromProp(int index, double property, double* indexValue) {
+  return routeCorrelation(index, builtInNoOp,
+                          [&](int u) { return gfx_ubmlCalcIndexFromProp(u, property, indexValue); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropFromIndex(int index, double indexValue,
-                                                           double* property) {
-  return routeCorrelation(index, builtInNoOp, [&](int u) {
-    return gfx_ubmlCalcPropFromIndex(u, indexValue, property);
-  });
+extern "C" TARN_API int TARN_CALL gfx_bmlCalcPropFromIndex(int index, double indexValue, double* property) {
+  return routeCorrelation(index, builtInNoOp,
+                          [&](int u) { return gfx_ubmlCalcPropFromIndex(u, indexValue, property); });
 }
 
-extern "C" TARN_API int TARN_CALL gfx_bmlErrorHandler(int index, int code, int inputCount,
-                                                      double* inputs) {
+extern "C" TARN_API int TARN_CALL gfx_bmlErrorHandler(int index, int code, int inputCount, double* inputs) {
   if (ownedByBuiltInSide(code)) return gfx_tarnErrorHandler(index, code, inputCount, inputs);
   if (loaded()) return gfx_ubmlErrorHandler(index, code, inputCount, inputs);
   return TARN_BML_STATUS_BAD_ERROR_CODE;
@@ -283,13 +261,11 @@ extern "C" TARN_API int TARN_CALL gfx_bmlGetErrorMsg(int code, char* message) {
   for (const RouterMessage& entry : kMessages) {
     if (entry.code != code) continue;
     if (message != nullptr) std::snprintf(message, TARN_MESSAGE_SIZE, "%s", entry.text);
-    const bool meaningful =
-        code == TARN_BML_STATUS_INDEX_PAST_END || code == TARN_BML_STATUS_BAD_CORRELATION;
+    const bool meaningful = code == TARN_BML_STATUS_INDEX_PAST_END || code == TARN_BML_STATUS_BAD_CORRELATION;
     return meaningful ? TARN_STATUS_OK : 1;
   }
   // Codes nobody owns come back shifted by 499, the width of the built-in
   // range (0 gives 499); hosts rely on this arithmetic (intended). Computed
   // unsigned: it wraps, never overflows.
-  return static_cast<int>(static_cast<unsigned>(code) -
-                          static_cast<unsigned>(TARN_STATUS_BUILT_IN_LOWEST));
+  return static_cast<int>(static_cast<unsigned>(code) - static_cast<unsigned>(TARN_STATUS_BUILT_IN_LOWEST));
 }

@@ -3,13 +3,13 @@
 #include "router/shared_object_check.h"
 
 #if defined(__ELF__)
-#  include <fcntl.h>
-#  include <link.h>
-#  include <sys/stat.h>
-#  include <unistd.h>
+#include <fcntl.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#  include <cstdint>
-#  include <cstring>
+#include <cstdint>
+#include <cstring>
 #endif
 
 namespace tarn::router {
@@ -22,11 +22,11 @@ using ProgramHeader = ElfW(Phdr);
 using SectionHeader = ElfW(Shdr);
 
 constexpr unsigned char kNativeClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
-#  if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 constexpr unsigned char kNativeByteOrder = ELFDATA2LSB;
-#  else
+#else
 constexpr unsigned char kNativeByteOrder = ELFDATA2MSB;
-#  endif
+#endif
 
 class File {
  public:
@@ -60,8 +60,7 @@ bool inside(std::uint64_t offset, std::uint64_t length, std::uint64_t fileSize) 
 }
 
 // A table of count records of entrySize bytes each at offset.
-bool tableInside(std::uint64_t offset, std::uint64_t count, std::uint64_t entrySize,
-                 std::uint64_t fileSize) {
+bool tableInside(std::uint64_t offset, std::uint64_t count, std::uint64_t entrySize, std::uint64_t fileSize) {
   return inside(offset, count * entrySize, fileSize);  // count < 2^16, entrySize < 2^16
 }
 

@@ -7,10 +7,10 @@
 #include "router/shared_object_check.h"
 
 #if defined(_WIN32)
-#  include <windows.h>
+#include <windows.h>
 #else
-#  include <dlfcn.h>
-#  include <sys/stat.h>
+#include <dlfcn.h>
+#include <sys/stat.h>
 #endif
 
 namespace tarn::router {
@@ -34,9 +34,8 @@ void* openLibrary(const char* path) {
   // A name without a slash would be looked for along the library search
   // path; the host named a file, so it is taken relative to the working
   // directory like any other path.
-  const std::string file = std::string(path).find('/') == std::string::npos
-                               ? std::string("./") + path
-                               : std::string(path);
+  const std::string file =
+      std::string(path).find('/') == std::string::npos ? std::string("./") + path : std::string(path);
   return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 void* findSymbol(void* handle, const char* name) { return dlsym(handle, name); }
@@ -69,7 +68,7 @@ bool loadUserLibrary(const char* path) {
   if (handle == nullptr) return false;
   UserLibrary functions;
   const bool started =
-#define TARN_UBML_BIND(name) bindFunction(handle, "ubml_" #name, functions.name) &&
+#define TARN_UBML_BIND(name) bindFunction(handle, "ubml_" #name, functions.name)&&
       TARN_UBML_FUNCTIONS(TARN_UBML_BIND) functions.InitializeAllocate() == 0;
 #undef TARN_UBML_BIND
   if (!started) {
@@ -86,9 +85,7 @@ bool loadUserLibrary(const char* path) {
   return true;
 }
 
-const UserLibrary* boundUserLibrary() {
-  return binding.handle != nullptr ? &binding.functions : nullptr;
-}
+const UserLibrary* boundUserLibrary() { return binding.handle != nullptr ? &binding.functions : nullptr; }
 
 bool userLibraryLoaded() { return binding.handle != nullptr; }
 

@@ -8,13 +8,13 @@
 namespace tarn::router {
 
 // Every function of the plug-in interface, in the order of tarn/ubml.h.
-#define TARN_UBML_FUNCTIONS(X)                                                              \
-  X(InitializeAllocate) X(Free) X(InitializeCoefs) X(GetErrorMsg) X(ErrorHandler)          \
-  X(GetPropCount) X(GetPropId) X(GetPropDesc) X(GetCorrelationCount) X(GetCorrelationId)   \
-  X(GetCorrelationDesc) X(GetCorrelationType) X(GetCorrelationInpPropCount)                \
-  X(GetCorrelationInpPropId) X(GetCorrelationOutPropCount) X(GetCorrelationOutPropId)      \
-  X(GetIndexPair) X(GetCoefCount) X(GetCoef) X(SetCoefValue) X(CalcIndexFromProp)          \
-  X(CalcPropFromIndex) X(CalcPropValue) X(CalcPropDeriv) X(CalcTorqPropValue)
+#define TARN_UBML_FUNCTIONS(X)                                                                          \
+  X(InitializeAllocate)                                                                                 \
+  X(Free) X(InitializeCoefs) X(GetErrorMsg) X(ErrorHandler) X(GetPropCount) X(GetPropId) X(GetPropDesc) \
+      X(GetCorrelationCount) X(GetCorrelationId) X(GetCorrelationDesc) X(GetCorrelationType)            \
+          X(GetCorrelationInpPropCount) X(GetCorrelationInpPropId) X(GetCorrelationOutPropCount)        \
+              X(GetCorrelationOutPropId) X(GetIndexPair) X(GetCoefCount) X(GetCoef) X(SetCoefValue)     \
+                  X(CalcIndexFromProp) X(CalcPropFromIndex) X(CalcPropValue) X(CalcPropDeriv) X(CalcTorqPropValue)
 
 // The plug-in's functions, each named as its ubml_* export without the prefix.
 struct UserLibrary {

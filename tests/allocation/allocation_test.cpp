@@ -96,14 +96,13 @@ TEST(AllocationTest, EvaluationStaysOffTheHeapUpToSixtyFourComponents) {
   }
 
   const auto blendOf = [](int n) {
-    std::vector<double> v(n, 1.0 / n), curves(7 * n), blend(7), slopes(56 * n), ron(n, 92),
-        mon(n, 83), ole(n, 10), aro(n, 25), interactions(n * n, 0.1);
+    std::vector<double> v(n, 1.0 / n), curves(7 * n), blend(7), slopes(56 * n), ron(n, 92), mon(n, 83), ole(n, 10),
+        aro(n, 25), interactions(n * n, 0.1);
     for (int i = 0; i < 7 * n; ++i) curves[i] = 92 + 40 * (i % 7) + 0.5 * (i / 7);
     return allocationsOf([&] {
       gfx_D86(n, v.data(), curves.data(), blend.data(), slopes.data(), 0, 1, 'F');
       gfx_FindPoints(n, curves.data(), v.data(), blend.data());
-      gfx_Healy(1, v.data(), n, ron.data(), mon.data(), ole.data(), aro.data(), blend.data(),
-                slopes.data());
+      gfx_Healy(1, v.data(), n, ron.data(), mon.data(), ole.data(), aro.data(), blend.data(), slopes.data());
       gfx_Interactive(1, v.data(), n, interactions.data(), ron.data(), slopes.data());
       gfx_Freeze(1, 'F', v.data(), n, ron.data(), slopes.data());
     });

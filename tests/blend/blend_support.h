@@ -111,7 +111,8 @@ inline Evaluation evaluateAt(tarnblend_model* m, const std::vector<double>& volu
   const auto c = static_cast<std::size_t>(count);
   Evaluation e{std::vector<double>(c), std::vector<double>(derivatives ? c * volumes.size() : 0), std::vector<int>(c)};
   EXPECT_EQ(tarnblend_model_evaluate_at(m, volumes.data(), static_cast<int>(volumes.size()), e.values.data(),
-                                        derivatives ? e.jacobian.data() : nullptr), TARNBLEND_OK)
+                                        derivatives ? e.jacobian.data() : nullptr),
+            TARNBLEND_OK)
       << tarnblend_last_error();
   tarnblend_model_values(m, nullptr, e.statuses.data(), count);
   return e;

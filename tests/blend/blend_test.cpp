@@ -54,10 +54,10 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
   const std::string gasoline =
       std::string(kGasoline) + "Isomerate,0,13.5,80,95,104,112,122,137,165,87.5,85.9,0,0.2,0,1,0,0,0.655\n";
   using Units = std::vector<std::pair<const char*, const char*>>;
-  const Units metric = {{"T50", "degC"}, {"IBP", "C"}, {"T10", "C"}, {"T30", "C"}, {"T70", "C"}, {"T90", "C"},
-                        {"FBP", "C"},    {"RVP", "kPa"}, {"DEN", "g/mL"}, {"SUL", "wt%"}};
-  const Units imperial = {{"T50", "F"},   {"IBP", "F"},   {"T10", "F"},   {"T30", "F"},  {"T70", "F"},  {"T90", "F"},
-                          {"FBP", "F"},   {"FLASH", "F"}, {"CLOUD", "F"}, {"POUR", "F"}, {"CFPP", "F"}, {"DEN", "API"}};
+  const Units metric = {{"T50", "degC"}, {"IBP", "C"}, {"T10", "C"},   {"T30", "C"},    {"T70", "C"},
+                        {"T90", "C"},    {"FBP", "C"}, {"RVP", "kPa"}, {"DEN", "g/mL"}, {"SUL", "wt%"}};
+  const Units imperial = {{"T50", "F"}, {"IBP", "F"},   {"T10", "F"},   {"T30", "F"},  {"T70", "F"},  {"T90", "F"},
+                          {"FBP", "F"}, {"FLASH", "F"}, {"CLOUD", "F"}, {"POUR", "F"}, {"CFPP", "F"}, {"DEN", "API"}};
   struct Case {
     int product;
     std::string table;
@@ -73,8 +73,24 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
       {TARNBLEND_DIESEL, kDiesel, {}, 22 * 4},
       {TARNBLEND_DIESEL, kDiesel, imperial, 22 * 4},
       {TARNBLEND_JET, kJet, {}, 14 * 3},
-      {TARNBLEND_GASOLINE, kGasoline, {}, 6 * 3, 0, 1100, 0.005, "EPA.", "EPA model inputs outside its valid range: RVP"},
-      {TARNBLEND_GASOLINE, kGasoline, {}, 6 * 3, 2, 7000, 0.005, "CARB.", "CARB model inputs outside its valid range: ARO"},
+      {TARNBLEND_GASOLINE,
+       kGasoline,
+       {},
+       6 * 3,
+       0,
+       1100,
+       0.005,
+       "EPA.",
+       "EPA model inputs outside its valid range: RVP"},
+      {TARNBLEND_GASOLINE,
+       kGasoline,
+       {},
+       6 * 3,
+       2,
+       7000,
+       0.005,
+       "CARB.",
+       "CARB model inputs outside its valid range: ARO"},
   };
   Model reference = build(TARNBLEND_GASOLINE, gasoline);
   ASSERT_EQ(tarnblend_model_evaluate(reference.get(), 0), TARNBLEND_OK);
@@ -93,14 +109,21 @@ TEST_F(BlendTest, DerivativesAgreeWithCentralDifferencesInBothUnitSystems) {
         const char* key;
         double scale, offset;
       } conversions[] = {
-          {"T50", 1 / 1.8, -32 / 1.8}, {"FBP", 1 / 1.8, -32 / 1.8}, {"TVL20", 1 / 1.8, -32 / 1.8},
-          {"RVP", 6.894757, 0},        {"SUL", 1e-4, 0},            {"DEN", 0.999016, 0},
-          {"E70", 1, 0},               {"RON", 1, 0},               {"EPA.NOX", 1, 0},
+          {"T50", 1 / 1.8, -32 / 1.8},
+          {"FBP", 1 / 1.8, -32 / 1.8},
+          {"TVL20", 1 / 1.8, -32 / 1.8},
+          {"RVP", 6.894757, 0},
+          {"SUL", 1e-4, 0},
+          {"DEN", 0.999016, 0},
+          {"E70", 1, 0},
+          {"RON", 1, 0},
+          {"EPA.NOX", 1, 0},
           {"DI", 1 / 1.8, -176 / 1.8},  // the drivability index in C is its own published form
       };
       for (const auto& v : conversions) {
         EXPECT_NEAR(value(model.get(), v.key), v.scale * value(reference.get(), v.key) + v.offset,
-                    1e-9 * (1 + std::fabs(value(model.get(), v.key)))) << v.key;
+                    1e-9 * (1 + std::fabs(value(model.get(), v.key))))
+            << v.key;
       }
       EXPECT_EQ(figure(model.get(), "TVL20").unit, "C");
       EXPECT_EQ(figure(model.get(), "DEN").unit, "g/mL");
@@ -163,13 +186,14 @@ TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   const std::vector<double> volumes = {300, 1500, 3000, 3300, 1900, 500};
   const Evaluation w = evaluateAt(whole.get(), volumes);
   // VLI reads RVP and E70 (the curve); EPA.NOX reads E200, E300, oxygen and comes with its four siblings.
-  const int count = static_cast<int>(w.values.size()), asked[] = {static_cast<int>(at(part.get(), "VLI")),
-                                                                  static_cast<int>(at(part.get(), "EPA.NOX"))};
+  const int count = static_cast<int>(w.values.size()),
+            asked[] = {static_cast<int>(at(part.get(), "VLI")), static_cast<int>(at(part.get(), "EPA.NOX"))};
   ASSERT_EQ(tarnblend_model_set_needed(part.get(), asked, 2), TARNBLEND_OK);
   const Evaluation p = evaluateAt(part.get(), volumes);
   for (const char* key : {"VLI", "RVP", "E70", "IBP", "FBP", "EPA.VOC", "E300", "T90", "EHO", "SUL"}) {
     const std::size_t k = at(part.get(), key);
-    EXPECT_TRUE(p.values[k] == w.values[k] && std::equal(&p.jacobian[k * 6], &p.jacobian[k * 6 + 6], &w.jacobian[k * 6]))
+    EXPECT_TRUE(p.values[k] == w.values[k] &&
+                std::equal(&p.jacobian[k * 6], &p.jacobian[k * 6 + 6], &w.jacobian[k * 6]))
         << key;
   }
   for (const char* key : {"RON", "TVL20", "E100", "DI", "CARB.THC"}) {
@@ -179,7 +203,8 @@ TEST_F(BlendTest, AModelAskedForSomePropertiesComputesThoseAndTheirInputs) {
   EXPECT_EQ(tarnblend_model_set_needed(part.get(), bad, 2), TARNBLEND_ERROR_ARGUMENT);
   EXPECT_EQ(tarnblend_model_set_needed(part.get(), nullptr, 1), TARNBLEND_ERROR_ARGUMENT);
   ASSERT_EQ(tarnblend_model_evaluate(part.get(), 0), TARNBLEND_OK);
-  EXPECT_TRUE(figure(part.get(), "EPA.NOX").status == TARNBLEND_COMPUTED && figure(part.get(), "DEN").status != TARNBLEND_COMPUTED);
+  EXPECT_TRUE(figure(part.get(), "EPA.NOX").status == TARNBLEND_COMPUTED &&
+              figure(part.get(), "DEN").status != TARNBLEND_COMPUTED);
   ASSERT_EQ(tarnblend_model_set_product(part.get(), TARNBLEND_DIESEL), TARNBLEND_OK);
   ASSERT_EQ(tarnblend_model_evaluate(part.get(), 0), TARNBLEND_OK);
   EXPECT_EQ(figure(part.get(), "DEN").status, TARNBLEND_COMPUTED);
@@ -192,16 +217,24 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
       "SUL[ppm],SPG\n";
   const std::string reformate = "112,162,214,246,277,322,392,97.1,87.2,64,1.2,2.6,1,0.815\n";
   Model one = build(TARNBLEND_GASOLINE, header + "A,7,4.2," + reformate);
-  Model three = build(TARNBLEND_GASOLINE, header + "A,1,4.2," + reformate + "B,5,4.2," + reformate + "C,0.5,4.2," + reformate);
+  Model three =
+      build(TARNBLEND_GASOLINE, header + "A,1,4.2," + reformate + "B,5,4.2," + reformate + "C,0.5,4.2," + reformate);
   const double curve[7] = {112, 162, 214, 246, 277, 322, 392};
   for (tarnblend_model* m : {one.get(), three.get()}) {
     ASSERT_EQ(tarnblend_model_evaluate(m, 0), TARNBLEND_OK);
     const struct {
       const char* key;
       double expected, tolerance;
-    } same[] = {{"RVP", 4.2, 1e-9},   {"RON", 97.1, 1e-9}, {"MON", 87.2, 1e-9}, {"ARO", 64, 1e-9},
-                {"SUL", 1, 1e-9},     {"DEN", 0.815, 1e-9}, {"IBP", 112, 0.01}, {"T50", 246, 0.01},
-                {"FBP", 392, 0.01},   {"AKI", 92.15, 1e-9},
+    } same[] = {{"RVP", 4.2, 1e-9},
+                {"RON", 97.1, 1e-9},
+                {"MON", 87.2, 1e-9},
+                {"ARO", 64, 1e-9},
+                {"SUL", 1, 1e-9},
+                {"DEN", 0.815, 1e-9},
+                {"IBP", 112, 0.01},
+                {"T50", 246, 0.01},
+                {"FBP", 392, 0.01},
+                {"AKI", 92.15, 1e-9},
                 {"E70", gfx_DistillCurve(curve, 1, 158.0), 0.01}};
     for (const auto& s : same) EXPECT_NEAR(value(m, s.key), s.expected, s.tolerance) << s.key;
   }
@@ -231,7 +264,8 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   // ASTM D4814 DI: T10 52, T50 95, T90 165 C with 10 % ethanol give 541.3 (C form), 1150.4 (F form).
   const std::string di = "NAME,VOLUME,IBP[C],T10[C],T50[C],T90[C],FBP[C],ETOH[vol%]\nE10,1,35,52,95,165,200,10\n";
   Model celsius = build(TARNBLEND_GASOLINE, di), fahrenheit = build(TARNBLEND_GASOLINE, di);
-  for (const char* t : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"}) tarnblend_model_set_unit(fahrenheit.get(), t, "F");
+  for (const char* t : {"IBP", "T10", "T30", "T50", "T70", "T90", "FBP"})
+    tarnblend_model_set_unit(fahrenheit.get(), t, "F");
   ASSERT_EQ(tarnblend_model_evaluate(celsius.get(), 0), TARNBLEND_OK);
   ASSERT_EQ(tarnblend_model_evaluate(fahrenheit.get(), 0), TARNBLEND_OK);
   EXPECT_NEAR(value(celsius.get(), "DI"), 541.3, 0.05);
@@ -249,7 +283,8 @@ TEST_F(BlendTest, Threea11SampleIsNotComputedWithTheRemedy) {
     EXPECT_EQ(f.status, TARNBLEND_NOT_COMPUTED) << key;
     EXPECT_EQ(f.value, TARN_MISSING);
     EXPECT_NE(f.reason.find("THREEA11 gives a falling curve for narrow-boiling components such as 'Butane', 'Ethanol'"),
-              std::string::npos) << f.reason;
+              std::string::npos)
+        << f.reason;
     EXPECT_NE(f.reason.find("use HC94"), std::string::npos);
   }
   EXPECT_EQ(figure(m.get(), "RON").status, TARNBLEND_COMPUTED);
@@ -270,11 +305,12 @@ TEST_F(BlendTest, Threea11SampleIsNotComputedWithTheRemedy) {
 
 // A missing cell drops only its figures (component named); no oxygenate columns: none, emissions still run.
 TEST_F(BlendTest, MissingInputsProductsAndOxygenates) {
-  Model m = build(TARNBLEND_GASOLINE,
-                  "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],SUL[ppm],SPG\n"
-                  "A,60,9,95,120,200,320,400,92,82,30,10,1,10,0.74\n"
-                  "B,40,,100,130,210,330,410,94,84,20,5,0.5,20,0.73\n"
-                  "C,0,,,,,,,,,,,,,\n");
+  Model m = build(
+      TARNBLEND_GASOLINE,
+      "NAME,VOLUME,RVP[psi],IBP[F],T10[F],T50[F],T90[F],FBP[F],RON,MON,ARO[vol%],OLF[vol%],BNZ[vol%],SUL[ppm],SPG\n"
+      "A,60,9,95,120,200,320,400,92,82,30,10,1,10,0.74\n"
+      "B,40,,100,130,210,330,410,94,84,20,5,0.5,20,0.73\n"
+      "C,0,,,,,,,,,,,,,\n");
   ASSERT_EQ(tarnblend_model_evaluate(m.get(), 1), TARNBLEND_OK);
   const struct {
     const char* key;
@@ -333,7 +369,8 @@ TEST_F(BlendTest, BadInputIsRefusedWithItsStatus) {
   refused(tarnblend_model_set_property(model, 0, "ARO", 30, "wt%"), TARNBLEND_ERROR_UNIT, "which is not vol%");
   refused(tarnblend_model_set_property(model, 0, "T50", -500, "F"), TARNBLEND_ERROR_VALUE, "T50 of 'A' (-500 F)");
   refused(tarnblend_model_set_property(model, 0, "RVP", INFINITY, "psi"), TARNBLEND_ERROR_VALUE, "not finite");
-  refused(tarnblend_model_set_property(model, 0, "OCTANE", 90, ""), TARNBLEND_ERROR_PROPERTY, "unknown property 'OCTANE'");
+  refused(tarnblend_model_set_property(model, 0, "OCTANE", 90, ""), TARNBLEND_ERROR_PROPERTY,
+          "unknown property 'OCTANE'");
   refused(tarnblend_model_set_property(model, 0, "RVP", 9, "furlong"), TARNBLEND_ERROR_UNIT, "unknown unit 'furlong'");
   refused(tarnblend_model_set_property(model, 0, nullptr, 9, "psi"), TARNBLEND_ERROR_ARGUMENT, "property key is null");
   refused(tarnblend_model_set_option(model, "D86METHOD", 6), TARNBLEND_ERROR_VALUE, "D86METHOD must be 0 to 5");
@@ -369,10 +406,21 @@ TEST_F(BlendTest, UnitVocabularyConvertsAsPublished) {
     const char* to;
     double expected;
   } conversions[] = {
-      {100, "\xC2\xB0" "C", "degF", 212},  {-40, "C", "F", -40},           {1, "psi", "kPa", 6.894757},
-      {1, "bar", "kPa", 100},              {1, "% m/m", "mg/kg", 10000},   {15, "ppmw", "wt%", 0.0015},
-      {1.0, "SPG", "API", 10},             {0.85, "g/mL", "kg/m3", 850},   {850, "kg/m\xC2\xB3", "kg/L", 0.85},
-      {2.5, "mm2/s", "cSt", 2.5},          {273.15, "K", "C", 0},          {35, "% V/V", "vol%", 35},
+      {100,
+       "\xC2\xB0"
+       "C",
+       "degF", 212},
+      {-40, "C", "F", -40},
+      {1, "psi", "kPa", 6.894757},
+      {1, "bar", "kPa", 100},
+      {1, "% m/m", "mg/kg", 10000},
+      {15, "ppmw", "wt%", 0.0015},
+      {1.0, "SPG", "API", 10},
+      {0.85, "g/mL", "kg/m3", 850},
+      {850, "kg/m\xC2\xB3", "kg/L", 0.85},
+      {2.5, "mm2/s", "cSt", 2.5},
+      {273.15, "K", "C", 0},
+      {35, "% V/V", "vol%", 35},
   };
   for (const auto& c : conversions) {
     double result = 0;

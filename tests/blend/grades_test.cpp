@@ -71,7 +71,7 @@ TEST_F(GradeTest, PublishedLimitsInTheRecipeUnits) {
       {gasoline.get(), "EN 228", "a", "RON", 95, none, TARNBLEND_FAIL, -1},
       {gasoline.get(), "EN 228", "a", "DEN", 720 / 999.016, 775 / 999.016, TARNBLEND_PASS, -1},
       {gasoline.get(), "EN 228", "a", "FBP", none, 410, TARNBLEND_PASS, -1},  // 210 C
-      {diesel.get(), "EN590", "2", "DEN", 800, 840, -1, -1},  // the arctic range replaces 820-845
+      {diesel.get(), "EN590", "2", "DEN", 800, 840, -1, -1},                  // the arctic range replaces 820-845
       {diesel.get(), "EN590", "C", "FLASH", 55, none, TARNBLEND_PASS, -1},
   };
   for (const auto& c : cases) {
@@ -171,11 +171,14 @@ TEST_F(GradeTest, UserGradeFilesAndTheirFaults) {
       {"property,min,max,unit\nRON,ninety,,\n", ".csv", ":2:5: min is not a number: 'ninety'"},
       {"property,min,max,unit\nRON,,,\n", ".csv", ":2:5: RON: a limit needs a minimum or a maximum"},
       {"property,min,max\nRON,95,\n", ".csv", ":1: no column 'unit'"},
-      {"{\"limits\": [\n  {\"property\": \"RON\", \"min\": 95,}\n]}", ".json", ":2:33: malformed JSON: syntax error while parsing object key"},
+      {"{\"limits\": [\n  {\"property\": \"RON\", \"min\": 95,}\n]}", ".json",
+       ":2:33: malformed JSON: syntax error while parsing object key"},
       {"{\"limits\": [{\"property\": \"RON\", \"min\": \"95\"}]}", ".json", ":1:40: \"min\" is not a number: '95'"},
       // Read with the recipe files' rules: text checked, never echoed.
       {"property,min,max,unit\nRON,95,,\x01\x02\n", ".csv", ":2:9: binary data or a control character (byte 01)"},
-      {"property,min,max,unit\nFLASH,55,,\xB0" "C\n", ".csv", ":2:11: the file is not UTF-8 text (byte B0 here)"},
+      {"property,min,max,unit\nFLASH,55,,\xB0"
+       "C\n",
+       ".csv", ":2:11: the file is not UTF-8 text (byte B0 here)"},
   };
   for (const auto& f : faults) {
     const std::string path = temporaryFile(f.content, f.suffix);

@@ -17,7 +17,6 @@ using tarn::testing::expectJacobianNear;
 using Vector = std::vector<double>;
 using BlendingTest = tarn::testing::LibraryTest;
 
-
 TEST_F(BlendingTest, LinearByVolumeAndByMass) {
   const double volumes[] = {20, 30, 50}, gravities[] = {0.70, 0.75, 0.80}, values[] = {90, 94, 100};
   EXPECT_NEAR(gfx_LinearByVolume(volumes, 3, values), 96.2, 1e-12);
@@ -30,9 +29,9 @@ TEST_F(BlendingTest, LinearByVolumeAndByMass) {
 
 TEST_F(BlendingTest, ChesapeakMovesEachPointBySlopeTimesSegment) {
   const double curve[7] = {90, 120, 150, 200, 250, 320, 400};
-  const double expected[7] = {-0.2506 * 30 + 90 - 58, -0.6068 * 30 + 120 - 29, -0.716 * 50 + 150 - 17,
-                              0.957648 * 200 + 2.603229, 0.228 * 50 + 250 - 2,
-                              0.05 * 70 + 320 + 5, -0.285 * 80 + 400 + 11.5};  // last two add
+  const double expected[7] = {-0.2506 * 30 + 90 - 58,    -0.6068 * 30 + 120 - 29, -0.716 * 50 + 150 - 17,
+                              0.957648 * 200 + 2.603229, 0.228 * 50 + 250 - 2,    0.05 * 70 + 320 + 5,
+                              -0.285 * 80 + 400 + 11.5};  // last two add
   double out[7], celsius[7];
   ASSERT_EQ(gfx_ChesapeakF('F', 0, curve, out), 0);
   for (int i = 0; i < 7; ++i) EXPECT_NEAR(out[i], expected[i], 1e-9) << i;
@@ -94,7 +93,6 @@ TEST_F(BlendingTest, FreezePointCubeRootRule) {
   EXPECT_EQ(dF, Vector(4, 0.0));
 }
 
-
 // Per component (x, RON, MON, olefins, aromatics); `renormalise` scales fractions to sum to one first.
 Vector healy(const Vector& v, bool renormalise, Vector* d = nullptr) {
   const int n = static_cast<int>(v.size() / 5);
@@ -102,10 +100,12 @@ Vector healy(const Vector& v, bool renormalise, Vector* d = nullptr) {
   for (std::size_t i = 0; i < v.size(); ++i) in[i % 5].push_back(v[i]);
   double sum = 0;
   for (double f : in[0]) sum += f;
-  if (renormalise) for (double& f : in[0]) f /= sum;
+  if (renormalise)
+    for (double& f : in[0]) f /= sum;
   if (d) d->assign(10 * n, 0.0);
-  EXPECT_EQ(gfx_Healy(d != nullptr, in[0].data(), n, in[1].data(), in[2].data(), in[3].data(), in[4].data(),
-                      out.data(), d ? d->data() : nullptr), 0);
+  EXPECT_EQ(gfx_Healy(d != nullptr, in[0].data(), n, in[1].data(), in[2].data(), in[3].data(), in[4].data(), out.data(),
+                      d ? d->data() : nullptr),
+            0);
   return out;
 }
 
@@ -130,7 +130,7 @@ TEST_F(BlendingTest, HealyFractionsOffOneAreRepairedOrRefused) {
   const double ron[] = {100, 90}, mon[] = {90, 80}, ole[] = {5, 5}, aro[] = {20, 20};
   double x[] = {2, 2}, out[2], d[20], modeTwo[20], none[20] = {};
   ASSERT_EQ(gfx_Healy(1, x, 2, ron, mon, ole, aro, out, d), 0);
-  EXPECT_EQ(x[0], 0.5);  // normalised in the caller's array
+  EXPECT_EQ(x[0], 0.5);            // normalised in the caller's array
   EXPECT_NEAR(out[0], 95, 1e-12);  // sensitivity 10 on both sides: no correction
   // Modes 1 and 2 give the same slopes; any other mode writes none.
   gfx_Healy(2, x, 2, ron, mon, ole, aro, out, modeTwo);

@@ -147,9 +147,8 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
   std::vector<double> ron = sampleColumn("RON"), mon = sampleColumn("MON"), olefins = sampleColumn("OLF[vol%]"),
                       aromatics = sampleColumn("ARO[vol%]");
   double octane[2];
-  ASSERT_EQ(gfx_Healy(0, fractions.data(), n, ron.data(), mon.data(), olefins.data(), aromatics.data(), octane,
-                      nullptr),
-            0);
+  ASSERT_EQ(
+      gfx_Healy(0, fractions.data(), n, ron.data(), mon.data(), olefins.data(), aromatics.data(), octane, nullptr), 0);
   EXPECT_NEAR(figure(report, "RON"), octane[0], 1e-9);
   EXPECT_NEAR(figure(report, "MON"), octane[1], 1e-9);
   const std::vector<double> gravity = sampleColumn("SPG"), sulfur = sampleColumn("SUL[ppm]"),
@@ -173,8 +172,8 @@ TEST_F(CliTest, SampleReportAgreesWithTheLibraryCalledDirectly) {
     const auto at = text.out.find("\n  " + id + " ");
     return at == std::string::npos ? "" : text.out.substr(at, text.out.find('\n', at + 1) - at);
   };
-  for (const auto& [id, unit] : {std::pair{"RVP", " psi "}, {"T50", " F "}, {"SUL", " ppm "}, {"ARO", " vol% "},
-                                 {"EPA.NOX", " % change "}}) {
+  for (const auto& [id, unit] :
+       {std::pair{"RVP", " psi "}, {"T50", " F "}, {"SUL", " ppm "}, {"ARO", " vol% "}, {"EPA.NOX", " % change "}}) {
     EXPECT_NE(row(id).find(unit), std::string::npos) << id << "\n" << text.out;
   }
 }
@@ -225,9 +224,13 @@ TEST_F(CliTest, GradeChecksAndPlot) {
   EXPECT_EQ(count(svg, "<circle"), 7u * 7u);
   EXPECT_EQ(count(svg, "r=\"3.0\" fill=\"white\""), 6u * 2u);
   EXPECT_EQ(count(svg, "stroke-dasharray"), 6u * 4u + 6u);  // four segments and a legend line each
-  for (const char* label : {">Reformate 27.0 % (T30/T70 estimated)<", ">Blend<", ">E70 22\xE2\x80\x93" "50 %<",
+  for (const char* label : {">Reformate 27.0 % (T30/T70 estimated)<", ">Blend<",
+                            ">E70 22\xE2\x80\x93"
+                            "50 %<",
                             ">E150 \xE2\x89\xA5 75 %<", ">FBP \xE2\x89\xA4 410<", ">EN228 A limits<",
-                            "Temperature (\xC2\xB0" "F)", "</svg>"}) {
+                            "Temperature (\xC2\xB0"
+                            "F)",
+                            "</svg>"}) {
     EXPECT_NE(svg.find(label), std::string::npos) << label;
   }
 }
@@ -271,8 +274,22 @@ TEST_F(CliTest, CatalogueCoefficientsAndEvaluationAnswers) {
              pair = {"describe", "13", "--json"}, report = {"blend", "--json", "--set", "REIDVAPORPRESSURE.X=1.3"},
              once = {"eval", "tvl", "9", "120", "210", "--derivs", "--json"},
              epa = {"eval", "54", "200", "330", "--derivs", "--json"},
-             evaporative = {"eval", "EVAPORATIVE", "100", "140", "180", "220", "260", "300", "340", "--derivs",
-                            "--json", "--set", "EVAPORATIVE.NPTS=2", "--set", "EVAPORATIVE.P00=200", "--set",
+             evaporative = {"eval",
+                            "EVAPORATIVE",
+                            "100",
+                            "140",
+                            "180",
+                            "220",
+                            "260",
+                            "300",
+                            "340",
+                            "--derivs",
+                            "--json",
+                            "--set",
+                            "EVAPORATIVE.NPTS=2",
+                            "--set",
+                            "EVAPORATIVE.P00=200",
+                            "--set",
                             "EVAPORATIVE.P01=340"};
   const std::vector<std::tuple<Args, std::string, Json>> cases = {
       {list, "/9/id", "RVPINDEX"},
@@ -330,13 +347,15 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   double in[3] = {9.0, 120.0, 210.0}, out[1], d[3];
   ASSERT_EQ(gfx_tarnGenCalc(0, 1, 0, in, out, d), 0);
   // The unit flag set for the run is the unit the values are read in.
-  const Json celsius = Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
+  const Json celsius =
+      Json::parse(run({"eval", "TVL", "9", "48.8889", "98.8889", "--json", "--coef", "TVL.CORF=0"}).out);
   EXPECT_EQ(celsius["temperature_unit"], "C");
   EXPECT_NEAR(celsius["outputs"]["TVL"].get<double>(), (out[0] - 32.0) / 1.8, 1e-3);
   // Missing input or undefined result: not computed with the reason, exit 1 (TVL of a missing T10 is 2e29, status 0).
-  for (const auto& [args, reason] : {std::pair{std::vector<std::string>{"TVL", "9", "NA", "210"}, "input T10 is missing"},
-                                     {{"RVP", "NA"}, "input RVPNDX is missing"},
-                                     {{"POURPOINT1", "-5"}, "status 1: the correlation's result is undefined"}}) {
+  for (const auto& [args, reason] :
+       {std::pair{std::vector<std::string>{"TVL", "9", "NA", "210"}, "input T10 is missing"},
+        {{"RVP", "NA"}, "input RVPNDX is missing"},
+        {{"POURPOINT1", "-5"}, "status 1: the correlation's result is undefined"}}) {
     std::vector<std::string> command = {"eval"};
     command.insert(command.end(), args.begin(), args.end());
     command.push_back("--json");
@@ -365,7 +384,9 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   EXPECT_EQ(cells[5], "0");
   EXPECT_EQ(std::stod(cells[8]), d[1]);
   // The same rows as a spreadsheet in a decimal-comma locale writes them.
-  TempFile semicolons("\xEF\xBB\xBF" "case;T50;t10;RVP\nA;210;120;9\nB;200,0;110;8,0\n");
+  TempFile semicolons(
+      "\xEF\xBB\xBF"
+      "case;T50;t10;RVP\nA;210;120;9\nB;200,0;110;8,0\n");
   const Outcome local = run({"eval", "TVL", "--csv", semicolons.path()});
   EXPECT_EQ(local.code, 0) << local.err;
   EXPECT_EQ(split(local.out.substr(local.out.find("\nA,") + 1))[4], cells[4]);
@@ -375,7 +396,8 @@ TEST_F(CliTest, EvaluationByIndexOnceAndPerRow) {
   EXPECT_EQ(partly.code, 0);
   EXPECT_EQ(partly.out.substr(partly.out.rfind("\n9,,")), "\n9,,210,,1,input T10 is missing,,,\n");
   EXPECT_NE(partly.err.find("1 of 2 rows were not computed"), std::string::npos) << partly.err;
-  EXPECT_EQ(run({"eval", "RVP", "--csv", clash.path()}).out.substr(0, 41), "RVPNDX,RVP,RVP.out,status,reason\n9,old,5.");
+  EXPECT_EQ(run({"eval", "RVP", "--csv", clash.path()}).out.substr(0, 41),
+            "RVPNDX,RVP,RVP.out,status,reason\n9,old,5.");
 }
 
 TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
@@ -403,19 +425,30 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
       {{"blend", "--coef", "EPA.SEASON=9"}, "", "EPA.SEASON takes 1 (summer) or 2 (winter), not 9"},
       {{"eval", "ND86TOPERCENTOFF", "--coef", "ND86TOPERCENTOFF.NPOFF=2.5"}, "", "NPOFF is a whole-number setting"},
       // Recipe faults, named by file, line and column.
-      {{"blend", "{}"}, "\x7F" "ELF\x02\x01\x01\x1B[2J\x9B", ":1:1: binary data or a control character (byte 7F)"},
-      {{"blend", "{}"}, header + "Naphtha \xE9t\xE9,1,9,130,210,330\n", ":2:9: the file is not UTF-8 text (byte E9 here)"},
+      {{"blend", "{}"},
+       "\x7F"
+       "ELF\x02\x01\x01\x1B[2J\x9B",
+       ":1:1: binary data or a control character (byte 7F)"},
+      {{"blend", "{}"},
+       header + "Naphtha \xE9t\xE9,1,9,130,210,330\n",
+       ":2:9: the file is not UTF-8 text (byte E9 here)"},
       // Degrees F read as C: above the end point of a gasoline, or above what a D86 distillation reads.
       {{"blend", "{}", "--units", "C"}, unlabelled, ":6:32: T50 of 'Reformate' would be 246 C, above the 225 C"},
-      {{"blend", "{}", "--units", "C", "--product", "diesel"}, unlabelled, "FBP of 'FCC naphtha' is 408 C, above the 400 C"},
-      {{"blend", "{}", "--units", "C"}, "NAME,VOLUME,T50[F]\nA,1,200\n", "T50 is in F but the unit of unlabelled temperatures is C"},
+      {{"blend", "{}", "--units", "C", "--product", "diesel"},
+       unlabelled,
+       "FBP of 'FCC naphtha' is 408 C, above the 400 C"},
+      {{"blend", "{}", "--units", "C"},
+       "NAME,VOLUME,T50[F]\nA,1,200\n",
+       "T50 is in F but the unit of unlabelled temperatures is C"},
       {{"blend", "--grade", "EN228", "--class", "Q"}, "", "EN228 has no class 'Q' (classes: A,D,D1)"},
       // The optimiser's own forms.
       {{"optimize", kComponents}, "", "say what the blend must meet: --grade, --limit or --target"},
       {{"optimize", kComponents, "--limit", "RVP=9"}, "", "write KEY<=VALUE or KEY>=VALUE"},
       {{"optimize", kComponents, "--limit", "RVP<=9", "--cost", "Naphtha=3"}, "", "no component named 'Naphtha'"},
       {{"optimize", kComponents, "--limit", "RVP<=9 furlong"}, "", "furlong"},
-      {{"optimize", kComponents, "--target", "RVP=9", "--free", "Butane", "--demand", "9:8"}, "", "minimum above maximum"},
+      {{"optimize", kComponents, "--target", "RVP=9", "--free", "Butane", "--demand", "9:8"},
+       "",
+       "minimum above maximum"},
       {{"optimize", kComponents, "--limit", "RVP<=9", "--cost", "Butane=38"}, "", "has no cost"},
       {{"optimize", TARN_SOURCE_DIR "/examples/diesel.json", "--cost", "Kerosene=600"}, "", "apply to a recipe"},
       {{"eval", "TVL", "1", "2"}, "", "TVL takes 3 inputs (RVP, T10, T50), got 2"},
@@ -438,8 +471,9 @@ TEST_F(CliTest, BadInputGetsOneLineErrorAndExitTwo) {
     // No byte of the file reaches the terminal raw: the message is UTF-8 text without control characters.
     for (std::size_t i = 0; i < r.err.size(); ++i) {
       const auto c = static_cast<unsigned char>(r.err[i]);
-      EXPECT_TRUE((c >= 0x20 && c != 0x7F && c != 0xC2) || c == '\n' || (c == 0xC2 && i + 1 < r.err.size() &&
-                  static_cast<unsigned char>(r.err[i + 1]) >= 0xA0)) << i;
+      EXPECT_TRUE((c >= 0x20 && c != 0x7F && c != 0xC2) || c == '\n' ||
+                  (c == 0xC2 && i + 1 < r.err.size() && static_cast<unsigned char>(r.err[i + 1]) >= 0xA0))
+          << i;
       EXPECT_FALSE(c >= 0x80 && c < 0xC0 && (i == 0 || static_cast<unsigned char>(r.err[i - 1]) < 0x80)) << i;
     }
   }

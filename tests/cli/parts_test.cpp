@@ -1,9 +1,9 @@
 // Parts of the tool that every command relies on: the CSV writer and the reading of numbers.
 #include <gtest/gtest.h>
 
-#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
+#include "text/csv.h"
 
 namespace {
 

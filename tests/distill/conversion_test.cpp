@@ -50,16 +50,23 @@ TEST_F(ConversionTest, RoutinesMatchPublishedCurvesAndIndependentlyEvaluatedFits
     EXPECT_EQ(status, 0);
     const Curve want = tarn::testing::numbersOf(row[3]);
     for (int k = 0; k < 7; ++k) {
-      if (!std::isnan(want[k])) { EXPECT_NEAR(got[k], want[k], std::stod(row[4])) << "point " << k; }
+      if (!std::isnan(want[k])) {
+        EXPECT_NEAR(got[k], want[k], std::stod(row[4])) << "point " << k;
+      }
     }
   }
 }
 
 TEST_F(ConversionTest, ForwardThenExactInverseReturnsTheCurveInBothUnits) {
-  struct Pair { Routine forward, inverse; double tolerance; };
+  struct Pair {
+    Routine forward, inverse;
+    double tolerance;
+  };
   // The numerical inverses stop on a step of 1e-6; the algebraic ones are exact.
-  const Pair pairs[] = {{gfx_HC94F, gfx_HC94R, 1e-9}, {gfx_THREEA11F, gfx_THREEA11R, 1e-9},
-                        {gfx_SIXORDERF, gfx_SIXORDERR_REV, 1e-5}, {gfx_ETHYLSF, gfx_ETHYLSR_REV, 1e-5}};
+  const Pair pairs[] = {{gfx_HC94F, gfx_HC94R, 1e-9},
+                        {gfx_THREEA11F, gfx_THREEA11R, 1e-9},
+                        {gfx_SIXORDERF, gfx_SIXORDERR_REV, 1e-5},
+                        {gfx_ETHYLSF, gfx_ETHYLSR_REV, 1e-5}};
   for (const Pair& pair : pairs) {
     for (const Curve& curveF : kCurves) {
       for (char unit : {'F', 'C'}) {
@@ -81,7 +88,7 @@ TEST_F(ConversionTest, ForwardRoutinesWidenAFlatSegmentThatStrictReversesReject)
   const Curve flat = {150, 150, 180, 180, 250, 300, 350}, descending = {100, 140, 139, 200, 250, 300, 350};
   // THREEA11R is the one reverse routine that accepts equal neighbours.
   const std::pair<Routine, int> flatStatus[] = {
-      {gfx_HC94F, 0},  {gfx_THREEA11F, 0}, {gfx_SIXORDERF, 0},     {gfx_ETHYLSF, 0}, {gfx_THREEA11R, 0},
+      {gfx_HC94F, 0}, {gfx_THREEA11F, 0}, {gfx_SIXORDERF, 0},     {gfx_ETHYLSF, 0}, {gfx_THREEA11R, 0},
       {gfx_HC94R, 1}, {gfx_SIXORDERR, 1}, {gfx_SIXORDERR_REV, 1}, {gfx_ETHYLSR, 1}, {gfx_ETHYLSR_REV, 1}};
   for (const auto& [routine, expected] : flatStatus) {
     int status = -1, descendingStatus = -1;
@@ -113,8 +120,8 @@ TEST_F(ConversionTest, PureComponentIsCopiedInTheCallersUnitByEveryRoutine) {
   ASSERT_EQ(gfx_setCorParms("GENERICD86", "DPure", 5.0), 0);
   const Curve narrow = {78.0, 78.5, 79.0, 79.5, 80.0, 81.0, 82.9};  // FBP - IBP = 4.9
   const Curve disordered = {78.0, 79.0, 78.5, 79.5, 80.0, 81.0, 82.9};
-  for (Routine r : {gfx_HC94F, gfx_HC94R, gfx_THREEA11F, gfx_THREEA11R, gfx_SIXORDERF, gfx_SIXORDERR,
-                    gfx_SIXORDERR_REV, gfx_ETHYLSF, gfx_ETHYLSR, gfx_ETHYLSR_REV}) {
+  for (Routine r : {gfx_HC94F, gfx_HC94R, gfx_THREEA11F, gfx_THREEA11R, gfx_SIXORDERF, gfx_SIXORDERR, gfx_SIXORDERR_REV,
+                    gfx_ETHYLSF, gfx_ETHYLSR, gfx_ETHYLSR_REV}) {
     int status = -1;
     for (char unit : {'F', 'C'}) EXPECT_EQ(convert(r, unit, narrow), narrow);
     convert(r, 'F', disordered, &status);

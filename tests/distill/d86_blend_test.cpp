@@ -37,8 +37,8 @@ Curve blend(const Curve& fractions, Curve curves, int method, char unit, int* st
   Curve out(7, -1.0);
   const int n = static_cast<int>(fractions.size());
   if (derivs != nullptr) derivs->assign(n * 56, -1.0);
-  const int s = gfx_D86(n, fractions.data(), curves.data(), out.data(),
-                        derivs != nullptr ? derivs->data() : nullptr, method, derivs != nullptr, unit);
+  const int s = gfx_D86(n, fractions.data(), curves.data(), out.data(), derivs != nullptr ? derivs->data() : nullptr,
+                        method, derivs != nullptr, unit);
   if (status != nullptr) *status = s;
   return out;
 }
@@ -168,7 +168,8 @@ TEST_F(D86BlendTest, OneComponentOrTwoIdenticalOnesComeBackThroughTheirMethod) {
       expected[6] = std::min(expected[6], curve[6]);
       both.insert(both.end(), curve.begin(), curve.end());
       int status = -1, status2 = -1;
-      const Curve one = blend({1.0}, curve, method, unit, &status), two = blend({0.5, 0.5}, both, method, unit, &status2);
+      const Curve one = blend({1.0}, curve, method, unit, &status),
+                  two = blend({0.5, 0.5}, both, method, unit, &status2);
       ASSERT_EQ(status + status2, 0) << method;
       for (int k = 0; k < 7; ++k) {
         EXPECT_NEAR(one[k], expected[k], kBlend) << "method " << method << unit << " point " << k;
@@ -197,7 +198,9 @@ TEST_F(D86BlendTest, DerivativeRowsAreTheProcedureToTheLastBit) {
 
   // Random blends, every method and unit: >64 components, twins, below MinVol, negative fractions, fine tolerance.
   std::mt19937 random(20);
-  const auto uniform = [&random](double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(random); };
+  const auto uniform = [&random](double lo, double hi) {
+    return std::uniform_real_distribution<double>(lo, hi)(random);
+  };
   const std::vector<std::pair<const char*, double>> settings[] = {
       {}, {{"BTol", 1e-14}}, {{"MnVolIBP", 2}, {"MxVolFBP", 98}}, {{"MinVol", 0.05}}};
   int cases = 0, compared = 0;
@@ -234,7 +237,9 @@ TEST_F(D86BlendTest, FlatCurveStretchGaveNaNDerivativeRowsWithStatusZero) {
     Curve fractions, curves;
     std::vector<int> zeroRows;  // point rows whose step breaks the order
   } cases[] = {
-      {{0.5, 0.5}, {60, 80.1, 100.2, 170.1, 170.1, 170.1, 170.1, 60, 80.1, 100.2, 120.3, 140.4, 160.5, 180.7}, {4, 5, 6}},
+      {{0.5, 0.5},
+       {60, 80.1, 100.2, 170.1, 170.1, 170.1, 170.1, 60, 80.1, 100.2, 120.3, 140.4, 160.5, 180.7},
+       {4, 5, 6}},
       {{0.9, 0.1}, {112, 162, 214, 246, 277, 322, 392, 173, 173, 173, 173, 173, 173, 173}, {9, 10, 11, 12, 13, 14}},
   };
   for (const auto& c : cases) {
@@ -257,7 +262,7 @@ TEST_F(D86BlendTest, RepairsAndRejections) {
   EXPECT_EQ(out, Curve(7, -1.0));
   ASSERT_EQ(gfx_setCorParms("TARN", "ChangeData", 1.0), 0);
   EXPECT_EQ(gfx_D86(1, &one, curve.data(), out.data(), nullptr, 0, 0, 'F'), 0);
-  EXPECT_EQ(curve[1], 300.5);  // repaired in the caller's array
+  EXPECT_EQ(curve[1], 300.5);                                                   // repaired in the caller's array
   EXPECT_EQ(gfx_D86(1, &one, good.data(), out.data(), nullptr, 6, 0, 'F'), 1);  // no method 6
   EXPECT_EQ(gfx_D86(1, &notOne, good.data(), out.data(), nullptr, 0, 0, 'F'), 1);
   // (Beyond the 64 components kept on the stack: the random blends above.)

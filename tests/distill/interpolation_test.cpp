@@ -34,8 +34,11 @@ TEST(Interpolate, LinesStepsAndHeldExtrapolationAndQuadraticInversion) {
 TEST_F(InterpolationTest, DistillCurveReadsBothWaysWithItsEndRules) {
   const double curve[7] = {100, 120, 160, 200, 240, 300, 380}, flat[7] = {100, 120, 120, 200, 240, 300, 380};
   // Mode 1: temperature -> percent, held at 0 and 100; modes 0 and 2: percent -> temperature, no extension.
-  const struct { int mode; double x, want; } reads[] = {{1, 180, 40}, {1, 340, 95},  {1, 20, 0},   {1, 500, 100},
-                                                        {2, 40, 180}, {0, 95, 340},  {2, 150, 380}, {2, -5, 100}};
+  const struct {
+    int mode;
+    double x, want;
+  } reads[] = {{1, 180, 40}, {1, 340, 95}, {1, 20, 0},    {1, 500, 100},
+               {2, 40, 180}, {0, 95, 340}, {2, 150, 380}, {2, -5, 100}};
   for (const auto& r : reads) EXPECT_DOUBLE_EQ(gfx_DistillCurve(curve, r.mode, r.x), r.want) << r.mode << " " << r.x;
   // Equal neighbours make the curve unusable in both directions.
   EXPECT_EQ(gfx_DistillCurve(flat, 1, 150), 1e30);
@@ -53,8 +56,8 @@ double model(double anchor, double a, double b, double p) { return anchor + a * 
 TEST_F(InterpolationTest, MissingThirtyAndSeventyPointsFollowTheLogLinearModel) {
   // Lower half anchored at the IBP (a = 0.5, b = 40), upper at the FBP counted down from 100 (a = -0.5,
   // b = -40); two five-point curves widened in place, then completed.
-  std::vector<double> buffer = {100, model(100, 0.5, 40, 10), model(100, 0.5, 40, 50), 260, 300,
-                                90, 130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
+  std::vector<double> buffer = {100, model(100, 0.5, 40, 10),   model(100, 0.5, 40, 50),   260, 300, 90,
+                                130, model(300, -0.5, -40, 50), model(300, -0.5, -40, 10), 300};
   buffer.resize(14, -1.0);
   gfx_D86Expand5Pt(2, buffer.data(), nullptr);  // the 30 and 70 % points left missing
   EXPECT_EQ(gfx_TBPLogInterpolate2(buffer.data()), 0);

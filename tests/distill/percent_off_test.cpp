@@ -51,9 +51,16 @@ TEST_F(PercentOffTest, RoundTripsRecoverTheInnerPointsForEveryMethod) {
     const Values tbp = unit == 'C' ? tarn::testing::celsiusOf(tbpF) : tbpF;
     const Values hc94 = apply(gfx_HC94R, unit, tbp), threeA11 = apply(gfx_THREEA11R, unit, tbp);
     const Values sixOrder = apply(gfx_SIXORDERR_REV, unit, tbp), ethyls = apply(gfx_ETHYLSR_REV, unit, tbp);
-    const struct { int method; Values d86, expected; double tolerance; } cases[] = {
-        {0, hc94, hc94, 1e-6}, {1, threeA11, threeA11, 1e-6}, {2, sixOrder, apply(gfx_SIXORDERR, unit, tbp), 5e-3},
-        {3, ethyls, apply(gfx_ETHYLSR, unit, tbp), 5e-3}, {4, tbp, tbp, 1e-6}, {5, ethyls, ethyls, 5e-3}};
+    const struct {
+      int method;
+      Values d86, expected;
+      double tolerance;
+    } cases[] = {{0, hc94, hc94, 1e-6},
+                 {1, threeA11, threeA11, 1e-6},
+                 {2, sixOrder, apply(gfx_SIXORDERR, unit, tbp), 5e-3},
+                 {3, ethyls, apply(gfx_ETHYLSR, unit, tbp), 5e-3},
+                 {4, tbp, tbp, 1e-6},
+                 {5, ethyls, ethyls, 5e-3}};
     for (const auto& c : cases) {
       const Values back = fromPercentOff(c.method, toPercentOff(c.method, c.d86, unit), unit);
       for (int k = 1; k < 6; ++k) EXPECT_NEAR(back[k], c.expected[k], c.tolerance) << c.method << unit << k;

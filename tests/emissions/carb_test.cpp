@@ -49,11 +49,16 @@ int carb4(int property, double value, const char* options) {
 using CarbTest = tarn::testing::LibraryTest;
 
 TEST_F(CarbTest, ReferenceFuelsGiveNoChangeAndANonTrivialFuelMatchesTheEquations) {
-  const struct { Vec fuel; const char* flags; } flat[] = {
-      {kFlat, "FFFFFF"},        {{7.0, 200, 290, 22, 4, 2.0, 30, 0.8}, "AAAAAA"},
-      {with(kFlat, 1, 200), "AFFFFF"}, {kFlat, "aXFFFF"},  // only an upper-case A selects averaging
-      {kFlat, nullptr}, {with(kFlat, 1, 200), "A"},        // missing letters stay flat
-      {with(kFlat, 0, 9.5), "FFFFFF"}};                    // RVP is not a model property
+  const struct {
+    Vec fuel;
+    const char* flags;
+  } flat[] = {{kFlat, "FFFFFF"},
+              {{7.0, 200, 290, 22, 4, 2.0, 30, 0.8}, "AAAAAA"},
+              {with(kFlat, 1, 200), "AFFFFF"},
+              {kFlat, "aXFFFF"},  // only an upper-case A selects averaging
+              {kFlat, nullptr},
+              {with(kFlat, 1, 200), "A"},        // missing letters stay flat
+              {with(kFlat, 0, 9.5), "FFFFFF"}};  // RVP is not a model property
   for (const auto& c : flat) {
     const CarbRun r = run(c.fuel, c.flags);
     EXPECT_EQ(Vec(r.out, r.out + 3), Vec(3, 0.0)) << (c.flags ? c.flags : "null");
@@ -85,8 +90,10 @@ TEST_F(CarbTest, OxygenBandLimitEdgesAndSensitivitiesInCelsius) {
   for (double o : {1.801, 2.1989998}) EXPECT_EQ(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
   for (double o : {1.8009, 2.199}) EXPECT_NE(run(with(fuel, 5, o), "FAFAFA").out[2], atTwo) << o;
   // Limits widened by 1.0001 (values: limits_test); benzene against its own bound 1.20012.
-  const struct { int property; double inside, outside; } edges[] = {
-      {6, 80.005, 80.01}, {7, 1.2001, 1.2002}, {1, 220.02, 220.03}, {4, 0.0, -0.001}};
+  const struct {
+    int property;
+    double inside, outside;
+  } edges[] = {{6, 80.005, 80.01}, {7, 1.2001, 1.2002}, {1, 220.02, 220.03}, {4, 0.0, -0.001}};
   for (const auto& e : edges) {
     EXPECT_EQ(run(with(kFlat, e.property, e.inside)).count, 0) << e.property;
     EXPECT_EQ(run(with(kFlat, e.property, e.outside)).count, 1) << e.property;
@@ -117,8 +124,10 @@ TEST_F(CarbTest, OxygenBandLimitEdgesAndSensitivitiesInCelsius) {
 TEST_F(CarbTest, Phase3RoundsAsReportedAndModeLettersSetTheRvpCeilings) {
   EXPECT_EQ(tarn::emissions::roundHalfAwayFromZero(1.005, 2), 1.01);  // stored just below 1.005
   // Rounded into / out of range (limits x1.0001; RVP ceiling 7.2 in 'Y'); olefins -0.05 rounds away from 0.
-  const struct { int property; double inside, outside; } edges[] = {
-      {0, 7.2049, 7.205}, {4, -0.04, -0.05}, {8, 1.2049, 1.205}};
+  const struct {
+    int property;
+    double inside, outside;
+  } edges[] = {{0, 7.2049, 7.205}, {4, -0.04, -0.05}, {8, 1.2049, 1.205}};
   for (const auto& e : edges) {
     EXPECT_EQ(carb3(e.property, e.inside), 0) << e.property;
     EXPECT_EQ(carb3(e.property, e.outside), 1) << e.property;
@@ -131,10 +140,15 @@ TEST_F(CarbTest, Phase3RoundsAsReportedAndModeLettersSetTheRvpCeilings) {
   for (const char* options : {"FFFFFFN", "FFFFFFy", "FFF"}) EXPECT_EQ(carb3(0, 8.0, options), 0) << options;
   EXPECT_EQ(carb3(0, 6.3, "FFFFFFN"), 1);
   // gfx_WCARB4: 'Y' 7.2, other letters 7.0, 'N' 30, floor 6.4, single precision x1.0001/0.9999, no rounding.
-  const struct { int property; double value; const char* options; int count; } cases[] = {
-      {0, 7.2007, "FFFFFFY", 0}, {0, 7.2008, "FFFFFFY", 1}, {0, 7.0007, "FFFFFFZ", 0}, {0, 7.0008, "FFFFFFZ", 1},
-      {0, 7.1, "FFFFFFQ", 1},    {0, 30.0, "FFFFFFN", 0},    {0, 30.01, "FFFFFFN", 1},  {0, 6.3993, "FFFFFFN", 1},
-      {1, 220.022, "FFFFFFN", 0}, {1, 220.023, "FFFFFFN", 1}};
+  const struct {
+    int property;
+    double value;
+    const char* options;
+    int count;
+  } cases[] = {{0, 7.2007, "FFFFFFY", 0}, {0, 7.2008, "FFFFFFY", 1}, {0, 7.0007, "FFFFFFZ", 0},
+               {0, 7.0008, "FFFFFFZ", 1}, {0, 7.1, "FFFFFFQ", 1},    {0, 30.0, "FFFFFFN", 0},
+               {0, 30.01, "FFFFFFN", 1},  {0, 6.3993, "FFFFFFN", 1}, {1, 220.022, "FFFFFFN", 0},
+               {1, 220.023, "FFFFFFN", 1}};
   for (const auto& c : cases) EXPECT_EQ(carb4(c.property, c.value, c.options), c.count) << c.value << c.options;
   // One flag per input, from the fuel itself even with sensitivities.
   int flags[8] = {7, 7, 7, 7, 7, 7, 7, 7};
@@ -190,8 +204,11 @@ TEST_F(CarbTest, AdaptersZeroMissingInputsAndReadTheirSelectors) {
   EXPECT_EQ(gfx_tarnGenCalc(3, 0, 0, in3.data(), out, nullptr), 0);
   EXPECT_EQ(state.baseOutOfRangeCount, 1);
   EXPECT_EQ(state.flag[3], 'A');
-  const struct { int selector; double rvp; int count; } cases[] = {
-      {1, 7.3, 0}, {2, 7.1, 0}, {2, 7.3, 1}, {3, 7.1, 1}};
+  const struct {
+    int selector;
+    double rvp;
+    int count;
+  } cases[] = {{1, 7.3, 0}, {2, 7.1, 0}, {2, 7.3, 1}, {3, 7.1, 1}};
   for (const auto& c : cases) {
     s.carb3m[6] = c.selector;
     Vec in4{c.rvp, 200, 300, 22, 4, 2.0, 15, 1e30};

@@ -41,8 +41,9 @@ TEST_F(EpaComplexModelTest, ReproducesTheWorkedExampleAndTheBaselineFuels) {
   tarn::emissions::EpaOptions options;
   ASSERT_TRUE(tarn::emissions::decodeEpaOptions("B2S", &options));
   const auto e = tarn::emissions::evaluateEpaComplexModel(kExampleFuel.data(), options);
-  const double detail[9] = {e.exhaustVoc,   e.nonExhaustVoc, e.nox,       e.exhaustBenzene, e.formaldehyde,
-                            e.acetaldehyde, e.butadiene,     e.polycyclicOrganicMatter, e.nonExhaustBenzene};
+  const double detail[9] = {e.exhaustVoc,       e.nonExhaustVoc, e.nox,       e.exhaustBenzene,
+                            e.formaldehyde,     e.acetaldehyde,  e.butadiene, e.polycyclicOrganicMatter,
+                            e.nonExhaustBenzene};
   const double published[9] = {745.9157, 286.6071, 1244.6508, 32.7472, 10.8592, 3.8413, 8.3731, 2.5025, 1.8775};
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(detail[i], published[i], 1e-4) << i;
 
@@ -185,7 +186,7 @@ TEST_F(EpaComplexModelTest, SensitivitiesCountTheFuelItself) {
   fuel[SUL] = 600.0;
   std::vector<double> out(5), rfg(55), untouched(55, 4.0);
   EXPECT_EQ(gfx_WEPA(1, "B2SCR", fuel.data(), out.data(), rfg.data()), 1);  // the caller's fuel counted
-  EXPECT_EQ(out, wepa("B2SCR", fuel));  // the base results, not a perturbed one
+  EXPECT_EQ(out, wepa("B2SCR", fuel));                                      // the base results, not a perturbed one
   gfx_WEPA(0, "B2S", fuel.data(), out.data(), untouched.data());
   EXPECT_EQ(untouched, std::vector<double>(55, 4.0));  // no request, no write
 }
@@ -226,8 +227,8 @@ TEST_F(EpaComplexModelTest, AdapterBuildsItsOptionsAndZeroesMissingInputs) {
 int convert(const std::string& region, const std::string& phase, const std::string& season, int direction,
             const std::string& cls, const double in[5], double out[5]) {
   return EPAPERCENT2ABS(region.c_str(), int(region.size()), phase.c_str(), int(phase.size()), season.c_str(),
-                        int(season.size()), &direction, cls.c_str(), int(cls.size()), &in[0], &in[1], &in[2],
-                        &in[3], &in[4], &out[0], &out[1], &out[2], &out[3], &out[4]);
+                        int(season.size()), &direction, cls.c_str(), int(cls.size()), &in[0], &in[1], &in[2], &in[3],
+                        &in[4], &out[0], &out[1], &out[2], &out[3], &out[4]);
 }
 
 TEST_F(EpaComplexModelTest, ConversionBaselineRowsRoundTripsAndRejects) {
@@ -255,8 +256,8 @@ TEST_F(EpaComplexModelTest, ConversionBaselineRowsRoundTripsAndRejects) {
 
   // Rejected rows leave the outputs alone; a text of length 0 has no letter.
   for (double& v : out) v = -1.0;
-  const char* rejects[][4] = {{"B", "1", "S", "X"}, {"A", "1", "W", "U"}, {"B", "3", "W", "U"}, {"B", "1", "F", "U"},
-                              {"", "1", "S", "U"}};
+  const char* rejects[][4] = {
+      {"B", "1", "S", "X"}, {"A", "1", "W", "U"}, {"B", "3", "W", "U"}, {"B", "1", "F", "U"}, {"", "1", "S", "U"}};
   for (const auto& r : rejects) EXPECT_EQ(convert(r[0], r[1], r[2], 0, r[3], zero, out), -1) << r[0] << r[1] << r[2];
   EXPECT_EQ(Values(out, out + 5), Values(5, -1.0));
 }

@@ -1,8 +1,8 @@
 // Ethanol blendstock models and the CARBOB2 adapter (worked blends: catalogue_rows.csv).
 #include <gtest/gtest.h>
 
-#include <string>
 #include <initializer_list>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -38,7 +38,8 @@ class EthanolTest : public tarn::testing::LibraryTest {};
 TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   // Volatility model: flags outside [3.6, 11] but blends anyway; unit ignored.
   double out[3], outC[3];
-  for (const auto& [e, code] : std::initializer_list<std::pair<double, int>>{{3.5, 1}, {3.6, 0}, {11.0, 0}, {11.01, 1}}) {
+  for (const auto& [e, code] :
+       std::initializer_list<std::pair<double, int>>{{3.5, 1}, {3.6, 0}, {11.0, 0}, {11.01, 1}}) {
     const double in[4] = {8, 200, 320, e};
     EXPECT_EQ(gfx_WCARBOB(0, 'F', in, out, nullptr), code) << e;
     EXPECT_EQ(gfx_WCARBOB(0, 'C', in, outC, nullptr), code);
@@ -47,7 +48,8 @@ TEST_F(EthanolTest, EthanolRangesCompositionAndOverrides) {
   // Full model: blends on [4, 10] (its values: by index), passes through outside with oxygen 0.
   int status = 9;
   for (double e : {4.0, 10.0}) EXPECT_EQ((carbob2(e, nullptr, &status), status), 0) << e;
-  for (const auto& [e, code] : std::initializer_list<std::pair<double, int>>{{3.99, -1}, {0.0, 0}, {-2.0, -1}, {10.01, 1}}) {
+  for (const auto& [e, code] :
+       std::initializer_list<std::pair<double, int>>{{3.99, -1}, {0.0, 0}, {-2.0, -1}, {10.01, 1}}) {
     EXPECT_EQ(carbob2(e, nullptr, &status), (Vec{8.0, 200, 320, 30, 1.0, 0.0, 10, 0.0, 50})) << e;
     EXPECT_EQ(status, code) << e;
   }
@@ -73,8 +75,8 @@ TEST_F(EthanolTest, RbobUsesItsOwnGroupAndCouplesTheE200SlopeToPassThrough) {
   ASSERT_EQ(gfx_setCorParms("CARBOB2", "ALTOXY", 3), 0);
   Vec out(10, S);
   gfx_WRBOB(0, 'F', 10.0, kBob.data(), out.data(), nullptr, nullptr);
-  EXPECT_EQ(out, (Vec{0.9 * blended[0] + 0.5, blended[1], blended[2], blended[3], blended[4], blended[5],
-                      blended[6], blended[8], 150.0 - 0.49 * blended[1], 160.0 - 0.3 * blended[2]}));
+  EXPECT_EQ(out, (Vec{0.9 * blended[0] + 0.5, blended[1], blended[2], blended[3], blended[4], blended[5], blended[6],
+                      blended[8], 150.0 - 0.49 * blended[1], 160.0 - 0.3 * blended[2]}));
   // Intended: the E200 slope is ALTOXY, so 1.2 passes the blendstock through; RVP, E200, E300 still computed.
   double d[70];
   out.assign(10, S);

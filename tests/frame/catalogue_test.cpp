@@ -114,24 +114,37 @@ TEST_F(CatalogueFailures, QueriesAndCoefficientAccessFailInTheirOrderAndWriteNot
   const struct {
     int status, expected;
   } cases[] = {
-      {gfx_tarnGetCorrelationId(57, text), -4},           {gfx_tarnGetCorrelationDesc(-1, text), -4},
-      {gfx_tarnGetCorrelationInpPropCount(57, &value), -4}, {gfx_tarnGetCorrelationOutPropCount(-1, &value), -4},
-      {gfx_tarnGetCorrelationSlackCount(57, &value), 0},  {gfx_tarnGetIndexPair(-2147483647 - 1, &value), 12},
-      {gfx_tarnGetCoefCount(57, &value), -4},             {gfx_tarnGetPropId(-1, text), -2},
+      {gfx_tarnGetCorrelationId(57, text), -4},
+      {gfx_tarnGetCorrelationDesc(-1, text), -4},
+      {gfx_tarnGetCorrelationInpPropCount(57, &value), -4},
+      {gfx_tarnGetCorrelationOutPropCount(-1, &value), -4},
+      {gfx_tarnGetCorrelationSlackCount(57, &value), 0},
+      {gfx_tarnGetIndexPair(-2147483647 - 1, &value), 12},
+      {gfx_tarnGetCoefCount(57, &value), -4},
+      {gfx_tarnGetPropId(-1, text), -2},
       {gfx_tarnGetPropDesc(2, text), -3},
       // TVL: 3 inputs, 1 output, 5 coefficients; RVPINDEX writes no kind, yet k is checked; VISCOSITYINDEX1: none.
-      {gfx_tarnGetCorrelationInpPropId(0, 3, text), -6},  {gfx_tarnGetCorrelationOutPropId(0, 1, text), -7},
-      {gfx_tarnGetCorrelationOutPropType(0, -1, &value), -7}, {gfx_tarnGetCorrelationOutPropType(9, 1, &value), -7},
-      {gfx_tarnGetCoef(18, 0, text, &number), -8},        {gfx_tarnSetCoefValue(0, 5, 1.0), -8},
+      {gfx_tarnGetCorrelationInpPropId(0, 3, text), -6},
+      {gfx_tarnGetCorrelationOutPropId(0, 1, text), -7},
+      {gfx_tarnGetCorrelationOutPropType(0, -1, &value), -7},
+      {gfx_tarnGetCorrelationOutPropType(9, 1, &value), -7},
+      {gfx_tarnGetCoef(18, 0, text, &number), -8},
+      {gfx_tarnSetCoefValue(0, 5, 1.0), -8},
       // The index is checked before the position.
-      {gfx_tarnGetCorrelationInpPropId(57, 99, text), -4}, {gfx_tarnGetCorrelationOutPropId(-1, -1, text), -4},
-      {gfx_tarnGetCorrelationOutPropType(57, 5, &value), -4}, {gfx_tarnGetCoef(57, -1, text, &number), -4},
+      {gfx_tarnGetCorrelationInpPropId(57, 99, text), -4},
+      {gfx_tarnGetCorrelationOutPropId(-1, -1, text), -4},
+      {gfx_tarnGetCorrelationOutPropType(57, 5, &value), -4},
+      {gfx_tarnGetCoef(57, -1, text, &number), -4},
       {gfx_tarnSetCoefValue(-5, 100, 1.0), -4},
       // Null result pointers are tolerated and do not change the status.
-      {gfx_tarnGetCorrelationId(3, nullptr), 0},          {gfx_tarnGetCorrelationDesc(57, nullptr), -4},
-      {gfx_tarnGetCorrelationType(57, nullptr), -5},      {gfx_tarnGetCorrelationOutPropType(50, 8, nullptr), 0},
-      {gfx_tarnGetIndexPair(13, nullptr), 0},             {gfx_tarnGetCorrelationCount(nullptr), 0},
-      {gfx_tarnGetCoef(0, 0, nullptr, nullptr), 0},       {gfx_tarnGetCoefCount(0, nullptr), 0},
+      {gfx_tarnGetCorrelationId(3, nullptr), 0},
+      {gfx_tarnGetCorrelationDesc(57, nullptr), -4},
+      {gfx_tarnGetCorrelationType(57, nullptr), -5},
+      {gfx_tarnGetCorrelationOutPropType(50, 8, nullptr), 0},
+      {gfx_tarnGetIndexPair(13, nullptr), 0},
+      {gfx_tarnGetCorrelationCount(nullptr), 0},
+      {gfx_tarnGetCoef(0, 0, nullptr, nullptr), 0},
+      {gfx_tarnGetCoefCount(0, nullptr), 0},
   };
   for (std::size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(cases[i].status, cases[i].expected) << "case " << i;
   EXPECT_STREQ(text, "unchanged");

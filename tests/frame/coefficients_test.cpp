@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "frame/transcription.h"
+#include "params/params.h"
 #include "support/catalogue_rows.h"
 #include "support/data.h"
-#include "params/params.h"
 #include "support/fixture.h"
 #include "tarn/corparms.h"
 #include "tarn/tarn.h"
@@ -56,16 +56,20 @@ const double kQuantileDefaults[3] = {-1.281551566, -0.841621234, -0.524400513};
 double expectedAfterSet(const PublishedCoefficient& c, int k, double before, double value) {
   switch (c.rule) {
     case 'i':
-    case 'w': return std::trunc(value);
-    case 'o': return before;
-    case 'n': return std::trunc(value) < c.number ? std::trunc(std::trunc(value) + 0.5) : 1.0;
+    case 'w':
+      return std::trunc(value);
+    case 'o':
+      return before;
+    case 'n':
+      return std::trunc(value) < c.number ? std::trunc(std::trunc(value) + 0.5) : 1.0;
     case 'g': {
       // The quantiles must stay in order above P1, or the group is restored.
       double q[3] = {kQuantileDefaults[0], kQuantileDefaults[1], kQuantileDefaults[2]};
       q[k] = value;
       return (q[1] > q[0] && q[2] > q[0]) ? value : kQuantileDefaults[k];
     }
-    default: return value;
+    default:
+      return value;
   }
 }
 
@@ -143,7 +147,9 @@ TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) 
       double value = NAN;
       ASSERT_EQ(gfx_tarnGetCoef(index, k, name, &value), 0);
       EXPECT_EQ(name, c.name);
-      if (c.rule != 'n' && c.rule != 'g' && !std::isnan(c.number)) { EXPECT_DOUBLE_EQ(value, c.number); }
+      if (c.rule != 'n' && c.rule != 'g' && !std::isnan(c.number)) {
+        EXPECT_DOUBLE_EQ(value, c.number);
+      }
       const auto keyword = keywordOf.find({index, k});
       viewed += keyword != keywordOf.end();
       for (double set : {6.7, -6.7}) {
@@ -163,7 +169,9 @@ TEST_F(Coefficients, NamesDefaultsStoreRulesAndSharedFieldsAreThePublishedOnes) 
         for (std::size_t i = 0; i < keywordsBefore.size(); ++i) changed += keywordsBefore[i] != keywordsAfter[i];
         const bool shows = keyword != keywordOf.end() && stored != before.at({index, k});
         EXPECT_EQ(changed, shows ? 1 : 0) << set;
-        if (shows) { EXPECT_EQ(gfx_getCorParms(keyword->second.first.c_str(), keyword->second.second.c_str()), stored); }
+        if (shows) {
+          EXPECT_EQ(gfx_getCorParms(keyword->second.first.c_str(), keyword->second.second.c_str()), stored);
+        }
       }
     }
   }
@@ -184,7 +192,9 @@ TEST_F(Coefficients, CountsLimitThenRoundSwitchesIgnoreWhatNoIntHoldsQuantilesKe
   ASSERT_EQ(gfx_tarnSetCoefValue(7, 1, 2.9), 0);  // EPA PHASE
   for (double bad : {double(NAN), double(INFINITY), -double(INFINITY), 3e9, -3e9, -1e300}) {
     EXPECT_EQ(gfx_tarnSetCoefValue(7, 1, bad), 0);
-    if (!(bad > 0)) { EXPECT_EQ(gfx_tarnSetCoefValue(41, 40, bad), 0); }  // large counts store 1
+    if (!(bad > 0)) {
+      EXPECT_EQ(gfx_tarnSetCoefValue(41, 40, bad), 0);
+    }  // large counts store 1
     EXPECT_EQ(coefficient(41, 40), 5.0) << bad;
     EXPECT_EQ(coefficient(7, 1), 2.0) << bad;
   }

@@ -20,28 +20,44 @@ namespace {
 using namespace tarn::testing;
 using Vector = std::vector<double>;
 
-enum Class { kExact, kForward, kLayout, kNoOwnSlope, kOneMinusVolume, kEthanolSource, kHeldInRange,
-             kEthanolSwitch, kEndSegment, kClassCount };
+enum Class {
+  kExact,
+  kForward,
+  kLayout,
+  kNoOwnSlope,
+  kOneMinusVolume,
+  kEthanolSource,
+  kHeldInRange,
+  kEthanolSwitch,
+  kEndSegment,
+  kClassCount
+};
 
 // Name and reason of each class, as the page gives them.
 const char* const kClasses[kClassCount][2] = {
     {"exact", ""},
     {"forward difference", ""},
-    {"MTMF's own order", "MTMF's entries are dTRON/dRON, dTMON/dOLE, dTMON/dRON, dTRON/dOLE, dTRON/dARO, "
-                         "dTMON/dARO, dTRON/dMON, dTMON/dMON (tarn.h), the order its hosts read."},
-    {"no slope to the oxygenate's own value", "The oxygenate corrections (CT10BLEND .. CRVP, CD86FROMPERCENTOFF) "
-                                              "treat the oxygenate's own properties as fixed data: 0."},
-    {"volume slope divided by 1 - volume", "CD86ONE90BLEND and CRVP divide the slope to the oxygenate volume by "
-                                           "1.0 - volume, not 100 - volume; hosts rely on this value."},
+    {"MTMF's own order",
+     "MTMF's entries are dTRON/dRON, dTMON/dOLE, dTMON/dRON, dTRON/dOLE, dTRON/dARO, "
+     "dTMON/dARO, dTRON/dMON, dTMON/dMON (tarn.h), the order its hosts read."},
+    {"no slope to the oxygenate's own value",
+     "The oxygenate corrections (CT10BLEND .. CRVP, CD86FROMPERCENTOFF) "
+     "treat the oxygenate's own properties as fixed data: 0."},
+    {"volume slope divided by 1 - volume",
+     "CD86ONE90BLEND and CRVP divide the slope to the oxygenate volume by "
+     "1.0 - volume, not 100 - volume; hosts rely on this value."},
     {"oxygenate volume taken from the first oxygenate percent",
      "CD86FROMPERCENTOFF removes the oxygenate with input 11 standing for its volume, but differentiates the "
      "removal with the volume input 10."},
-    {"held inside the valid range", "The emission models' central differences keep both points inside the "
-                                    "valid range: at or beyond a limit, the chord from the limit."},
-    {"T50 equation switch at 9 vol % ethanol", "CARBOB's T50 changes equation at 9 vol % ethanol, where the "
-                                               "value jumps; the slope is that of the equation in force."},
-    {"end segment extended beyond the curve", "EVAPORATIVE holds 0 % below the IBP and 100 % above the FBP, but "
-                                              "reports the slopes of the end segment extended."},
+    {"held inside the valid range",
+     "The emission models' central differences keep both points inside the "
+     "valid range: at or beyond a limit, the chord from the limit."},
+    {"T50 equation switch at 9 vol % ethanol",
+     "CARBOB's T50 changes equation at 9 vol % ethanol, where the "
+     "value jumps; the slope is that of the equation in force."},
+    {"end segment extended beyond the curve",
+     "EVAPORATIVE holds 0 % below the IBP and 100 % above the FBP, but "
+     "reports the slopes of the end segment extended."},
 };
 
 // How a correlation obtains its derivatives; the forward differences' relative step: h = (|x| + 1) step.
@@ -57,8 +73,10 @@ const Method kMethods[] = {
     {{39}, "analytic, in MTMF's own order", 0},
     {{43}, "analytic, of the equations in force", 0},
     {{47, 48}, "analytic: the property's slope times the removal's", 0},
-    {{49}, "forward differences of D86FROMPERCENTOFF on the oxygenate-free percents, step (|y| + 1) x "
-           "0.0001, chained through the removal", 1e-4},
+    {{49},
+     "forward differences of D86FROMPERCENTOFF on the oxygenate-free percents, step (|y| + 1) x "
+     "0.0001, chained through the removal",
+     1e-4},
 };
 const Method& methodOf(int index) {
   static const Method analytic{{}, "analytic", 0};
@@ -93,9 +111,7 @@ void configure(char unit, bool otherCounts) {
 bool hasOxygenate(double volume) { return volume > 0.101 && volume < 100.0; }
 
 // A model's valid range (EPA summer, reformulated), in the order of its inputs.
-void answer(char* buffer, int, const int* question) {
-  buffer[0] = *question == 4 ? 'R' : *question == 3 ? 'S' : 'N';
-}
+void answer(char* buffer, int, const int* question) { buffer[0] = *question == 4 ? 'R' : *question == 3 ? 'S' : 'N'; }
 std::pair<double, double> rangeOf(int index, int j) {
   Vector lower(11), upper(11);
   EXPECT_EQ(gfx_getCorLimits(index == 2 ? "CARB" : "EPA", answer, lower.data(), upper.data(), 11), 0);
@@ -122,8 +138,8 @@ Walk evaluate(int index, const Vector& x) {
   EXPECT_EQ(r.status, 0) << index;
   const int actual = tarn_GetActualNumberOutput(index);
   Walk w{index, x, r.x, r.out, r.d, {}, actual > 0 ? static_cast<std::size_t>(actual) : r.out.size(), {}};
-  const int counted = index == 41   ? static_cast<int>(coefficient(41, 40))   // NTEMP
-                      : index == 42 ? static_cast<int>(coefficient(41, 41))   // NPOFF
+  const int counted = index == 41   ? static_cast<int>(coefficient(41, 40))  // NTEMP
+                      : index == 42 ? static_cast<int>(coefficient(41, 41))  // NPOFF
                                     : 99;
   w.central.assign(x.size() * w.outputs, 0.0);
   for (int j = 0; j < static_cast<int>(x.size()); ++j) {
@@ -141,20 +157,30 @@ Walk evaluate(int index, const Vector& x) {
 Class classOf(const Walk& w, int j, int k) {
   const Vector& x = w.x;
   switch (w.index) {
-    case 2: case 7: {  // CARB3 and CARB3M rows lie inside their ranges
+    case 2:
+    case 7: {  // CARB3 and CARB3M rows lie inside their ranges
       const auto [lower, upper] = rangeOf(w.index, j);
       return x[j] - step(x[j]) < lower || x[j] + step(x[j]) > upper ? kHeldInRange : kExact;
     }
-    case 39: return j + k == 0 ? kExact : kLayout;
-    case 43: return j == 3 && k == 1 && std::fabs(x[3] - 9.0) < step(x[3]) ? kEthanolSwitch : kExact;
-    case 44: case 45: case 46: return hasOxygenate(x[1]) && j == 2 ? kNoOwnSlope : kExact;
-    case 47: case 48: return !hasOxygenate(x[1]) || j == 0 ? kExact : j == 1 ? kOneMinusVolume : kNoOwnSlope;
-    case 49: return !hasOxygenate(x[10]) ? kForward : j <= 10 ? kEthanolSource : kNoOwnSlope;
+    case 39:
+      return j + k == 0 ? kExact : kLayout;
+    case 43:
+      return j == 3 && k == 1 && std::fabs(x[3] - 9.0) < step(x[3]) ? kEthanolSwitch : kExact;
+    case 44:
+    case 45:
+    case 46:
+      return hasOxygenate(x[1]) && j == 2 ? kNoOwnSlope : kExact;
+    case 47:
+    case 48:
+      return !hasOxygenate(x[1]) || j == 0 ? kExact : j == 1 ? kOneMinusVolume : kNoOwnSlope;
+    case 49:
+      return !hasOxygenate(x[10]) ? kForward : j <= 10 ? kEthanolSource : kNoOwnSlope;
     case 53: {
       const double t = coefficient(53, k);
       return (t < x[0] && j <= 1) || (t >= x[6] && j >= 5) ? kEndSegment : kExact;
     }
-    default: return methodOf(w.index).forwardStep > 0 ? kForward : kExact;
+    default:
+      return methodOf(w.index).forwardStep > 0 ? kForward : kExact;
   }
 }
 
@@ -167,14 +193,18 @@ bool holds(Class c, const Walk& w, int j, int k) {
   };
   const auto forward = [&](double h) { return (w.at(j, x + h)[k] - w.out[k]) / h; };
   switch (c) {
-    case kExact: return near(r, w.central[e]);
-    case kForward: return near(r, forward((std::fabs(x) + 1.0) * methodOf(w.index).forwardStep), 1e-9);
+    case kExact:
+      return near(r, w.central[e]);
+    case kForward:
+      return near(r, forward((std::fabs(x) + 1.0) * methodOf(w.index).forwardStep), 1e-9);
     case kLayout: {  // where each of MTMF's entries sits in the input-major layout
       const int inputMajor[8] = {0, 5, 1, 4, 6, 7, 2, 3};
       return near(r, w.central[inputMajor[e]]);
     }
-    case kNoOwnSlope: return r == 0.0;
-    case kOneMinusVolume: return near(r * (1.0 - x) / (100.0 - x), w.central[e]);
+    case kNoOwnSlope:
+      return r == 0.0;
+    case kOneMinusVolume:
+      return near(r * (1.0 - x) / (100.0 - x), w.central[e]);
     case kEthanolSource: {
       const double volume = w.x[10], removed = w.x[11];
       if (j == 10) {  // the chain rule through the removal, from the blend's own rows
@@ -191,14 +221,16 @@ bool holds(Class c, const Walk& w, int j, int k) {
       const double up = std::min(upper, x + step(x)), down = std::max(lower, x - step(x));
       return up == down ? r == 0.0 : near(r, (w.at(j, up)[k] - w.at(j, down)[k]) / (up - down));
     }
-    case kEthanolSwitch: return near(r, forward(x >= 9.0 ? step(x) : -step(x)));
+    case kEthanolSwitch:
+      return near(r, forward(x >= 9.0 ? step(x) : -step(x)));
     case kEndSegment: {  // the slope of the line through (c_s, g_s), (c_s+1, g_s+1) at T
       const double t = coefficient(53, k), grid[7] = {0, 10, 30, 50, 70, 90, 100};
       const int s = j <= 1 ? 0 : 5;
       const double width = w.x[s + 1] - w.x[s], rise = grid[s + 1] - grid[s];
       return near(r, (j == s ? (t - w.x[s]) - width : -(t - w.x[s])) * rise / (width * width));
     }
-    default: return false;
+    default:
+      return false;
   }
 }
 
@@ -225,10 +257,9 @@ TEST_F(EvaluationTest, EveryDerivativeEntryKeepsItsClassAndThePageIsCurrent) {
           for (int k = 0; w.used[j] && k < static_cast<int>(w.outputs); ++k) {
             const Class c = classOf(w, j, k);
             ++tally[index].entries[c];
-            EXPECT_TRUE(holds(c, w, j, k))
-                << "correlation " << index << " (" << unit << ") input " << j << " output " << k << ": not "
-                << kClasses[c][0] << "; reported " << w.d[j * w.outputs + k] << ", slope "
-                << w.central[j * w.outputs + k];
+            EXPECT_TRUE(holds(c, w, j, k)) << "correlation " << index << " (" << unit << ") input " << j << " output "
+                                           << k << ": not " << kClasses[c][0] << "; reported " << w.d[j * w.outputs + k]
+                                           << ", slope " << w.central[j * w.outputs + k];
           }
         }
       }
@@ -271,9 +302,9 @@ std::string page(const std::map<int, Tally>& tally) {
     for (std::size_t at = how.find('|'); at != std::string::npos; at = how.find('|', at + 2)) {
       how.insert(at, "\\");
     }
-    out << "| " << index << " | " << id << " | " << (t.celsius ? "F, C" : "F") << " | " << how
-        << " | " << all << " | " << t.entries[kExact] << " | " << t.entries[kForward] << " | "
-        << (deliberate.empty() ? "–" : deliberate) << " |\n";
+    out << "| " << index << " | " << id << " | " << (t.celsius ? "F, C" : "F") << " | " << how << " | " << all << " | "
+        << t.entries[kExact] << " | " << t.entries[kForward] << " | " << (deliberate.empty() ? "–" : deliberate)
+        << " |\n";
   }
   out << "\n## Deliberate differences\n";
   for (int c = kLayout; c < kClassCount; ++c) {

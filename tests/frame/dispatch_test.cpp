@@ -60,16 +60,12 @@ TEST_F(DispatchTest, BorrowedUnitFlagsFollowTheirSourceAlone) {
 
 // The percent-off rows convert with their own TYPCOR, and it changes them.
 TEST_F(DispatchTest, PercentOffRowsConvertWithTheirOwnMethod) {
-  using Conversion = int (*)(std::vector<double>& x, std::vector<double>& out);
+  using Conversion = int (*)(std::vector<double> & x, std::vector<double> & out);
   const std::pair<int, Conversion> rows[] = {
-      {5, [](auto& x, auto& out) {
-         return gfx_D86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
-      {6, [](auto& x, auto& out) {
-         return gfx_D86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
-      {41, [](auto& x, auto& out) {
-         return gfx_ND86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
-      {42, [](auto& x, auto& out) {
-         return gfx_ND86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
+      {5, [](auto& x, auto& out) { return gfx_D86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
+      {6, [](auto& x, auto& out) { return gfx_D86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
+      {41, [](auto& x, auto& out) { return gfx_ND86toPercentOff(1, x.data(), out.data(), 'F', 0, nullptr); }},
+      {42, [](auto& x, auto& out) { return gfx_ND86FromPercentOff(1, 0, x.data(), out.data(), 'F', nullptr); }},
   };
   for (const auto& [index, threeA11] : rows) {
     std::vector<double> x = realisticRows()[index].inputs;
@@ -158,14 +154,13 @@ TEST_F(DispatchTest, EntryPointsAnswerEachTypeAndRefuseBadCalls) {
   EXPECT_EQ(gfx_tarnCalcPropDeriv(9, 1, 1, x, d), 0);
 
   // Types no correlation has: {type, complex entry, flag, derivative array given, status}.
-  const int cases[][5] = {{0, 0, 0, 0, 0},      {0, 0, 1, 1, 0},   {-1, 1, 1, 0, -8888}, {-3, 0, 0, 1, -999},
-                          {-3, 1, 1, 1, 0},     {-3, 1, 1, 0, -8888}, {-2, 1, 0, 1, -999}, {1, 0, 0, 0, 0},
-                          {1, 0, 1, 0, -8888},  {2, 0, 0, 1, -999},   {-9999, 1, 0, 1, -999}};
+  const int cases[][5] = {{0, 0, 0, 0, 0},     {0, 0, 1, 1, 0},      {-1, 1, 1, 0, -8888},  {-3, 0, 0, 1, -999},
+                          {-3, 1, 1, 1, 0},    {-3, 1, 1, 0, -8888}, {-2, 1, 0, 1, -999},   {1, 0, 0, 0, 0},
+                          {1, 0, 1, 0, -8888}, {2, 0, 0, 1, -999},   {-9999, 1, 0, 1, -999}};
   const tarn::frame::CorrelationRow* rvpIndex = tarn::frame::findCorrelation(9);
   for (const auto& c : cases) {
     out[0] = 42;
-    EXPECT_EQ(tarn::frame::calculateByType(c[0], c[1] != 0, rvpIndex, c[2], x, out,
-                                           c[3] ? d : nullptr), c[4])
+    EXPECT_EQ(tarn::frame::calculateByType(c[0], c[1] != 0, rvpIndex, c[2], x, out, c[3] ? d : nullptr), c[4])
         << c[0] << (c[1] ? " complex" : "");
     EXPECT_EQ(out[0], 42);  // nothing computed
   }
@@ -189,7 +184,8 @@ TEST_F(DispatchTest, BatchEvaluationIsRowByRowEvaluationAndCountsFailedRows) {
       std::vector<double> outputs(2 * out, kUnset), derivs(2 * d, kUnset);
       int statuses[2] = {42, 42};
       EXPECT_EQ(gfx_tarnGenCalcBatch(w.index, flag, 2, inputs.data(), outputs.data(), derivs.data(), statuses),
-                (rows[0].status != 0) + (rows[1].status != 0)) << w.index;
+                (rows[0].status != 0) + (rows[1].status != 0))
+          << w.index;
       EXPECT_EQ(inputs, given) << w.index;
       for (std::size_t r = 0; r < 2; ++r) {
         EXPECT_EQ(statuses[r], rows[r].status) << w.index << " row " << r;

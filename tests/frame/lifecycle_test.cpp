@@ -13,10 +13,13 @@ const struct Change {
   bool setting;
   const char* what;
 } kChanges[] = {
-    {0, 0, 0.0, 1.0, true, "TVL CORF"},          {7, 1, 3.0, 2.0, true, "EPA PHASE"},
+    {0, 0, 0.0, 1.0, true, "TVL CORF"},
+    {7, 1, 3.0, 2.0, true, "EPA PHASE"},
     {11, 1, 7.0, 5.0, true, "DRIVEABILITYINDEXE EOHVOL"},
-    {51, 1, 2.5, 1.7, true, "CARBOB3 EOHARO"},   {42, 0, 2.0, 0.0, true, "ND86FROMPERCENTOFF TYPCOR"},
-    {0, 1, 99.0, 114.6, false, "TVL P1"},        {53, 12, 4.0, 0.0, false, "EVAPORATIVE NPTS"},
+    {51, 1, 2.5, 1.7, true, "CARBOB3 EOHARO"},
+    {42, 0, 2.0, 0.0, true, "ND86FROMPERCENTOFF TYPCOR"},
+    {0, 1, 99.0, 114.6, false, "TVL P1"},
+    {53, 12, 4.0, 0.0, false, "EVAPORATIVE NPTS"},
     {50, 14, 1.0, 0.0, false, "CARBOB2 ALTOXY"},
 };
 

@@ -44,8 +44,8 @@ void expectEveryNaNFoundAt(std::index_sequence<N...>) {
 
 TEST(NaNRule, EveryNaNIsFoundAtEveryLengthAndPosition) {
   // Lengths around the change to sixteen sums (32), each remainder, and the catalogue's 9 x 14, 7 x 12, 13 x 25.
-  expectEveryNaNFoundAt(std::index_sequence<1, 2, 3, 7, 8, 9, 12, 15, 16, 17, 31, 32, 33, 47, 48,
-                                            63, 84, 126, 147, 325>{});
+  expectEveryNaNFoundAt(
+      std::index_sequence<1, 2, 3, 7, 8, 9, 12, 15, 16, 17, 31, 32, 33, 47, 48, 63, 84, 126, 147, 325>{});
   // Nothing to look at, nothing found; infinities may count as NaN (the second run then finds none).
   EXPECT_FALSE(mayHoldNaN<0>(nullptr));
   const double infinities[] = {HUGE_VAL, 1.0, -HUGE_VAL};

@@ -25,8 +25,10 @@ double coefficientValue;
 #define text static_cast<char*>(o)
 #define number static_cast<int*>(o)
 #define TARN_EXPECT(rule) [](int i, int k) { return (void)i, (void)k, rule; }
-#define TARN_TEXT(call, rule, size) {TARN_CALL_OF(call), TARN_EXPECT(rule), size, true, 0}
-#define TARN_INT(call, expected, failure) {TARN_CALL_OF(call), expected, 0, true, failure}
+#define TARN_TEXT(call, rule, size) \
+  { TARN_CALL_OF(call), TARN_EXPECT(rule), size, true, 0 }
+#define TARN_INT(call, expected, failure) \
+  { TARN_CALL_OF(call), expected, 0, true, failure }
 constexpr int kBadIndex = TARN_STATUS_BAD_CORRELATION;
 const Query kQueries[] = {
     TARN_TEXT(gfx_tarnGetCorrelationId(i, text), known(i) ? 0 : kBadIndex, TARN_ID_SIZE),
@@ -34,13 +36,19 @@ const Query kQueries[] = {
     {TARN_CALL_OF(gfx_tarnGetCorrelationSource(i, text)), TARN_EXPECT(known(i) ? 0 : kBadIndex), TARN_SOURCE_SIZE,
      false, 0},  // UTF-8
     TARN_TEXT(gfx_tarnGetCorrelationInpPropId(i, k, text),
-              !known(i) ? kBadIndex : within(k, gfx_tarnGetCorrelationInpPropCount, i) ? 0 : TARN_STATUS_BAD_INPUT,
+              !known(i)                                          ? kBadIndex
+              : within(k, gfx_tarnGetCorrelationInpPropCount, i) ? 0
+                                                                 : TARN_STATUS_BAD_INPUT,
               TARN_PROPERTY_ID_SIZE),
     TARN_TEXT(gfx_tarnGetCorrelationOutPropId(i, k, text),
-              !known(i) ? kBadIndex : within(k, gfx_tarnGetCorrelationOutPropCount, i) ? 0 : TARN_STATUS_BAD_OUTPUT,
+              !known(i)                                          ? kBadIndex
+              : within(k, gfx_tarnGetCorrelationOutPropCount, i) ? 0
+                                                                 : TARN_STATUS_BAD_OUTPUT,
               TARN_PROPERTY_ID_SIZE),
     TARN_TEXT(gfx_tarnGetCoef(i, k, text, &coefficientValue),
-              !known(i) ? kBadIndex : within(k, gfx_tarnGetCoefCount, i) ? 0 : TARN_STATUS_BAD_COEFFICIENT,
+              !known(i)                            ? kBadIndex
+              : within(k, gfx_tarnGetCoefCount, i) ? 0
+                                                   : TARN_STATUS_BAD_COEFFICIENT,
               TARN_COEF_NAME_SIZE),
     TARN_TEXT(gfx_tarnGetPropId(k, text), k == 0 || k == 1 ? 0 : TARN_STATUS_BAD_PROPERTY_ID, TARN_PROPERTY_ID_SIZE),
     TARN_TEXT(gfx_tarnGetPropDesc(k, text), k == 0 || k == 1 ? 0 : TARN_STATUS_BAD_PROPERTY_DESC, TARN_DESC_SIZE),

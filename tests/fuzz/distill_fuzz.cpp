@@ -29,7 +29,8 @@ Array curves(ByteReader& in, int count, int points, char unit = 'F') {
 int curveCount(ByteReader& in, int most) { return static_cast<int>(in.u8() % (most + 5)) - 4; }
 
 bool increasing(const double* x, int n) {
-  for (int i = 1; i < n; ++i) if (!(x[i] > x[i - 1])) return false;
+  for (int i = 1; i < n; ++i)
+    if (!(x[i] > x[i - 1])) return false;
   return true;
 }
 
@@ -48,7 +49,7 @@ void reads(ByteReader& in) {
   const double read = gfx_DistillCurve(curve.data(), mode, at);
   TARN_FUZZ_CHECK(curve.same(given) && curve.guardsIntact() &&
                       (increasing(curve.data(), 7) ? !usualRead || (mode == 1 ? read >= 0.0 && read <= 100.0
-                                                                               : read >= curve[0] && read <= curve[6])
+                                                                              : read >= curve[0] && read <= curve[6])
                                                    : read == 1e30),
                   "read %.17g (mode %d)", read, mode);
 }
@@ -86,9 +87,9 @@ void layouts(ByteReader& in) {
   const bool usual = usualInputs(in);
   double t30 = 0.0, t70 = 0.0;
   TARN_FUZZ_CHECK(gfx_TBPLogInterpolate(five.data(), &t30, &t70) == 0 && five.guardsIntact(), "estimate");
-  TARN_FUZZ_CHECK(!usual || !increasing(five.data(), 5) ||
-                      (t30 >= five[1] && t30 <= five[2] && t70 >= five[2] && t70 <= five[3]),
-                  "estimates %.17g, %.17g outside their neighbours", t30, t70);
+  TARN_FUZZ_CHECK(
+      !usual || !increasing(five.data(), 5) || (t30 >= five[1] && t30 <= five[2] && t70 >= five[2] && t70 <= five[3]),
+      "estimates %.17g, %.17g outside their neighbours", t30, t70);
 
   Array seven = curves(in, 1, 7);
   const std::uint8_t shape = in.u8();
@@ -112,8 +113,8 @@ void layouts(ByteReader& in) {
 
 void conversions(ByteReader& in) {
   using Conversion = int (*)(char, const double*, double*);
-  static constexpr Conversion kMethods[] = {gfx_HC94F,     gfx_HC94R,     gfx_THREEA11F,     gfx_THREEA11R,
-                                            gfx_SIXORDERF, gfx_SIXORDERR, gfx_SIXORDERR_REV, gfx_ETHYLSF,
+  static constexpr Conversion kMethods[] = {gfx_HC94F,     gfx_HC94R,      gfx_THREEA11F,     gfx_THREEA11R,
+                                            gfx_SIXORDERF, gfx_SIXORDERR,  gfx_SIXORDERR_REV, gfx_ETHYLSF,
                                             gfx_ETHYLSR,   gfx_ETHYLSR_REV};
   const Conversion convert = kMethods[in.u8() % 10];
   const char unit = unitByte(in);
@@ -121,9 +122,9 @@ void conversions(ByteReader& in) {
   const bool usual = usualInputs(in);
   const auto given = from.copy();
   const int s = convert(unit, from.data(), to.data());
-  TARN_FUZZ_CHECK(from.same(given) && guardsIntact(from, to) &&
-                      (s == 0 ? !usual || all(to, isFinite) : s == 1 && to.untouched()),
-                  "conversion ('%c'): %d", unit, s);
+  TARN_FUZZ_CHECK(
+      from.same(given) && guardsIntact(from, to) && (s == 0 ? !usual || all(to, isFinite) : s == 1 && to.untouched()),
+      "conversion ('%c'): %d", unit, s);
 }
 
 // The fixed and configurable percent-off conversions, after any change of
@@ -150,9 +151,10 @@ void percentOff(ByteReader& in) {
   TARN_FUZZ_CHECK(flag != 0 || fromDerivs.untouched(), "D86FromPercentOff: derivatives without the flag");
   const int s = gfx_ND86toPercentOff(method, curve.data(), nOff.data(), unit, flag, derivs(nDerivs));
   const int t = gfx_ND86FromPercentOff(method, flag, percents.data(), nBack.data(), unit, derivs(nDerivs));
-  TARN_FUZZ_CHECK((countsUsable || (s == TARN_STATUS_NOT_CALCULABLE && t == s && nOff.untouched() &&
-                                    nBack.untouched())) && (flag != 0 || nDerivs.untouched()),
-                  "ND86 with counts %d, %d: %d, %d, or unasked derivatives", ntemp, npoff, s, t);
+  TARN_FUZZ_CHECK(
+      (countsUsable || (s == TARN_STATUS_NOT_CALCULABLE && t == s && nOff.untouched() && nBack.untouched())) &&
+          (flag != 0 || nDerivs.untouched()),
+      "ND86 with counts %d, %d: %d, %d, or unasked derivatives", ntemp, npoff, s, t);
   TARN_FUZZ_CHECK(repairing() || !usual || (curve.same(givenCurve) && percents.same(givenPercents)),
                   "a percent-off conversion changed its input without a repair");
   TARN_FUZZ_CHECK(guardsIntact(curve, percents, toDerivs, fromDerivs, off, back, nOff, nBack, nDerivs),
@@ -160,13 +162,15 @@ void percentOff(ByteReader& in) {
 }
 
 // The distillation indices (temperatures in F, or C with that unit byte).
-#define T10_T50_T90 {50, 400}, {100, 500}, {200, 700}
+#define T10_T50_T90 \
+  {50, 400}, {100, 500}, { 200, 700 }
 const DirectCall kIndices[] = {
     TARN_DIRECT("T10Index", 0, false, gfx_T10Index(u, x[0], x[1], x[2]), T10_T50_T90),
     TARN_DIRECT("T50Index", 0, false, gfx_T50Index(u, x[0], x[1], x[2]), T10_T50_T90),
     TARN_DIRECT("T90Index", 0, false, gfx_T90Index(u, x[0], x[1], x[2]), T10_T50_T90),
     // D86BV1 writes three slopes whenever given an array; x[3] is its index.
-    TARN_DIRECT("D86BV1", 3, false, gfx_D86BV1(static_cast<int>(x[3]), u, x[0], x[1], x[2], f ? d : nullptr), T10_T50_T90),
+    TARN_DIRECT("D86BV1", 3, false, gfx_D86BV1(static_cast<int>(x[3]), u, x[0], x[1], x[2], f ? d : nullptr),
+                T10_T50_T90),
     TARN_DIRECT("D86one10Index", 1, false, gfx_D86one10Index(u, x[0], f, d), {50, 700}),
     TARN_DIRECT("D86one90Index", 1, false, gfx_D86one90Index(u, x[0], f, d), {50, 700}),
     TARN_DIRECT("D86one10Blend", 1, false, gfx_D86one10Blend(u, x[0], f, d), {0, 40}),
@@ -174,7 +178,8 @@ const DirectCall kIndices[] = {
     TARN_DIRECT("T20Gaussian", 2, false, gfx_T20Gaussian(x[0], x[1], f, d), {50, 400}, {100, 500}),
     TARN_DIRECT("TVL", 3, false, gfx_TVL(f, u, x[0], x[1], x[2], d), {1, 15}, {50, 400}, {100, 500}),
     TARN_DIRECT("TVL2", 4, false, gfx_TVL2(f, u, x[0], x[1], x[2], x[3], d), {1, 15}, {50, 400}, {70, 450}, {100, 500}),
-    TARN_DIRECT("VaporLockIndex", 2, false, gfx_VaporLockIndex(f, u == 'C' ? 'K' : 'P', x[0], x[1], d), {1, 15}, {0, 80}),
+    TARN_DIRECT("VaporLockIndex", 2, false, gfx_VaporLockIndex(f, u == 'C' ? 'K' : 'P', x[0], x[1], d), {1, 15},
+                {0, 80}),
 };
 #undef T10_T50_T90
 
@@ -189,8 +194,12 @@ void indices(ByteReader& in) {
 void settings(ByteReader& in) {
   static constexpr double kPoints[10] = {30, 70, 100, 140, 180, 250, 330, 360, 390, 450};
   switch (in.u8() % 3) {
-    case 0: changeSetting(in); break;
-    case 1: TARN_FUZZ_CHECK(ConvertD86TempPt() == 0, "ConvertD86TempPt"); break;
+    case 0:
+      changeSetting(in);
+      break;
+    case 1:
+      TARN_FUZZ_CHECK(ConvertD86TempPt() == 0, "ConvertD86TempPt");
+      break;
     default:
       TARN_FUZZ_CHECK(ResetD86TempPt() == 0 && std::equal(kPoints, kPoints + 10, tarn::params().d86TempPoints),
                       "ResetD86TempPt");
@@ -201,7 +210,8 @@ void settings(ByteReader& in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   return runOperations(data, size, 16, [](ByteReader& in, std::uint8_t selector) {
-    static void (*const kOperations[])(ByteReader&) = {reads, blends, layouts, conversions, percentOff, indices, settings};
+    static void (*const kOperations[])(ByteReader&) = {reads,      blends,  layouts, conversions,
+                                                       percentOff, indices, settings};
     kOperations[selector % 7](in);
   });
 }

@@ -37,29 +37,35 @@ struct Model {
   int (*call)(int want, const char* options, char unit, double ethanol, const double* x, double* out, double* deriv,
               const double* overrides, int* outOfRange);
 };
-#define TARN_MODEL(name, outputs, lowest, highest, noTable, inUnit, call, ...)                                   \
-  Model{name, {__VA_ARGS__}, outputs, lowest, highest, noTable, inUnit,                                          \
-        [](int w, const char* o, char u, double e, const double* x, double* out, double* d, const double* p,     \
-           int* r) { return (void)o, (void)u, (void)e, (void)p, (void)r, call; }}
-#define GASOLINE {5, 10}, {150, 250}, {250, 360}, {5, 50}, {0, 25}  // RVP, T50, T90, ARO, OLF
+#define TARN_MODEL(name, outputs, lowest, highest, noTable, inUnit, call, ...)                                         \
+  Model {                                                                                                              \
+    name, {__VA_ARGS__}, outputs, lowest, highest, noTable, inUnit,                                                    \
+        [](int w, const char* o, char u, double e, const double* x, double* out, double* d, const double* p, int* r) { \
+          return (void)o, (void)u, (void)e, (void)p, (void)r, call;                                                    \
+        }                                                                                                              \
+  }
+#define GASOLINE \
+  {5, 10}, {150, 250}, {250, 360}, {5, 50}, { 0, 25 }  // RVP, T50, T90, ARO, OLF
 const Model kModels[] = {
     TARN_MODEL("WCARB", 3, 0, 8, false, false, gfx_WCARB(w, o, x, out, d), GASOLINE, {0, 3.7}, {0, 500}, {0, 2}),
-    TARN_MODEL("WCARB3", 3, 0, 9, true, false, gfx_WCARB3(w, o, x, out, d), GASOLINE, {0, 3.7}, {0, 3.7}, {0, 500}, {0, 2}),
+    TARN_MODEL("WCARB3", 3, 0, 9, true, false, gfx_WCARB3(w, o, x, out, d), GASOLINE, {0, 3.7}, {0, 3.7}, {0, 500},
+               {0, 2}),
     TARN_MODEL("WCARB4", 3, 0, 8, true, false, gfx_WCARB4(w, o, x, out, d, r), GASOLINE, {0, 3.7}, {0, 500}, {0, 2}),
-    TARN_MODEL("WCARBOB", 3, -1, 1, false, true, gfx_WCARBOB(w, u, x, out, d), {5, 10}, {150, 250}, {250, 360}, {0, 15}),
+    TARN_MODEL("WCARBOB", 3, -1, 1, false, true, gfx_WCARBOB(w, u, x, out, d), {5, 10}, {150, 250}, {250, 360},
+               {0, 15}),
     TARN_MODEL("WCARBOB2", 9, -1, 1, false, true, gfx_WCARBOB2(w, u, e, x, out, d, p), {5, 10}, {150, 250}, {250, 360},
                {5, 50}, {0, 2}, {0, 25}, {0, 500}),
-    TARN_MODEL("WRBOB", 10, -1, 1, false, true, gfx_WRBOB(w, u, e, x, out, d, p), {5, 10}, {150, 250}, {250, 360}, {5, 50},
-               {0, 2}, {0, 25}, {0, 500}),
+    TARN_MODEL("WRBOB", 10, -1, 1, false, true, gfx_WRBOB(w, u, e, x, out, d, p), {5, 10}, {150, 250}, {250, 360},
+               {5, 50}, {0, 2}, {0, 25}, {0, 500}),
     // The EPA model: oxygenates (wt %), sulfur, RVP, E200, E300, ARO, OLF, BNZ.
-    TARN_MODEL("WEPA", 5, -1, 11, false, false, gfx_WEPA(w, o, x, out, d), {0, 2.7}, {0, 2.7}, {0, 3.7}, {0, 2.7}, {0, 500},
-               {6, 10}, {30, 70}, {70, 95}, {5, 50}, {0, 25}, {0, 2}),
+    TARN_MODEL("WEPA", 5, -1, 11, false, false, gfx_WEPA(w, o, x, out, d), {0, 2.7}, {0, 2.7}, {0, 3.7}, {0, 2.7},
+               {0, 500}, {6, 10}, {30, 70}, {70, 95}, {5, 50}, {0, 25}, {0, 2}),
 };
 #undef GASOLINE
 #undef TARN_MODEL
 
 // Blendstock overrides: ARO, BNZ, OXY, OLF, SUL, two SGs, ALTOXY or E200/E300 lines, RVP.
-constexpr Range kOverrides[13] = {{0, 1},   {0, 0.1},   {30, 35}, {0, 1},   {0, 10}, {0.78, 0.8}, {0.7, 0.78},
+constexpr Range kOverrides[13] = {{0, 1},     {0, 0.1}, {30, 35},   {0, 1},   {0, 10}, {0.78, 0.8}, {0.7, 0.78},
                                   {100, 200}, {0, 1.2}, {100, 200}, {0, 0.5}, {-1, 1}, {0.9, 1.1}};
 
 void models(ByteReader& in) {
@@ -141,8 +147,7 @@ void epa(ByteReader& in) {
   for (int j = 0; unit == 'C' && j < 2; ++j) t[j] = (t[j] - 32.0) / 1.8;
   const bool usualT = usualInputs(in);
   TARN_FUZZ_CHECK(gfx_E200E300EPA(unit, t.data(), e.data(), want, d.data()) == 0 && guardsIntact(t, e, d) &&
-                      (want != 0 || d.untouched()) &&
-                      (!usualT || (all(e, numberOrMissing) && all(d, numberOrMissing))),
+                      (want != 0 || d.untouched()) && (!usualT || (all(e, numberOrMissing) && all(d, numberOrMissing))),
                   "E200E300EPA");
 
   const Text texts[4] = {Text(in), Text(in), Text(in), Text(in)};  // region, phase, season, baseline
@@ -197,10 +202,18 @@ void limits(ByteReader& in) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   return runOperations(data, size, 16, [](ByteReader& in, std::uint8_t selector) {
     switch (selector % 5) {
-      case 0: models(in); break;
-      case 1: evaporative(in); break;
-      case 2: epa(in); break;
-      case 3: limits(in); break;
+      case 0:
+        models(in);
+        break;
+      case 1:
+        evaporative(in);
+        break;
+      case 2:
+        epa(in);
+        break;
+      case 3:
+        limits(in);
+        break;
       default:
         if (in.u8() % 4 == 0) gfx_setCorParms("TARN", "CARB_CORF", in.u8() % 2 ? 1.0 : -1.0);
         changeSetting(in);

@@ -80,9 +80,9 @@ void evaluate(ByteReader& in) {
                   "correlation %d wrote outside its arrays or changed byte %ld of the block", index,
                   before.firstDifference());
   if (!known || nullArrays) {
-    TARN_FUZZ_CHECK(status == TARN_STATUS_NOT_CALCULABLE && outputs.arrayUntouched(0, m) &&
-                        derivs.arrayUntouched(0, derivs.size()),
-                    "correlation %d: status %d, or it wrote although it failed", index, status);
+    TARN_FUZZ_CHECK(
+        status == TARN_STATUS_NOT_CALCULABLE && outputs.arrayUntouched(0, m) && derivs.arrayUntouched(0, derivs.size()),
+        "correlation %d: status %d, or it wrote although it failed", index, status);
     return;
   }
   if (derivFlag != 0 && nullDerivs) {
@@ -120,8 +120,8 @@ void batch(ByteReader& in) {
   Fenced<int> statuses(r);
   for (std::size_t i = 0; i < r * n; ++i) inputs[i] = in.value(rangeOf(index, static_cast<int>(i % n)));
   const auto given = inputs.copy();
-  const int failed = gfx_tarnGenCalcBatch(index, derivFlag, rows, inputs.data(), outputs.data(), derivs.data(),
-                                          statuses.data());
+  const int failed =
+      gfx_tarnGenCalcBatch(index, derivFlag, rows, inputs.data(), outputs.data(), derivs.data(), statuses.data());
   TARN_FUZZ_CHECK(inputs.same(given) && guardsIntact(inputs, outputs, derivs, statuses), "batch of %d", index);
   if (rows < 0) {
     TARN_FUZZ_CHECK(failed == TARN_STATUS_NOT_CALCULABLE, "batch of %d rows: %d", rows, failed);
@@ -133,7 +133,8 @@ void batch(ByteReader& in) {
     std::copy(given.begin() + row * n, given.begin() + (row + 1) * n, x.data());
     const int status = gfx_tarnGenCalc(index, derivFlag, 0, x.data(), y.data(), d.data());
     counted += status != 0;
-    TARN_FUZZ_CHECK(statuses[row] == status && std::memcmp(y.data(), outputs.data() + row * m, m * sizeof(double)) == 0 &&
+    TARN_FUZZ_CHECK(statuses[row] == status &&
+                        std::memcmp(y.data(), outputs.data() + row * m, m * sizeof(double)) == 0 &&
                         std::memcmp(d.data(), derivs.data() + row * n * m, n * m * sizeof(double)) == 0,
                     "batch row %zu of correlation %d differs from its own evaluation", row, index);
   }
@@ -157,7 +158,9 @@ void lifecycle(ByteReader& in) {
   tarn::ParameterBlock& block = tarn::params();
   const ParameterSnapshot before;
   switch (in.u8() % 6) {
-    case 0: TARN_FUZZ_CHECK(TARNInitialize(nullptr), "TARNInitialize"); break;
+    case 0:
+      TARN_FUZZ_CHECK(TARNInitialize(nullptr), "TARNInitialize");
+      break;
     case 1:
       TARN_FUZZ_CHECK(TARNReset() == 0 && block.carbUnit == 'F' && block.rvpExponent == defaults.rvpExponent &&
                           block.changeData == defaults.changeData && block.evaporative.npts == 0,
@@ -169,8 +172,12 @@ void lifecycle(ByteReader& in) {
       TARN_FUZZ_CHECK(std::memcmp(&block, &defaults, sizeof block) == 0, "start-up left a setting as it was");
       Session::get().constantsChanged(false);
       break;
-    case 3: TARN_FUZZ_CHECK(gfx_tarnInitializeCoefs() == 0, "gfx_tarnInitializeCoefs"); break;
-    case 4: TARN_FUZZ_CHECK(gfx_tarnFree() == 0 && before.unchanged(), "gfx_tarnFree"); break;
+    case 3:
+      TARN_FUZZ_CHECK(gfx_tarnInitializeCoefs() == 0, "gfx_tarnInitializeCoefs");
+      break;
+    case 4:
+      TARN_FUZZ_CHECK(gfx_tarnFree() == 0 && before.unchanged(), "gfx_tarnFree");
+      break;
     default:
       TARNUninitialize();
       TARN_FUZZ_CHECK(before.unchanged(), "TARNUninitialize changed the block");
@@ -182,11 +189,20 @@ void lifecycle(ByteReader& in) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   return runOperations(data, size, 8, [](ByteReader& in, std::uint8_t selector) {
     switch (selector % 8) {
-      case 4: batch(in); break;
-      case 5: outputCounts(in); break;
-      case 6: lifecycle(in); break;
-      case 7: changeSetting(in, in.index(TARN_CORRELATION_COUNT)); break;
-      default: evaluate(in);
+      case 4:
+        batch(in);
+        break;
+      case 5:
+        outputCounts(in);
+        break;
+      case 6:
+        lifecycle(in);
+        break;
+      case 7:
+        changeSetting(in, in.index(TARN_CORRELATION_COUNT));
+        break;
+      default:
+        evaluate(in);
     }
   });
 }

@@ -16,7 +16,8 @@ bool near(double a, double b, double tolerance = 1e-7) {
 
 // Property <-> index pairs: the reverse takes the forward's inputs, the last
 // replaced by its result (temperature ranges suit both units).
-#define RESULT {0, 0}  // the forward's result
+#define RESULT \
+  { 0, 0 }  // the forward's result
 const DirectCall kPairs[][2] = {
     {TARN_DIRECT("RVPIndex", 1, false, gfx_RVPIndex(x[0], f, d), {0.5, 20}),
      TARN_DIRECT("RVP", 1, false, gfx_RVP(x[0], f, d), RESULT)},
@@ -38,18 +39,20 @@ const DirectCall kPairs[][2] = {
      TARN_DIRECT("PourPoint1", 1, false, gfx_PourPoint1(u, x[0], f, d), RESULT)},
     {TARN_DIRECT("PourPointIndex2", 1, false, gfx_PourPointIndex2(u, x[0], f, d), {1, 40}),
      TARN_DIRECT("PourPoint2", 1, true, gfx_PourPoint2(u, x[0], f, d), RESULT)},
-    {TARN_DIRECT("PowerIndexForward", 1, false, gfx_PowerIndexForward(x[0], x[1], x[2], x[3], x[4], f, d),
-                 {0.1, 3}, {0.1, 3}, {0.1, 3}, {0.1, 3}, {0.1, 3}),
-     TARN_DIRECT("PowerIndexReverse", 1, false, gfx_PowerIndexReverse(x[0], x[1], x[2], x[3], x[4], f, d),
-                 {0.1, 3}, {0.1, 3}, {0.1, 3}, {0.1, 3}, RESULT)},
+    {TARN_DIRECT("PowerIndexForward", 1, false, gfx_PowerIndexForward(x[0], x[1], x[2], x[3], x[4], f, d), {0.1, 3},
+                 {0.1, 3}, {0.1, 3}, {0.1, 3}, {0.1, 3}),
+     TARN_DIRECT("PowerIndexReverse", 1, false, gfx_PowerIndexReverse(x[0], x[1], x[2], x[3], x[4], f, d), {0.1, 3},
+                 {0.1, 3}, {0.1, 3}, {0.1, 3}, RESULT)},
 };
 #undef RESULT
 constexpr int kPairCount = sizeof kPairs / sizeof kPairs[0];
 
 // Cetane, cold filter plugging, octane, drivability (distillate 300-700 F,
 // gasoline 100-350 F).
-#define DISTILLATE {300, 500}, {350, 600}, {400, 700}
-#define GASOLINE {100, 200}, {150, 280}, {200, 350}
+#define DISTILLATE \
+  {300, 500}, {350, 600}, { 400, 700 }
+#define GASOLINE \
+  {100, 200}, {150, 280}, { 200, 350 }
 const DirectCall kSingles[] = {
     TARN_DIRECT("OctaneIndex", 1, false, gfx_OctaneIndex(x[0], f, d), {40, 120}),
     TARN_DIRECT("CetaneIndex2", 2, false, gfx_CetaneIndex2(f, u, x[0], x[1], d), {0.75, 0.95}, {350, 600}),
@@ -124,7 +127,8 @@ void blends(ByteReader& in) {
   const double blended = gfx_Interactive(flag, x.data(), n, matrix.data(), values.data(), interactive.data());
   TARN_FUZZ_CHECK(!same || !noInteractions || fractionSum <= 0.0 || near(blended, values[0]),
                   "interaction blend of identical components %.17g, not %.17g", blended, values[0]);
-  const int status = gfx_Healy(flag, x.data(), n, ron.data(), mon.data(), ole.data(), aro.data(), out.data(), healy.data());
+  const int status =
+      gfx_Healy(flag, x.data(), n, ron.data(), mon.data(), ole.data(), aro.data(), out.data(), healy.data());
   TARN_FUZZ_CHECK(status == 0 ? !usual || all(out, isFinite) : status == 2 && out.untouched() && healy.untouched(),
                   "Healy: %d", status);
   TARN_FUZZ_CHECK(status != 0 || !same || (near(out[0], ron[0]) && near(out[1], mon[0])),
@@ -156,7 +160,8 @@ void octaneAndCurves(ByteReader& in) {
                   "MTMF or MTMR failed");
   const int status = gfx_ChesapeakF(unitByte(in), in.raw<std::int32_t>(), curve.data(), out.data());
   TARN_FUZZ_CHECK(q.same(givenQ) && curve.same(givenCurve) && (flag != 0 || (d.untouched() && r.untouched())) &&
-                      (status == 0 || (status == 1 && out.untouched())) && guardsIntact(q, corrected, back, d, r, curve, out),
+                      (status == 0 || (status == 1 && out.untouched())) &&
+                      guardsIntact(q, corrected, back, d, r, curve, out),
                   "MTM or ChesapeakF wrote outside, unasked derivatives or a refused curve, or changed its input");
 }
 

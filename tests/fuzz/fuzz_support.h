@@ -21,13 +21,13 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // A violated invariant aborts: libFuzzer reports a crash and keeps the input.
-#define TARN_FUZZ_CHECK(condition, ...)                                                                    \
-  do {                                                                                                     \
-    if (condition) break;                                                                                  \
-    std::fprintf(stderr, "%s:%d: invariant failed: %s\n  ", __FILE__, __LINE__, #condition);              \
-    std::fprintf(stderr, __VA_ARGS__);                                                                     \
-    std::fprintf(stderr, "\n");                                                                           \
-    std::abort();                                                                                          \
+#define TARN_FUZZ_CHECK(condition, ...)                                                      \
+  do {                                                                                       \
+    if (condition) break;                                                                    \
+    std::fprintf(stderr, "%s:%d: invariant failed: %s\n  ", __FILE__, __LINE__, #condition); \
+    std::fprintf(stderr, __VA_ARGS__);                                                       \
+    std::fprintf(stderr, "\n");                                                              \
+    std::abort();                                                                            \
   } while (0)
 
 namespace tarn::fuzz {
@@ -58,10 +58,36 @@ class ByteReader {
   // what a wandering optimiser passes: 1e30, NaN, infinities, any bits.
   double value(double low, double high) {
     using L = std::numeric_limits<double>;
-    static const double kSpecial[] = {
-        0.0, -0.0, 1.0, -1.0, 0.5, 1e30, -1e30, 2e30, 1e29, L::quiet_NaN(), -L::quiet_NaN(),
-        L::infinity(), -L::infinity(), L::max(), -L::max(), L::min(), L::denorm_min(), 1e300, -1e300,
-        1e-300, 100.0, 0.101, 0.1, 13.0, 14.0, 25.0, 26.0, 2147483647.5, -2147483648.5, 4294967296.0};
+    static const double kSpecial[] = {0.0,
+                                      -0.0,
+                                      1.0,
+                                      -1.0,
+                                      0.5,
+                                      1e30,
+                                      -1e30,
+                                      2e30,
+                                      1e29,
+                                      L::quiet_NaN(),
+                                      -L::quiet_NaN(),
+                                      L::infinity(),
+                                      -L::infinity(),
+                                      L::max(),
+                                      -L::max(),
+                                      L::min(),
+                                      L::denorm_min(),
+                                      1e300,
+                                      -1e300,
+                                      1e-300,
+                                      100.0,
+                                      0.101,
+                                      0.1,
+                                      13.0,
+                                      14.0,
+                                      25.0,
+                                      26.0,
+                                      2147483647.5,
+                                      -2147483648.5,
+                                      4294967296.0};
     constexpr std::uint8_t kSpecialCount = sizeof kSpecial / sizeof kSpecial[0];
     const std::uint8_t selector = u8();
     if (selector < 128) return low + (high - low) * (raw<std::uint16_t>() / 65535.0);
@@ -122,7 +148,9 @@ class Fenced {
 using Array = Fenced<double>;
 
 template <class... Arrays>
-bool guardsIntact(const Arrays&... arrays) { return (arrays.guardsIntact() && ...); }
+bool guardsIntact(const Arrays&... arrays) {
+  return (arrays.guardsIntact() && ...);
+}
 
 // A text ending inside its buffer; printable ASCII unless `ascii` is false.
 inline bool textWithin(const Fenced<char>& buffer, bool ascii = true) {
@@ -160,7 +188,9 @@ inline int countOf(int (*query)(int, int*), int index, int otherwise) {
 // A number, or 1e30 where none can be computed.
 inline bool numberOrMissing(double x) { return std::isfinite(x) || x == 1e30; }
 template <class Predicate>
-bool all(const Array& a, Predicate p) { return std::all_of(a.data(), a.data() + a.size(), p); }
+bool all(const Array& a, Predicate p) {
+  return std::all_of(a.data(), a.data() + a.size(), p);
+}
 inline bool isFinite(double x) { return std::isfinite(x); }
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
@@ -170,7 +200,10 @@ inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) 
 class Session {
  public:
   static constexpr int kResetPeriod = 32;
-  static Session& get() { static Session session; return session; }
+  static Session& get() {
+    static Session session;
+    return session;
+  }
   // First for every input; true when the library was just reset.
   bool begin(const std::uint8_t* data, std::size_t size) {
     const bool reset = inputs_++ % kResetPeriod == 0;
@@ -264,8 +297,8 @@ inline char unitByte(ByteReader& in) {
 
 // Up to `most` operations, each handed its selector byte; onReset after a reset.
 template <class Operation, class OnReset = void (*)()>
-int runOperations(const std::uint8_t* data, std::size_t size, int most, Operation operation,
-                  OnReset onReset = [] {}) {
+int runOperations(
+    const std::uint8_t* data, std::size_t size, int most, Operation operation, OnReset onReset = [] {}) {
   if (Session::get().begin(data, size)) onReset();
   ByteReader in(data, size);
   for (int count = 0; !in.empty() && count < most; ++count) {
@@ -284,10 +317,13 @@ struct DirectCall {
   double (*call)(const double* x, char unit, int flag, double* d);
   std::vector<Range> ranges;
 };
-#define TARN_DIRECT(name, derivatives, always, call, ...)                                                         \
-  DirectCall{name, derivatives, always,                                                                           \
-             [](const double* x, char u, int f, double* d) { return (void)x, (void)u, (void)f, (void)d, call; }, \
-             {__VA_ARGS__}}
+#define TARN_DIRECT(name, derivatives, always, call, ...)                                                     \
+  DirectCall {                                                                                                \
+    name, derivatives, always,                                                                                \
+        [](const double* x, char u, int f, double* d) { return (void)x, (void)u, (void)f, (void)d, call; }, { \
+      __VA_ARGS__                                                                                             \
+    }                                                                                                         \
+  }
 
 // Calls c on inputs read (or `given`): returns the value and whether usual.
 inline std::pair<double, bool> runDirect(ByteReader& in, const DirectCall& c, double* x, const double* given = nullptr,

@@ -31,9 +31,8 @@ void list(double value) {
   const int info = gfx_getCorParmsInfo(k, initial.data(), unit.data(), description.data());
   TARN_FUZZ_CHECK(gfx_getCorParmsCount(&count) == 0 && status == (k >= 0 && k < count ? 0 : 1) && info == status,
                   "keywords of %d: %d, %d", k, status, info);
-  TARN_FUZZ_CHECK(status == 0 ? textWithin(group) && textWithin(alias) && textWithin(name) &&
-                                    textWithin(unit, false) && textWithin(description, false) &&
-                                    numberOrMissing(initial[0])
+  TARN_FUZZ_CHECK(status == 0 ? textWithin(group) && textWithin(alias) && textWithin(name) && textWithin(unit, false) &&
+                                    textWithin(description, false) && numberOrMissing(initial[0])
                               : group.untouched() && name.untouched() && unit.untouched() && initial.untouched(),
                   "keywords of %d badly written", k);
 }
@@ -64,10 +63,10 @@ void run(const std::string& line, const tarn::T20GaussianParams& gaussianDefault
   if (op != 's' && op != 'S' && op != 'n') {
     // A refused keyword reads 1e30; correlation keywords ignore case.
     const double read = gfx_getCorParms(correlation, parameter);
-    TARN_FUZZ_CHECK(before.unchanged() && (refused ? sameBits(read, 1e30)
-                                                   : sameBits(read, gfx_getCorParms(upper(correlationText).c_str(),
-                                                                                    parameter))),
-                    "(%s, %s) read %.17g, or changed the block", correlation, parameter, read);
+    TARN_FUZZ_CHECK(
+        before.unchanged() && (refused ? sameBits(read, 1e30)
+                                       : sameBits(read, gfx_getCorParms(upper(correlationText).c_str(), parameter))),
+        "(%s, %s) read %.17g, or changed the block", correlation, parameter, read);
     return;
   }
   const int status = gfx_setCorParms(correlation, parameter, value);

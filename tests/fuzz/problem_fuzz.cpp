@@ -40,10 +40,10 @@ bool namesAPath(const std::string& text) {
 
 void checkProblem(const tarnblend_problem* problem) {
   int products = 0, limits = 0;
-  TARN_FUZZ_CHECK(tarnblend_problem_product_count(problem, &products) == 0 && products > 0 &&
-                      tarnblend_problem_solution(problem, nullptr, nullptr, nullptr, nullptr, nullptr) ==
-                          TARNBLEND_ERROR_STATE,
-                  "%d products, or a problem just read has a solution", products);
+  TARN_FUZZ_CHECK(
+      tarnblend_problem_product_count(problem, &products) == 0 && products > 0 &&
+          tarnblend_problem_solution(problem, nullptr, nullptr, nullptr, nullptr, nullptr) == TARNBLEND_ERROR_STATE,
+      "%d products, or a problem just read has a solution", products);
   for (int p = 0; p < products && tarnblend_problem_limit_count(problem, p, &limits) == 0; ++p) {
     for (int k = 0; k < limits; ++k) {
       const char* key = nullptr;

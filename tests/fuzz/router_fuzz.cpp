@@ -70,10 +70,9 @@ struct Query {
   Answer answer;
 };
 double coefficientValue;
-#define TARN_QUERY_CALL(call) \
-  [](int i, int k, void* o) { return (void)k, (void)i, call; }
+#define TARN_QUERY_CALL(call) [](int i, int k, void* o) { return (void)k, (void)i, call; }
 #define TARN_ROUTED(name, call, bridged, size, answer) \
-  {name, TARN_QUERY_CALL(gfx_bml##call), TARN_QUERY_CALL(gfx_tarn##call), bridged, size, answer}
+  { name, TARN_QUERY_CALL(gfx_bml##call), TARN_QUERY_CALL(gfx_tarn##call), bridged, size, answer }
 #define TARN_QUERY(name, call, size, answer) TARN_ROUTED(name, call, TARN_QUERY_CALL(gfx_ubml##call), size, answer)
 #define TEXT static_cast<char*>(o)
 #define NUMBER static_cast<int*>(o)
@@ -118,10 +117,11 @@ void queries(ByteReader& in) {
   expectRouted(status, index, q.builtIn(index, k, builtIn.data()), q.name);
   int value = 0;
   if (q.size == 0) std::memcpy(&value, out.data(), sizeof value);
-  TARN_FUZZ_CHECK(out.guardsIntact() && (status != 0 || (q.size > 0   ? textWithin(out)
-                                                        : q.answer == kCount ? value >= 0
-                                                                             : q.answer != kPair || value < combinedCount())),
-                  "%s(%d, %d): %d", q.name, index, k, value);
+  TARN_FUZZ_CHECK(
+      out.guardsIntact() && (status != 0 || (q.size > 0           ? textWithin(out)
+                                             : q.answer == kCount ? value >= 0
+                                                                  : q.answer != kPair || value < combinedCount())),
+      "%s(%d, %d): %d", q.name, index, k, value);
   if (!plugin) {
     TARN_FUZZ_CHECK(status != 0 || builtIn.untouched() || std::memcmp(out.data(), builtIn.data(), bytes) == 0,
                     "%s(%d) differs from the built-in one", q.name, index);
@@ -141,17 +141,15 @@ void properties(ByteReader& in) {
   const int k = in.u8() < 224 ? in.index(6) : INT_MAX - in.u8() % 4;
   int count = 0;
   const int status = gfx_bmlGetPropCount(&count);
-  TARN_FUZZ_CHECK(std::make_pair(count, status) ==
-                      expectedCount(TARN_BML_FIRST_USER_PROPERTY, 2, behaviour.properties),
+  TARN_FUZZ_CHECK(std::make_pair(count, status) == expectedCount(TARN_BML_FIRST_USER_PROPERTY, 2, behaviour.properties),
                   "properties %d (%d)", count, status);
   Fenced<char> text(TARN_PROPERTY_ID_SIZE), desc(TARN_DESC_SIZE), builtinText(TARN_DESC_SIZE);
   const int id = gfx_bmlGetPropId(k, text.data()), description = gfx_bmlGetPropDesc(k, desc.data());
   TARN_FUZZ_CHECK((id != 0 || textWithin(text)) && (description != 0 || textWithin(desc)), "property %d text", k);
-  TARN_FUZZ_CHECK(k >= count ? id == TARN_BML_STATUS_INDEX_PAST_END && description == id
-                  : k < TARN_BML_FIRST_USER_PROPERTY
-                      ? id == gfx_tarnGetPropId(k, builtinText.data()) &&
-                            description == gfx_tarnGetPropDesc(k, builtinText.data())
-                      : isOneOf(id, {0, 5}) && description == id,
+  TARN_FUZZ_CHECK(k >= count                         ? id == TARN_BML_STATUS_INDEX_PAST_END && description == id
+                  : k < TARN_BML_FIRST_USER_PROPERTY ? id == gfx_tarnGetPropId(k, builtinText.data()) &&
+                                                           description == gfx_tarnGetPropDesc(k, builtinText.data())
+                                                     : isOneOf(id, {0, 5}) && description == id,
                   "property %d of %d: %d, %d", k, count, id, description);
 }
 
@@ -223,10 +221,10 @@ void messages(ByteReader& in, std::FILE* sink) {
 // Start without a path, coefficients and stop keep the numbering.
 void lifecycle(ByteReader& in) {
   const int before = combinedCount();
-  TARN_FUZZ_CHECK((in.u8() % 2 ? gfx_bmlInitializeAllocate(nullptr, nullptr)
-                               : gfx_bmlInitializeCoefs() + gfx_bmlFree()) == 0 &&
-                      combinedCount() == before,
-                  "start, coefficients or stop failed, or the numbering changed from %d", before);
+  TARN_FUZZ_CHECK(
+      (in.u8() % 2 ? gfx_bmlInitializeAllocate(nullptr, nullptr) : gfx_bmlInitializeCoefs() + gfx_bmlFree()) == 0 &&
+          combinedCount() == before,
+      "start, coefficients or stop failed, or the numbering changed from %d", before);
   TARN_FUZZ_CHECK(gfx_ubmlInitializeAllocate() == (withPlugin() ? behaviour.startStatus : UBML_STATUS_NOT_BOUND),
                   "the bridge's start");
 }
@@ -234,8 +232,8 @@ void lifecycle(ByteReader& in) {
 // Failing or garbage calculations, bad texts, any counts.
 void misbehave(ByteReader& in) {
   if (!withPlugin()) return;
-  static const int kCounts[] = {0, 1, 2, 3, 4, 5, 46340, 46341, INT_MAX - 57, INT_MAX - 56, INT_MAX - 2, INT_MAX, -1,
-                                INT_MIN};
+  static const int kCounts[] = {0,           1,       2,  3,      4, 5, 46340, 46341, INT_MAX - 57, INT_MAX - 56,
+                                INT_MAX - 2, INT_MAX, -1, INT_MIN};
   const std::uint8_t how = in.u8();
   behaviour = TestPluginBehaviour{};
   behaviour.calculationStatus = how & 1 ? kCalculationFailure : 0;
@@ -298,8 +296,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const std::vector<char> whole{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   char folder[] = "/tmp/tarn-fuzz-XXXXXX";
   if (withPlugin() && mkdtemp(folder) != nullptr) {
-    for (const std::size_t length : {std::size_t{0}, std::size_t{100}, std::size_t{1000}, std::size_t{3000},
-                                     whole.size() / 2, whole.size() - 1}) {
+    for (const std::size_t length :
+         {std::size_t{0}, std::size_t{100}, std::size_t{1000}, std::size_t{3000}, whole.size() / 2, whole.size() - 1}) {
       brokenFiles.push_back(std::string(folder) + "/cut" + std::to_string(length) + ".so");
       std::ofstream(brokenFiles.back(), std::ios::binary).write(whole.data(), static_cast<std::streamsize>(length));
     }
@@ -315,14 +313,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       data, size, 24,
       [](ByteReader& in, std::uint8_t selector) {
         switch (selector % 9) {
-          case 0: case 1: queries(in); break;
-          case 2: properties(in); break;
-          case 3: setCoefficient(in); break;
-          case 4: evaluate(in); break;
-          case 5: messages(in, sink); break;
-          case 6: lifecycle(in); break;
-          case 7: misbehave(in); break;
-          default: reload(in);
+          case 0:
+          case 1:
+            queries(in);
+            break;
+          case 2:
+            properties(in);
+            break;
+          case 3:
+            setCoefficient(in);
+            break;
+          case 4:
+            evaluate(in);
+            break;
+          case 5:
+            messages(in, sink);
+            break;
+          case 6:
+            lifecycle(in);
+            break;
+          case 7:
+            misbehave(in);
+            break;
+          default:
+            reload(in);
         }
       },
       [] {

@@ -84,7 +84,10 @@ TEST(RecipeFiles, EveryDialectGivesThePlainRecipe) {
        "\"Alkylate\",1900,4.8,102,163,221,279,384,6,0.3,695,,\r\n"},
       // Semicolons, decimal commas, and each unit in one of its other spellings.
       {"semicolons",
-       "Name;Volume [bbl];RVP (kPa);IBP[\xC2\xB0" "C];T10[degC];T50[C];T90 [\xC2\xB0" "C];FBP[\xC2\xB0" "C];"
+       "Name;Volume [bbl];RVP (kPa);IBP[\xC2\xB0"
+       "C];T10[degC];T50[C];T90 [\xC2\xB0"
+       "C];FBP[\xC2\xB0"
+       "C];"
        "Sulfur[mg/kg];ARO[% V/V];SPG\n"
        "Reformate;3000;28,9579794;44,4444444444;72,2222222222;118,888888889;161,111111111;200;1;64;0,815802749906\n"
        "FCC naphtha;3300;44,8159205;35;52,2222222222;93,8888888889;170;208,888888889;25;28;0,745733802061\n"
@@ -92,18 +95,27 @@ TEST(RecipeFiles, EveryDialectGivesThePlainRecipe) {
       // Tabs, degrees API, no-break spaces around numbers.
       {"tabs",
        "NAME\tVOLUME[bbl]\tRVP[psi]\tIBP[F]\tT10[F]\tT50[F]\tT90[F]\tFBP[F]\tSUL[ppm]\tARO[vol%]\tAPI\n"
-       "Reformate\t3000\t\xC2\xA0" "4.2\t112\t162\t246\t322\t392\t1\xC2\xA0\t64\t41.948790184\n"
-       "FCC naphtha\t3300\t\xC2\xA0" "6.5\t95\t126\t201\t338\t408\t25\xC2\xA0\t28\t58.2459919463\n"
-       "Alkylate\t1900\t\xC2\xA0" "4.8\t102\t163\t221\t279\t384\t6\xC2\xA0\t0.3\t71.8967827338\n"},
+       "Reformate\t3000\t\xC2\xA0"
+       "4.2\t112\t162\t246\t322\t392\t1\xC2\xA0\t64\t41.948790184\n"
+       "FCC naphtha\t3300\t\xC2\xA0"
+       "6.5\t95\t126\t201\t338\t408\t25\xC2\xA0\t28\t58.2459919463\n"
+       "Alkylate\t1900\t\xC2\xA0"
+       "4.8\t102\t163\t221\t279\t384\t6\xC2\xA0\t0.3\t71.8967827338\n"},
       // Units in headers, in a units object or implied; a number as text.
       {"JSON",
        "{\"product\": \"gasoline\", \"units\": {\"T10\": \"F\", \"SUL\": \"ppm\"}, \"components\": [\n"
-       " {\"name\": \"Reformate\", \"VOLUME[bbl]\": 3000, \"RVP[psi]\": 4.2, \"IBP[F]\": 112, \"T10\": 162, \"T50[F]\": 246,\n"
-       "  \"T90[F]\": 322, \"FBP[F]\": \"392\", \"SUL\": 1, \"ARO[vol%]\": 64, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 815},\n"
-       " {\"name\": \"FCC naphtha\", \"VOLUME[bbl]\": 3300, \"RVP[psi]\": 6.5, \"IBP[F]\": 95, \"T10\": 126, \"T50[F]\": 201,\n"
-       "  \"T90[F]\": 338, \"FBP[F]\": \"408\", \"SUL\": 25, \"ARO[vol%]\": 28, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 745},\n"
-       " {\"name\": \"Alkylate\", \"VOLUME[bbl]\": 1900, \"RVP[psi]\": 4.8, \"IBP[F]\": 102, \"T10\": 163, \"T50[F]\": 221,\n"
-       "  \"T90[F]\": 279, \"FBP[F]\": \"384\", \"SUL\": 6, \"ARO[vol%]\": 0.3, \"Density (kg/m3 at 15 \xC2\xB0" "C)\": 695}]}"},
+       " {\"name\": \"Reformate\", \"VOLUME[bbl]\": 3000, \"RVP[psi]\": 4.2, \"IBP[F]\": 112, \"T10\": 162, "
+       "\"T50[F]\": 246,\n"
+       "  \"T90[F]\": 322, \"FBP[F]\": \"392\", \"SUL\": 1, \"ARO[vol%]\": 64, \"Density (kg/m3 at 15 \xC2\xB0"
+       "C)\": 815},\n"
+       " {\"name\": \"FCC naphtha\", \"VOLUME[bbl]\": 3300, \"RVP[psi]\": 6.5, \"IBP[F]\": 95, \"T10\": 126, "
+       "\"T50[F]\": 201,\n"
+       "  \"T90[F]\": 338, \"FBP[F]\": \"408\", \"SUL\": 25, \"ARO[vol%]\": 28, \"Density (kg/m3 at 15 \xC2\xB0"
+       "C)\": 745},\n"
+       " {\"name\": \"Alkylate\", \"VOLUME[bbl]\": 1900, \"RVP[psi]\": 4.8, \"IBP[F]\": 102, \"T10\": 163, \"T50[F]\": "
+       "221,\n"
+       "  \"T90[F]\": 279, \"FBP[F]\": \"384\", \"SUL\": 6, \"ARO[vol%]\": 0.3, \"Density (kg/m3 at 15 \xC2\xB0"
+       "C)\": 695}]}"},
   };
   for (const auto& [dialect, text] : dialects) {
     Read r;
@@ -147,7 +159,9 @@ TEST(RecipeFiles, BadFilesGetOnePositionedLine) {
   const std::string h = "NAME,VOLUME[bbl],T10[F],T50[F]\n";
   const std::vector<std::tuple<std::string, std::string, const char*>> cases = {
       {std::string("NAME,VOL\x00UME\n", 13), "1:9", "binary data or a control character (byte 00)"},
-      {"NAME,T50[\xB0" "C]\n", "1:10", "not UTF-8 text (byte B0 here): save it as UTF-8"},
+      {"NAME,T50[\xB0"
+       "C]\n",
+       "1:10", "not UTF-8 text (byte B0 here): save it as UTF-8"},
       {"\xFF\xFEN\0A\0", "1:1", "UTF-16 text"},
       {"NAME,VOLUME[furlong]\nA,1\n", "1:6", "unknown unit 'furlong' of column VOLUME (volume units: bbl, kbbl, m3"},
       {"NAME,VOLUME,RVP[mmHg]\nA,1,9\n", "1:13", "unknown unit 'mmHg' of column RVP (accepted: psi, kPa, bar)"},
@@ -155,7 +169,8 @@ TEST(RecipeFiles, BadFilesGetOnePositionedLine) {
       {"NAME,VOLUME,OCTANE\nA,1,90\n", "1:13", "unknown column 'OCTANE' (known: NAME, VOLUME or MASS, RVP"},
       {"NAME,VOLUME,T50\nA,1,200\n", "1:13", "column T50 has no unit: write T50[F] or T50[C]"},
       {"NAME,VOLUME,RVP\nA,1,9\n", "1:13", "column RVP has no unit: write it as RVP[psi]"},
-      {"NAME,VOLUME,T10[F],T50[C]\nA,1,100,90\n", "1:20", "mixed temperature units in the D86 curve: T10 in F, T50 in C"},
+      {"NAME,VOLUME,T10[F],T50[C]\nA,1,100,90\n", "1:20",
+       "mixed temperature units in the D86 curve: T10 in F, T50 in C"},
       {"NAME,VOLUME,SPG,DEN[kg/m3]\nA,1,0.7,700\n", "1:17", "gives DEN again (as 'SPG' at recipe.csv:1:13 does)"},
       {"NAME,VOLUME,MASS[t]\nA,1,1\n", "1:13", "both VOLUME and MASS"},
       {"NAME,MASS[t],RVP[psi]\nA,1,9\n", "2:3", "a recipe by MASS needs the density (DEN, SPG or API) of 'A'"},
@@ -178,15 +193,21 @@ TEST(RecipeFiles, BadFilesGetOnePositionedLine) {
       {"NAME,VOLUME,ARO[vol%]\nA,1,130\n", "2:5", "ARO of 'A' (130 vol%) must lie between 0 vol% and 100 vol%"},
       {"# product: lemonade\nNAME,VOLUME\nA,1\n", "2:1", "unknown product kind 'lemonade' (gasoline, diesel or jet)"},
       // A D86 point above what the method reads: degrees F read as C.
-      {"NAME,VOLUME,T90[C],FBP[C]\nA,1,322,408\n", "2:9", "FBP of 'A' is 408 C, above the 400 C a D86 distillation "
-                                                          "reads (are these degrees F? write the unit in the header: FBP[F])"},
-      {"{\"components\": [{\"name\": \"A\" \"VOLUME\": 1}]}", "1:30", "malformed JSON: syntax error while parsing object"},
-      {"{\"components\": [{\"name\": \"\\u001b[2J\", \"VOLUME\": 1}]}", "1:26", "a string holds a control character (\\x1B[2J)"},
+      {"NAME,VOLUME,T90[C],FBP[C]\nA,1,322,408\n", "2:9",
+       "FBP of 'A' is 408 C, above the 400 C a D86 distillation "
+       "reads (are these degrees F? write the unit in the header: FBP[F])"},
+      {"{\"components\": [{\"name\": \"A\" \"VOLUME\": 1}]}", "1:30",
+       "malformed JSON: syntax error while parsing object"},
+      {"{\"components\": [{\"name\": \"\\u001b[2J\", \"VOLUME\": 1}]}", "1:26",
+       "a string holds a control character (\\x1B[2J)"},
       {"{\"recipe\": []}", "1:2", "unknown key 'recipe'"},
       {"{\"components\": [1]}", "1:17", "a number is not expected here: each component is an object"},
-      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": {\"value\": 1}}]}", "1:41", "a property value is a number, text or null"},
-      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1, \"VOLUME\": 2}]}", "1:54", "the component gives VOLUME twice"},
-      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1}], \"units\": {\"T50\": \"C\"}}", "1:56", "the units must come before the components"},
+      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": {\"value\": 1}}]}", "1:41",
+       "a property value is a number, text or null"},
+      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1, \"VOLUME\": 2}]}", "1:54",
+       "the component gives VOLUME twice"},
+      {"{\"components\": [{\"name\": \"A\", \"VOLUME\": 1}], \"units\": {\"T50\": \"C\"}}", "1:56",
+       "the units must come before the components"},
       {"[1, 2]", "1:1", "a recipe in JSON is an object"},
       {"{\"components\": [{\"name\": \"A\", \"VOLUME[bbl]\": 1}, {\"name\": \"B\", \"volume\": 2}]}", "1:64",
        "'volume' gives VOLUME again (as 'VOLUME[bbl]' at recipe.csv:1:31 does): write it once, in one unit"},

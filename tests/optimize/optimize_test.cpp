@@ -92,7 +92,8 @@ TEST_F(Optimizer, ProblemsThatCannotBePosedSayWhy) {
   tarnblend_problem_set_demand(price.get(), 1, 100, 200);
   solveRefused(price, TARNBLEND_ERROR_VALUE, "'Premium' has no price");
   // No component gives a D86 point: the distillation cannot be computed with or without any of them.
-  Problem noCurves = gasoline("NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,10\nB,1,8,20\nC,1,7,30\nD,1,6,40\nE,1,5,50\nF,1,4,60\n");
+  Problem noCurves =
+      gasoline("NAME,VOLUME,RVP[psi],ARO[vol%]\nA,1,9,10\nB,1,8,20\nC,1,7,30\nD,1,6,40\nE,1,5,50\nF,1,4,60\n");
   tarnblend_problem_add_limit(noCurves.get(), 0, "T50", 170, TARN_MISSING, "F");
   solveRefused(noCurves, TARNBLEND_ERROR_STATE, "T50 is limited but cannot be computed");
 }
@@ -163,7 +164,8 @@ TEST_F(Optimizer, TheModelIsLeftWholeAtTheRecipeAndASecondStartOnlyWhereNonLinea
     std::vector<double> found(expected.size()), jacobian(expected.size() * 6);
     const int count = static_cast<int>(expected.size());
     ASSERT_EQ(tarnblend_model_values(solved, found.data(), nullptr, count), TARNBLEND_OK);
-    for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_NEAR(found[k], expected[k], 1e-9 * (1 + std::fabs(expected[k])));
+    for (std::size_t k = 0; k < expected.size(); ++k)
+      EXPECT_NEAR(found[k], expected[k], 1e-9 * (1 + std::fabs(expected[k])));
     EXPECT_EQ(blendtest::figure(solved, "EPA.NOX").status, TARNBLEND_COMPUTED);
     EXPECT_EQ(tarnblend_model_jacobian(solved, jacobian.data(), count, 6), TARNBLEND_OK) << tarnblend_last_error();
   }
@@ -186,7 +188,8 @@ TEST_F(Optimizer, LimitsInAnotherUnitAreConvertedAndAGravityMinimumBecomesADensi
     double minimum = 0, maximum = 0;
     const char* unit = "";
     ASSERT_EQ(tarnblend_problem_limit(raw, 0, k, nullptr, nullptr, &minimum, &maximum, nullptr, nullptr, nullptr,
-                                      nullptr, &unit, nullptr), TARNBLEND_OK);
+                                      nullptr, &unit, nullptr),
+              TARNBLEND_OK);
     EXPECT_NEAR(minimum, expected[k].minimum, 1e-12 * expected[k].minimum);
     EXPECT_NEAR(maximum, expected[k].maximum, 1e-12 * expected[k].maximum);
     EXPECT_STREQ(unit, expected[k].unit);

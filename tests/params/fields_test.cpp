@@ -37,11 +37,10 @@ TEST(FieldTable, RowsAreDisjointAndEveryCoefficientViewsOneOfThem) {
       int position = -1;
       const fields::Field* first = fields::containing(run.field, position);
       ASSERT_NE(first, nullptr) << row.id << " " << run.name;
-      EXPECT_TRUE(first->slot.type == fields::Type::Real ||
-                  first->slot.type == fields::Type::Integer) << row.id << " " << run.name;
+      EXPECT_TRUE(first->slot.type == fields::Type::Real || first->slot.type == fields::Type::Integer)
+          << row.id << " " << run.name;
       for (int k = 1; k < run.count; ++k) {
-        const char* element = static_cast<const char*>(run.field) +
-                              k * fields::elementSize(first->slot.type);
+        const char* element = static_cast<const char*>(run.field) + k * fields::elementSize(first->slot.type);
         const fields::Field* field = fields::containing(element, position);
         ASSERT_NE(field, nullptr) << row.id << " " << run.name << k;
         EXPECT_EQ(field->slot.type, first->slot.type) << row.id << " " << run.name << k;
@@ -49,8 +48,7 @@ TEST(FieldTable, RowsAreDisjointAndEveryCoefficientViewsOneOfThem) {
     }
     char source[TARN_SOURCE_SIZE + 1] = "";
     EXPECT_EQ(gfx_tarnGetCorrelationSource(index, source), 0);
-    EXPECT_EQ(std::string(source), row.source != nullptr ? row.source : "")
-        << "longer than its buffer";
+    EXPECT_EQ(std::string(source), row.source != nullptr ? row.source : "") << "longer than its buffer";
   }
   char source[TARN_SOURCE_SIZE] = "untouched";
   EXPECT_EQ(gfx_tarnGetCorrelationSource(57, source), TARN_STATUS_BAD_CORRELATION);

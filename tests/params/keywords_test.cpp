@@ -84,23 +84,32 @@ TEST_F(KeywordTest, StoreRules) {
     double value;
     int status;
     double after;
-  } steps[] = {
-      // Switches read back as signs; not > 0 is off.
-      {"TARN", "ChangeData", 0.5, 0, 1}, {"TARN", "ChangeData", 0, 0, -1},
-      // Refused unless the stored value is positive: -5 goes in, then nothing until a reset (not T50INDEX P2).
-      {"CETANEIMPROVER", "P2", -5, 0, -5}, {"CETANEIMPROVER", "P2", 10, 1, -5},
-      {"CETANEIMPROVER2", "P4", 0, 0, 0}, {"CETANEIMPROVER2", "P4", 4, 1, 0},
-      {"T10INDEX", "P2", 0, 0, 0}, {"T10INDEX", "P2", 4, 1, 0},
-      {"T50INDEX", "P2", 0, 0, 0}, {"T50INDEX", "P2", 4, 0, 4},
-      // Counts round after their limit test (25.4 > 25); NPTS has no limit; ALTOXY truncates; huge refused.
-      {"ND86FROMPERCENTOFF", "NPOFF", 24.6, 0, 25}, {"ND86FROMPERCENTOFF", "NPOFF", 25.4, 1, 25},
-      {"ND86TOPERCENTOFF", "NPOFF", -3, 0, -2},  // trunc(-2.5)
-      {"ND86FROMPERCENTOFF", "NTEMP", 13.0, 0, 13}, {"ND86FROMPERCENTOFF", "NTEMP", 13.2, 1, 13},
-      {"ND86FROMPERCENTOFF", "NTEMP", -INFINITY, 1, 13},
-      {"EVAPORATIVE", "NPTS", 40.5, 0, 41}, {"EVAPORATIVE", "NPTS", 1e300, 1, 41},
-      {"CARBOB2", "ALTOXY", -1.9, 0, -1}, {"CARBOB2", "ALTOXY", NAN, 1, -1},
-      // A Gaussian quantile that leaves P3 below P1 is refused and restores the whole group.
-      {"T20GAUSSIAN", "P2", -0.9, 0, -0.9}, {"T20GAUSSIAN", "P3", -2.0, 1, -0.524400513}};
+  } steps[] = {// Switches read back as signs; not > 0 is off.
+               {"TARN", "ChangeData", 0.5, 0, 1},
+               {"TARN", "ChangeData", 0, 0, -1},
+               // Refused unless the stored value is positive: -5 goes in, then nothing until a reset (not T50INDEX P2).
+               {"CETANEIMPROVER", "P2", -5, 0, -5},
+               {"CETANEIMPROVER", "P2", 10, 1, -5},
+               {"CETANEIMPROVER2", "P4", 0, 0, 0},
+               {"CETANEIMPROVER2", "P4", 4, 1, 0},
+               {"T10INDEX", "P2", 0, 0, 0},
+               {"T10INDEX", "P2", 4, 1, 0},
+               {"T50INDEX", "P2", 0, 0, 0},
+               {"T50INDEX", "P2", 4, 0, 4},
+               // Counts round after their limit test (25.4 > 25); NPTS has no limit; ALTOXY truncates; huge refused.
+               {"ND86FROMPERCENTOFF", "NPOFF", 24.6, 0, 25},
+               {"ND86FROMPERCENTOFF", "NPOFF", 25.4, 1, 25},
+               {"ND86TOPERCENTOFF", "NPOFF", -3, 0, -2},  // trunc(-2.5)
+               {"ND86FROMPERCENTOFF", "NTEMP", 13.0, 0, 13},
+               {"ND86FROMPERCENTOFF", "NTEMP", 13.2, 1, 13},
+               {"ND86FROMPERCENTOFF", "NTEMP", -INFINITY, 1, 13},
+               {"EVAPORATIVE", "NPTS", 40.5, 0, 41},
+               {"EVAPORATIVE", "NPTS", 1e300, 1, 41},
+               {"CARBOB2", "ALTOXY", -1.9, 0, -1},
+               {"CARBOB2", "ALTOXY", NAN, 1, -1},
+               // A Gaussian quantile that leaves P3 below P1 is refused and restores the whole group.
+               {"T20GAUSSIAN", "P2", -0.9, 0, -0.9},
+               {"T20GAUSSIAN", "P3", -2.0, 1, -0.524400513}};
   for (const auto& step : steps) {
     EXPECT_EQ(gfx_setCorParms(step.group, step.name, step.value), step.status) << step.group << " " << step.name;
     EXPECT_EQ(gfx_getCorParms(step.group, step.name), step.after) << step.group << " " << step.name;
@@ -115,8 +124,13 @@ TEST_F(KeywordTest, MatchingOfGroupAndParameterKeywords) {
   EXPECT_EQ(gfx_setCorParms("tarn", "ChangeData", 1), 0);
   EXPECT_EQ(gfx_setCorParms("TARN", "changedata", 1), 1);
   // Whole words only, on both sides; EVAPORATIVE numbers have two digits.
-  for (const auto& [group, name] : std::vector<Key>{{"TVL", "P1"}, {"TVL200", "P1"}, {"TVL20", "P"}, {"TVL20", "P5"},
-                                                    {"TVL20", "P01"}, {"EVAPORATIVE", "P5"}, {"EVAPORATIVE", "P12"},
+  for (const auto& [group, name] : std::vector<Key>{{"TVL", "P1"},
+                                                    {"TVL200", "P1"},
+                                                    {"TVL20", "P"},
+                                                    {"TVL20", "P5"},
+                                                    {"TVL20", "P01"},
+                                                    {"EVAPORATIVE", "P5"},
+                                                    {"EVAPORATIVE", "P12"},
                                                     {"HC94", "X2"}}) {  // HC94 answers X1 only
     EXPECT_EQ(gfx_setCorParms(group.c_str(), name.c_str(), 1), 1) << group << " " << name;
   }

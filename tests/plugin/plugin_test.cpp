@@ -161,8 +161,7 @@ TEST_F(PluginTest, OrderingTakesTheDirectionThatChangesFewerInputs) {
   } cases[] = {
       {kWeighted, 0.5, {100, 90, 120}, {100, 100.5, 120}},       // one change either way: upward
       {kCurve, 1.0, {300, 100, 110, 120}, {99, 100, 110, 120}},  // three up against one down
-      {kCurve, 1.0, {100, 100, 100, 130}, {100, 101, 102, 130}},
-      {kWeighted, 0.0, {100, 90, 120}, {100, 90, 120}},
+      {kCurve, 1.0, {100, 100, 100, 130}, {100, 101, 102, 130}}, {kWeighted, 0.0, {100, 90, 120}, {100, 90, 120}},
       {kWeighted, -1.0, {100, 90, 120}, {100, 90, 120}},
   };
   for (const auto& c : cases) {
@@ -233,12 +232,23 @@ TEST_F(PluginTest, SignedOverflowFromPluginCountsAndPairsIsRefused) {
   const struct {
     int query, given, status, written;  // query: correlations, properties, inputs, outputs, coefficients, pair
   } cases[] = {
-      {0, INT_MAX - 5, kRefused, 57}, {0, INT_MAX - 57, 0, INT_MAX},  // the reported overflow; the last that fits
-      {0, -3, kRefused, 57},          {1, INT_MAX - 2, 0, INT_MAX},         {1, INT_MAX - 1, kRefused, 2},
-      {1, -1, kRefused, 2},           {2, -1, kRefused, kNothing},          {2, 46340, 0, 46340},  // n x m still an int
-      {2, 46341, kRefused, kNothing}, {3, INT_MIN, kRefused, kNothing},     {3, 46341, kRefused, kNothing},
-      {4, -2, kRefused, kNothing},    {4, INT_MAX, 0, INT_MAX},             {5, INT_MAX, kRefused, kNothing},
-      {5, 5, kRefused, kNothing},     {5, 4, 0, kCurve},                    {5, -2, 0, -2},  // no pair: as given
+      {0, INT_MAX - 5, kRefused, 57},
+      {0, INT_MAX - 57, 0, INT_MAX},  // the reported overflow; the last that fits
+      {0, -3, kRefused, 57},
+      {1, INT_MAX - 2, 0, INT_MAX},
+      {1, INT_MAX - 1, kRefused, 2},
+      {1, -1, kRefused, 2},
+      {2, -1, kRefused, kNothing},
+      {2, 46340, 0, 46340},  // n x m still an int
+      {2, 46341, kRefused, kNothing},
+      {3, INT_MIN, kRefused, kNothing},
+      {3, 46341, kRefused, kNothing},
+      {4, -2, kRefused, kNothing},
+      {4, INT_MAX, 0, INT_MAX},
+      {5, INT_MAX, kRefused, kNothing},
+      {5, 5, kRefused, kNothing},
+      {5, 4, 0, kCurve},
+      {5, -2, 0, -2},  // no pair: as given
   };
   int (*const queries[])(int*) = {
       gfx_bmlGetCorrelationCount,
@@ -306,10 +316,10 @@ TEST_F(PluginTest, TruncatedAndMalformedPluginFilesAreRefusedInsteadOfKillingThe
       {"odd program header size", [&](auto& b) { put(b, offsetof(Header, e_phentsize), ElfW(Half){12}); }},
       {"a segment past the end",
        [&](auto& b) { put(b, h.e_phoff + sizeof(Segment) + offsetof(Segment, p_filesz), ElfW(Xword){size}); }},
-      {"a segment offset that wraps",
-       [&](auto& b) { put(b, h.e_phoff + offsetof(Segment, p_offset), ~ElfW(Off){0}); }},
+      {"a segment offset that wraps", [&](auto& b) { put(b, h.e_phoff + offsetof(Segment, p_offset), ~ElfW(Off){0}); }},
       {"section headers past the end", [&](auto& b) { put(b, offsetof(Header, e_shoff), ElfW(Off){size - 100}); }},
-      {"a section past the end", [&](auto& b) {
+      {"a section past the end",
+       [&](auto& b) {
          put(b, h.e_shoff + (h.e_shnum - 1) * sizeof(Section) + offsetof(Section, sh_offset), ElfW(Off){size});
        }},
   };

@@ -11,7 +11,7 @@
 #include "test_plugin.h"
 
 #ifndef TEST_PLUGIN_PREFIX
-#  define TEST_PLUGIN_PREFIX "usr"
+#define TEST_PLUGIN_PREFIX "usr"
 #endif
 
 enum { BAD_INDEX = 5, NEGATIVE_PROPERTY = 7, BAD_PROPERTY_NUMBER = 9, NO_PAIR = 12 };
@@ -185,8 +185,7 @@ UBML_API int ubml_CalcPropFromIndex(int index, double indexValue, double* proper
 }
 
 /* Correlation 1 (property 1) or 2 (properties 0..2), value or derivatives. */
-static int propertyValue(int index, int property, int inputCount, const double* x, double* value,
-                         double* derivs) {
+static int propertyValue(int index, int property, int inputCount, const double* x, double* value, double* derivs) {
   if (refused()) return refused();
   if (inputCount != 3 || (index != 1 && index != 2)) return BAD_INDEX;
   if (index == 1 && property == 1) {

@@ -21,8 +21,12 @@ using Evaluate = std::function<double(char unit, const Inputs& x, int want, doub
 using WithUnit = double (*)(char, double, int, double*);
 using NoUnit = double (*)(double, int, double*);
 
-Evaluate of(WithUnit f) { return [f](char u, const Inputs& x, int w, double* d) { return f(u, x[0], w, d); }; }
-Evaluate of(NoUnit f) { return [f](char, const Inputs& x, int w, double* d) { return f(x[0], w, d); }; }
+Evaluate of(WithUnit f) {
+  return [f](char u, const Inputs& x, int w, double* d) { return f(u, x[0], w, d); };
+}
+Evaluate of(NoUnit f) {
+  return [f](char, const Inputs& x, int w, double* d) { return f(x[0], w, d); };
+}
 
 struct Pair {
   std::string name;
@@ -56,8 +60,9 @@ struct Case {
 // Functions outside the catalogue that are not index/property pairs.
 const Case kCases[] = {
     {"OctaneIndex", of(gfx_OctaneIndex), {{60}, {80}, {90}, {100}}},
-    {"CetaneImprover2", [](char u, const Inputs& x, int w, double* d) {
-       return gfx_CetaneImprover2(w, u, x[0], x[1], x[2], x[3], d); }, {{0.85, 260, 0.1, 45}, {0.82, 230, 0.02, 40}}},
+    {"CetaneImprover2",
+     [](char u, const Inputs& x, int w, double* d) { return gfx_CetaneImprover2(w, u, x[0], x[1], x[2], x[3], d); },
+     {{0.85, 260, 0.1, 45}, {0.82, 230, 0.02, 40}}},
 };
 
 class PropertyConsistency : public tarn::testing::LibraryTest {};
@@ -71,8 +76,8 @@ TEST_F(PropertyConsistency, EveryFunctionReportsItsSlopeOnRequestOnly) {
       ASSERT_TRUE(std::isfinite(value) && value != 1e30) << what;
       EXPECT_EQ(reported, Inputs(x.size(), -7.0)) << what;
       EXPECT_EQ(c.f('C', x, 1, reported.data()), value) << what;
-      const auto numeric = tarn::testing::centralJacobian(
-          [&](const Inputs& y) { return Inputs{c.f('C', y, 0, nullptr)}; }, x, 1);
+      const auto numeric =
+          tarn::testing::centralJacobian([&](const Inputs& y) { return Inputs{c.f('C', y, 0, nullptr)}; }, x, 1);
       tarn::testing::expectJacobianNear(reported, numeric, 1, 1e-5, 1e-7, what);
     }
   }

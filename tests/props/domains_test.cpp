@@ -70,8 +70,8 @@ TEST_F(PropertyDomains, ColdFlowAndFlashPoints) {
 TEST_F(PropertyDomains, OctaneVapourPressureGravityAndDrivability) {
   // Octane index: 43.196 + 0.00137 x^2.1 | 50.896 + 6.1e-9 x^4.75 | -103.32 + 17.3621 x^0.5; a threshold
   // goes to the segment above (76.85: 56.4185, not 55.6863; 95.937: 66.73732, not 66.73632).
-  const double octane[][3] = {{100.0, 70.301, 1e-12}, {76.849, 55.6860, 1e-4}, {76.85, 56.4185, 1e-4},
-                              {95.937, 66.73732, 1e-5}};
+  const double octane[][3] = {
+      {100.0, 70.301, 1e-12}, {76.849, 55.6860, 1e-4}, {76.85, 56.4185, 1e-4}, {95.937, 66.73732, 1e-5}};
   for (const auto& o : octane) EXPECT_NEAR(gfx_OctaneIndex(o[0], 0, nullptr), o[1], o[2]) << o[0];
   // Vapour pressure inputs are clamped into [0.01, 1e10]; the slope is that at the bound.
   double d = 0.0;

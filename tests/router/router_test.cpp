@@ -49,8 +49,12 @@ TEST_F(RouterTest, MessagesOfTheRouterAndTheArithmeticForOtherCodes) {
       {-1106, "Invalid Error code.", any},
       {-1107, "Invalid BML Property Index.", any},
       {-1108, "Invalid BML Correlation Index.", 0},
-      {0, nullptr, 499},      {-500, nullptr, -1},    {-999, nullptr, -500},
-      {-1100, nullptr, -601}, {-1109, nullptr, -610}, {12, nullptr, 511},
+      {0, nullptr, 499},
+      {-500, nullptr, -1},
+      {-999, nullptr, -500},
+      {-1100, nullptr, -601},
+      {-1109, nullptr, -610},
+      {12, nullptr, 511},
   };
   for (const auto& c : cases) {
     char message[TARN_MESSAGE_SIZE] = "untouched";

@@ -33,8 +33,8 @@ inline const std::vector<CatalogueRow>& catalogueRows() {
   static const std::vector<CatalogueRow> rows = [] {
     std::vector<CatalogueRow> all;
     for (const auto& cell : dataTable("catalogue_rows.csv", 7)) {
-      all.push_back({std::stoi(cell[0]), cell[1][0], cell[2], numbersOf(cell[3]),
-                     numbersOf(cell[4]), cell[5].empty() ? 0.0 : std::stod(cell[5]), cell[6]});
+      all.push_back({std::stoi(cell[0]), cell[1][0], cell[2], numbersOf(cell[3]), numbersOf(cell[4]),
+                     cell[5].empty() ? 0.0 : std::stod(cell[5]), cell[6]});
     }
     return all;
   }();

@@ -20,15 +20,13 @@ inline double centralDifference(const std::function<double(double)>& f, double x
 }
 
 // Derivative tolerance: relative to the larger magnitude, with an absolute floor.
-inline ::testing::AssertionResult derivativeNear(double reported, double numeric,
-                                                 double relative = 1e-5,
+inline ::testing::AssertionResult derivativeNear(double reported, double numeric, double relative = 1e-5,
                                                  double absolute = 1e-7) {
   const double scale = std::fmax(std::fabs(reported), std::fabs(numeric));
   if (std::fabs(reported - numeric) <= absolute + relative * scale) {
     return ::testing::AssertionSuccess();
   }
-  return ::testing::AssertionFailure() << "reported " << reported << " but central difference gives "
-                                       << numeric;
+  return ::testing::AssertionFailure() << "reported " << reported << " but central difference gives " << numeric;
 }
 
 // A function of several inputs returning several outputs.
@@ -52,9 +50,8 @@ inline std::vector<double> centralJacobian(const VectorFunction& f, const std::v
 }
 
 // Compares a reported input-major Jacobian with the central-difference one, naming the failing entry.
-inline void expectJacobianNear(const std::vector<double>& reported,
-                               const std::vector<double>& numeric, std::size_t outputCount,
-                               double relative = 1e-5, double absolute = 1e-7,
+inline void expectJacobianNear(const std::vector<double>& reported, const std::vector<double>& numeric,
+                               std::size_t outputCount, double relative = 1e-5, double absolute = 1e-7,
                                const std::string& what = "") {
   ASSERT_EQ(reported.size(), numeric.size()) << what;
   for (std::size_t i = 0; i < reported.size(); ++i) {

@@ -28,8 +28,7 @@ struct Assignment {
 Assignment parseAssignment(const std::string& setting, const char* shape) {
   const auto equals = setting.find('=');
   const auto dot = setting.find('.');
-  if (equals == std::string::npos || dot == std::string::npos || dot > equals || dot == 0 ||
-      dot + 1 == equals) {
+  if (equals == std::string::npos || dot == std::string::npos || dot > equals || dot == 0 || dot + 1 == equals) {
     throw InputError("'" + setting + "' is not of the form " + shape);
   }
   Assignment out;
@@ -108,8 +107,8 @@ int findCorrelation(const std::string& idOrIndex) {
   if (const auto number = parseNumber(idOrIndex)) {
     const double n = *number;
     if (n >= 0 && n < count && n == static_cast<int>(n)) return static_cast<int>(n);
-    throw InputError("unknown correlation '" + idOrIndex + "' (indexes run from 0 to " +
-                     std::to_string(count - 1) + ")");
+    throw InputError("unknown correlation '" + idOrIndex + "' (indexes run from 0 to " + std::to_string(count - 1) +
+                     ")");
   }
   const std::string wanted = upper(idOrIndex);
   char id[TARN_ID_SIZE];
@@ -121,34 +120,57 @@ int findCorrelation(const std::string& idOrIndex) {
 
 std::string kindName(int kind) {
   switch (kind) {
-    case 1: return "front-end distillation point";
-    case 2: return "distillation point";
-    case 3: return "vapour pressure";
-    case 4: return "pour point";
-    case 5: return "viscosity";
-    case 7: return "cetane";
-    case 8: return "cetane improver response";
-    case 9: return "temperature for a vapour/liquid ratio";
-    case 10: return "cloud point or CFPP";
-    case 11: return "octane";
-    case 12: return "flash point";
-    case 15: return "oxygen";
-    case 16: return "sulfur";
-    case 17: return "composition (vol%)";
-    case 18: return "drivability index";
-    case 19: return "percent evaporated";
-    case 20: return "emission result or index";
-    default: return "property family " + std::to_string(kind);
+    case 1:
+      return "front-end distillation point";
+    case 2:
+      return "distillation point";
+    case 3:
+      return "vapour pressure";
+    case 4:
+      return "pour point";
+    case 5:
+      return "viscosity";
+    case 7:
+      return "cetane";
+    case 8:
+      return "cetane improver response";
+    case 9:
+      return "temperature for a vapour/liquid ratio";
+    case 10:
+      return "cloud point or CFPP";
+    case 11:
+      return "octane";
+    case 12:
+      return "flash point";
+    case 15:
+      return "oxygen";
+    case 16:
+      return "sulfur";
+    case 17:
+      return "composition (vol%)";
+    case 18:
+      return "drivability index";
+    case 19:
+      return "percent evaporated";
+    case 20:
+      return "emission result or index";
+    default:
+      return "property family " + std::to_string(kind);
   }
 }
 
 std::string typeName(int type) {
   switch (type) {
-    case TARN_TYPE_GENERAL: return "general";
-    case TARN_TYPE_DISTILLATION_INDEX: return "distillation index";
-    case TARN_TYPE_INDEX_TO_PROPERTY: return "index to property";
-    case TARN_TYPE_PROPERTY_TO_INDEX: return "property to index";
-    default: return "type " + std::to_string(type);
+    case TARN_TYPE_GENERAL:
+      return "general";
+    case TARN_TYPE_DISTILLATION_INDEX:
+      return "distillation index";
+    case TARN_TYPE_INDEX_TO_PROPERTY:
+      return "index to property";
+    case TARN_TYPE_PROPERTY_TO_INDEX:
+      return "property to index";
+    default:
+      return "type " + std::to_string(type);
   }
 }
 
@@ -226,8 +248,10 @@ void checkSettingValue(const std::string& id, const std::string& name, double va
       const auto space = choice.find(' ');
       const std::string number = choice.substr(0, space);
       allowed = allowed || (value == std::trunc(value) && std::to_string(static_cast<long long>(value)) == number);
-      words += (words.empty() ? "" : bar == std::string::npos ? " or " : ", ") + number +
-               (space == std::string::npos ? "" : " (" + choice.substr(space + 1) + ")");
+      words += (words.empty()              ? ""
+                : bar == std::string::npos ? " or "
+                                           : ", ") +
+               number + (space == std::string::npos ? "" : " (" + choice.substr(space + 1) + ")");
       at = bar == std::string::npos ? bar : bar + 1;
     }
     if (choices.empty()) {

@@ -9,7 +9,6 @@
 #include <sstream>
 
 #include "catalogue.h"
-#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 #include "plot.h"
@@ -18,6 +17,7 @@
 #include "status.h"
 #include "table.h"
 #include "tarn/blend.h"
+#include "text/csv.h"
 
 namespace tarncli {
 namespace {
@@ -86,8 +86,12 @@ void listCommand(Format format, std::ostream& out) {
   if (format == Format::Json) {
     Json list = Json::array();
     for (const Correlation& c : all) {
-      list.push_back({{"index", c.index}, {"id", c.id}, {"type", c.type}, {"type_name", typeName(c.type)},
-                      {"inputs", c.inputs}, {"outputs", c.outputs}});
+      list.push_back({{"index", c.index},
+                      {"id", c.id},
+                      {"type", c.type},
+                      {"type_name", typeName(c.type)},
+                      {"inputs", c.inputs},
+                      {"outputs", c.outputs}});
     }
     out << list.dump(2) << "\n";
   } else if (format == Format::Csv) {
@@ -118,9 +122,15 @@ void describeCommand(const std::string& idOrIndex, Format format, std::ostream& 
     }
     Json coefficients = Json::array();
     for (const Coefficient& co : c.coefficients) coefficients.push_back({{"name", co.name}, {"value", co.value}});
-    Json j = {{"index", c.index}, {"id", c.id}, {"description", c.description}, {"type", c.type},
-              {"type_name", typeName(c.type)}, {"inputs", c.inputs}, {"outputs", outputs},
-              {"pair", c.pair ? Json(*c.pair) : Json(nullptr)}, {"slack_inputs", c.slackCount},
+    Json j = {{"index", c.index},
+              {"id", c.id},
+              {"description", c.description},
+              {"type", c.type},
+              {"type_name", typeName(c.type)},
+              {"inputs", c.inputs},
+              {"outputs", outputs},
+              {"pair", c.pair ? Json(*c.pair) : Json(nullptr)},
+              {"slack_inputs", c.slackCount},
               {"coefficients", coefficients},
               {"source", c.source.empty() ? Json(nullptr) : Json(c.source)}};
     out << j.dump(2) << "\n";
@@ -212,8 +222,7 @@ std::string parameterPage(const std::vector<Keyword>& list) {
   for (std::size_t i = 0; i < list.size();) {
     const Keyword& first = list[i];
     if (i == 0 || list[i - 1].correlation != first.correlation) {
-      page += "\n## " + first.correlation +
-              (first.alias.empty() ? "" : " (also " + first.alias + ")") + "\n\n" +
+      page += "\n## " + first.correlation + (first.alias.empty() ? "" : " (also " + first.alias + ")") + "\n\n" +
               "| Parameter | Default | Unit | Description |\n|---|---|---|---|\n";
     }
     std::size_t j = i;
@@ -222,10 +231,8 @@ std::string parameterPage(const std::vector<Keyword>& list) {
            list[j + 1].description == first.description && list[j + 1].unit == first.unit) {
       defaults.push_back(list[++j].defaultValue);
     }
-    const std::string names =
-        j == i ? first.parameter : first.parameter + "\xE2\x80\xA6" + list[j].parameter;
-    page += "| `" + names + "` | " + defaultsText(defaults) + " | " + first.unit + " | " +
-            first.description + " |\n";
+    const std::string names = j == i ? first.parameter : first.parameter + "\xE2\x80\xA6" + list[j].parameter;
+    page += "| `" + names + "` | " + defaultsText(defaults) + " | " + first.unit + " | " + first.description + " |\n";
     i = j + 1;
   }
   return page;
@@ -233,8 +240,7 @@ std::string parameterPage(const std::vector<Keyword>& list) {
 
 }  // namespace
 
-void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format,
-                   std::ostream& out) {
+void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format, std::ostream& out) {
   std::vector<Keyword> list = keywords();
   if (markdown) {
     out << parameterPage(list);
@@ -254,24 +260,26 @@ void paramsCommand(const std::optional<std::string>& keyword, bool markdown, For
   if (format == Format::Json) {
     Json j = Json::array();
     for (const Keyword& k : list) {
-      j.push_back({{"correlation", k.correlation}, {"alias", k.alias.empty() ? Json(nullptr) : Json(k.alias)},
-                   {"parameter", k.parameter}, {"value", number(k.value)},
-                   {"default", number(k.defaultValue)}, {"unit", k.unit},
+      j.push_back({{"correlation", k.correlation},
+                   {"alias", k.alias.empty() ? Json(nullptr) : Json(k.alias)},
+                   {"parameter", k.parameter},
+                   {"value", number(k.value)},
+                   {"default", number(k.defaultValue)},
+                   {"unit", k.unit},
                    {"description", k.description}});
     }
     out << j.dump(2) << "\n";
   } else if (format == Format::Csv) {
-    out << csv::line(
-        {"correlation", "alias", "parameter", "value", "default", "unit", "description"});
+    out << csv::line({"correlation", "alias", "parameter", "value", "default", "unit", "description"});
     for (const Keyword& k : list) {
-      out << csv::line({k.correlation, k.alias, k.parameter, exact(k.value), exact(k.defaultValue),
-                        k.unit, k.description});
+      out << csv::line(
+          {k.correlation, k.alias, k.parameter, exact(k.value), exact(k.defaultValue), k.unit, k.description});
     }
   } else {
     Table table({"Correlation", "Also", "Parameter", ">Value", ">Default", "Unit", "Description"});
     for (const Keyword& k : list) {
-      table.add({k.correlation, k.alias, k.parameter, significant(k.value),
-                 significant(k.defaultValue), k.unit, k.description});
+      table.add({k.correlation, k.alias, k.parameter, significant(k.value), significant(k.defaultValue), k.unit,
+                 k.description});
     }
     out << table.render();
     out << "\nChange a value for one run with --set CORRELATION.PARAMETER=VALUE (REIDVAPORPRESSURE takes\n"
@@ -290,7 +298,9 @@ void codesCommand(bool markdown, Format format, std::ostream& out) {
   if (format == Format::Json) {
     Json j = Json::array();
     for (const StatusCode& s : codes) {
-      j.push_back({{"code", s.code}, {"family", s.router ? "router" : "catalogue"}, {"constant", s.constant},
+      j.push_back({{"code", s.code},
+                   {"family", s.router ? "router" : "catalogue"},
+                   {"constant", s.constant},
                    {"meaning", s.meaning},
                    {"message", s.message.empty() ? Json(nullptr) : Json(s.message)}});
     }
@@ -332,11 +342,10 @@ void writeReportTable(const Report& r, std::ostream& out) {
   out << "TARN blend report: " << r.source << " (" << r.product << ")\n";
   out << "Basis: " << r.basis << (r.basis == "mass" ? " (volumes from mass / SPG)" : "") << ", total "
       << (std::isfinite(r.totalQuantity) ? significant(r.totalQuantity) : "over 1.8e308")
-      << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit)
-      << "; temperatures in deg " << r.temperatureUnit
+      << (r.quantityUnit.empty() ? "" : " " + r.quantityUnit) << "; temperatures in deg " << r.temperatureUnit
       << (r.find("RVP") != nullptr ? ", vapour pressure in " + r.pressureUnit : std::string()) << "\n\n";
-  const std::string quantity = std::string(r.basis == "mass" ? "Mass" : "Volume") +
-                               (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
+  const std::string quantity =
+      std::string(r.basis == "mass" ? "Mass" : "Volume") + (r.quantityUnit.empty() ? "" : " [" + r.quantityUnit + "]");
   Table components({"Component", ">" + quantity, ">Volume %"});
   for (const Share& s : r.components) {
     components.add({s.name, quantityText(s.quantity), rounded(100.0 * s.volumeFraction, 2)});
@@ -353,9 +362,9 @@ void writeReportTable(const Report& r, std::ostream& out) {
   if (r.checked) {
     const std::size_t total = r.check.limits.size();
     out << "\nGrade " << r.check.grade << (r.check.gradeClass.empty() ? "" : " class " + r.check.gradeClass) << ": "
-        << (r.check.failures ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) +
-                                   " limits failed"
-                             : "ON-SPEC, no limit failed")
+        << (r.check.failures
+                ? "OFF-SPEC, " + std::to_string(r.check.failures) + " of " + std::to_string(total) + " limits failed"
+                : "ON-SPEC, no limit failed")
         << (r.check.unchecked ? " (" + std::to_string(r.check.unchecked) + " not checked)" : "")
         << "; margin = distance inside the limit (giveaway), negative when outside\n";
     Table table({"Property", ">Min", ">Max", ">Value", ">Margin", "Unit", "Verdict", "Source"});
@@ -385,7 +394,7 @@ void writeReportJson(const Report& r, std::ostream& out) {
   Json blend = Json::object();
   for (const Section& section : r.sections) {
     for (const Figure& f : section.figures) {
-      blend[f.key] = {{"value", number(f.value)}, {"unit", f.unit}, {"description", f.description},
+      blend[f.key] = {{"value", number(f.value)}, {"unit", f.unit},     {"description", f.description},
                       {"section", section.title}, {"method", f.method}, {"estimate", f.estimate}};
       if (!f.reason.empty()) blend[f.key]["reason"] = f.reason;
       if (!f.note.empty()) blend[f.key]["note"] = f.note;
@@ -404,14 +413,17 @@ void writeReportJson(const Report& r, std::ostream& out) {
   if (r.checked) {
     Json limits = Json::array();
     for (const LimitCheck& c : r.check.limits) {
-      Json row = {{"property", c.key}, {"min", number(c.minimum)}, {"max", number(c.maximum)},
+      Json row = {{"property", c.key},        {"min", number(c.minimum)},   {"max", number(c.maximum)},
                   {"value", number(c.value)}, {"margin", number(c.margin)}, {"unit", c.unit},
-                  {"verdict", c.verdict}, {"estimate", c.estimate}, {"source", c.source}};
+                  {"verdict", c.verdict},     {"estimate", c.estimate},     {"source", c.source}};
       if (!c.reason.empty()) row["reason"] = c.reason;
       limits.push_back(row);
     }
-    j["grade"] = {{"name", r.check.grade}, {"class", r.check.gradeClass}, {"failures", r.check.failures},
-                  {"unchecked", r.check.unchecked}, {"limits", limits}};
+    j["grade"] = {{"name", r.check.grade},
+                  {"class", r.check.gradeClass},
+                  {"failures", r.check.failures},
+                  {"unchecked", r.check.unchecked},
+                  {"limits", limits}};
   }
   // Names and sources come from files: the readers accept only UTF-8, and a
   // byte that slipped through would still be written as U+FFFD, not thrown.
@@ -427,8 +439,8 @@ void writeReportCsv(const Report& r, std::ostream& out) {
     }
   }
   for (const LimitCheck& c : r.check.limits) {
-    out << csv::line({"Grade " + r.check.grade, c.key, c.verdict + (c.estimate ? " (estimate)" : ""), exact(c.value), c.unit,
-                      "min " + exact(c.minimum) + ", max " + exact(c.maximum) + ", margin " + exact(c.margin),
+    out << csv::line({"Grade " + r.check.grade, c.key, c.verdict + (c.estimate ? " (estimate)" : ""), exact(c.value),
+                      c.unit, "min " + exact(c.minimum) + ", max " + exact(c.maximum) + ", margin " + exact(c.margin),
                       c.reason.empty() ? c.source : c.reason});
   }
 }
@@ -454,9 +466,15 @@ int blendCommand(const BlendCommandOptions& options, Format format, std::ostream
     if (!svg) throw InputError("cannot write plot '" + options.plot + "'");
   }
   switch (format) {
-    case Format::Json: writeReportJson(report, out); break;
-    case Format::Csv: writeReportCsv(report, out); break;
-    case Format::Table: writeReportTable(report, out); break;
+    case Format::Json:
+      writeReportJson(report, out);
+      break;
+    case Format::Csv:
+      writeReportCsv(report, out);
+      break;
+    case Format::Table:
+      writeReportTable(report, out);
+      break;
   }
   return report.checked && report.check.failures > 0 ? kExitOffSpec : 0;
 }
@@ -467,7 +485,8 @@ void gradesCommand(Format format, std::ostream& out) {
   int count = 0;
   tarnblend_grade_count(&count);
   Json list = Json::array();
-  if (format == Format::Csv) out << csv::line({"grade", "product", "class", "property", "min", "max", "unit", "source"});
+  if (format == Format::Csv)
+    out << csv::line({"grade", "product", "class", "property", "min", "max", "unit", "source"});
   for (int k = 0; k < count; ++k) {
     const char *name = "", *title = "", *classes = "", *defaultClass = "";
     int product = 0;
@@ -494,16 +513,23 @@ void gradesCommand(Format format, std::ostream& out) {
         double minimum = kMissing, maximum = kMissing;
         tarnblend_grade_limit(grade, l, &key, &minimum, &maximum, &unit, &source);
         if (format == Format::Csv) {
-          out << csv::line({name, tarnblend_product_name(product), c, key, exact(minimum), exact(maximum), unit, source});
+          out << csv::line(
+              {name, tarnblend_product_name(product), c, key, exact(minimum), exact(maximum), unit, source});
         }
-        rows.push_back({{"property", key}, {"min", number(minimum)}, {"max", number(maximum)}, {"unit", unit},
+        rows.push_back({{"property", key},
+                        {"min", number(minimum)},
+                        {"max", number(maximum)},
+                        {"unit", unit},
                         {"source", source}});
       }
       tarnblend_grade_free(grade);
       classesJson.push_back({{"class", c}, {"limits", rows}});
     }
-    list.push_back({{"name", name}, {"title", title}, {"product", tarnblend_product_name(product)},
-                    {"default_class", defaultClass}, {"classes", classesJson}});
+    list.push_back({{"name", name},
+                    {"title", title},
+                    {"product", tarnblend_product_name(product)},
+                    {"default_class", defaultClass},
+                    {"classes", classesJson}});
   }
   if (format == Format::Json) out << list.dump(2) << "\n";
   if (format == Format::Table) out << "\nLimits and their sources: tarn grades --csv (or --json).\n";

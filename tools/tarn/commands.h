@@ -16,8 +16,7 @@ void listCommand(Format format, std::ostream& out);
 void describeCommand(const std::string& idOrIndex, Format format, std::ostream& out);
 
 // markdown: the parameter page (docs/parameters.md) instead of the listing.
-void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format,
-                   std::ostream& out);
+void paramsCommand(const std::optional<std::string>& keyword, bool markdown, Format format, std::ostream& out);
 
 void codesCommand(bool markdown, Format format, std::ostream& out);
 
@@ -33,12 +32,12 @@ struct EvalOptions {
 int evalCommand(const EvalOptions& options, Format format, std::ostream& out);
 
 struct BlendCommandOptions {
-  std::string recipe;          // "" for the built-in sample, "-" for standard input
-  std::optional<char> units;   // --units F|C
+  std::string recipe;         // "" for the built-in sample, "-" for standard input
+  std::optional<char> units;  // --units F|C
   std::string method = "HC94";
-  std::string plot;            // SVG file, or ""
-  std::string product;            // --product; "" for the recipe's own kind (gasoline when it says none)
-  std::string grade, gradeClass;  // --grade NAME|FILE, --class X
+  std::string plot;                   // SVG file, or ""
+  std::string product;                // --product; "" for the recipe's own kind (gasoline when it says none)
+  std::string grade, gradeClass;      // --grade NAME|FILE, --class X
   bool libraryPureThreshold = false;  // GENERICD86.DPure was set for the run
 };
 

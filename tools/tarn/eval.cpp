@@ -9,18 +9,18 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <optional>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "catalogue.h"
 #include "commands.h"
-#include "text/csv.h"
 #include "errors.h"
 #include "numbers.h"
 #include "status.h"
 #include "table.h"
-#include "text/labfile.h"
 #include "tarn/tarn.h"
+#include "text/csv.h"
+#include "text/labfile.h"
 
 namespace tarncli {
 namespace {
@@ -30,10 +30,10 @@ using Json = nlohmann::ordered_json;
 // One evaluation through gfx_tarnGenCalc.
 struct Evaluation {
   int status = 0;
-  int produced = 0;              // outputs really produced
-  std::vector<double> outputs;   // catalogue count; missing where not computed
+  int produced = 0;                 // outputs really produced
+  std::vector<double> outputs;      // catalogue count; missing where not computed
   std::vector<double> derivatives;  // derivative (input j, output k) at j * produced + k
-  std::string reason;            // why the outputs were not computed ("" when they were)
+  std::string reason;               // why the outputs were not computed ("" when they were)
 };
 
 // Inputs a correlation reads missing by itself, as the Python package has
@@ -42,11 +42,19 @@ struct Evaluation {
 // curve is estimated; the slack values at the end of a list, and the inputs
 // past the count a count coefficient sets, are not read at all.
 bool mayBeMissing(const Correlation& c, std::size_t input) {
-  static const std::vector<std::pair<std::string, std::string>> kReadMissing = {
-      {"CARB", "*"},         {"CARB3", "*"},        {"CARB3M", "*"},        {"EPA", "*"},
-      {"CARBOB", "VOLETOH"}, {"CT10BLEND", "VOLETOH"}, {"CT50BLEND", "VOLETOH"}, {"CT90BLEND", "VOLETOH"},
-      {"CD86ONE90BLEND", "VOLETOH"}, {"CRVP", "VOLETOH"}, {"CD86FROMPERCENTOFF", "VOLETOH"},
-      {"D86TOPERCENTOFF", "T30"}, {"D86TOPERCENTOFF", "T70"}};
+  static const std::vector<std::pair<std::string, std::string>> kReadMissing = {{"CARB", "*"},
+                                                                                {"CARB3", "*"},
+                                                                                {"CARB3M", "*"},
+                                                                                {"EPA", "*"},
+                                                                                {"CARBOB", "VOLETOH"},
+                                                                                {"CT10BLEND", "VOLETOH"},
+                                                                                {"CT50BLEND", "VOLETOH"},
+                                                                                {"CT90BLEND", "VOLETOH"},
+                                                                                {"CD86ONE90BLEND", "VOLETOH"},
+                                                                                {"CRVP", "VOLETOH"},
+                                                                                {"CD86FROMPERCENTOFF", "VOLETOH"},
+                                                                                {"D86TOPERCENTOFF", "T30"},
+                                                                                {"D86TOPERCENTOFF", "T70"}};
   for (const auto& [id, name] : kReadMissing) {
     if (id == c.id && (name == "*" || name == c.inputs[input])) return true;
   }
@@ -101,7 +109,8 @@ class Evaluator {
         // flag: every call gets room for at least eight.
         scratch_(std::max<std::size_t>(c.inputs.size() * c.outputs.size(), 8)) {
     const int actual = tarn_GetActualNumberOutput(c.index);
-    produced_ = actual > 0 && actual <= static_cast<int>(c.outputs.size()) ? actual : static_cast<int>(c.outputs.size());
+    produced_ =
+        actual > 0 && actual <= static_cast<int>(c.outputs.size()) ? actual : static_cast<int>(c.outputs.size());
   }
 
   int produced() const { return produced_; }
@@ -111,8 +120,8 @@ class Evaluator {
     inputs_ = values;  // the library may write into its input array
     e.outputs.assign(correlation_.outputs.size(), kMissing);
     std::fill(scratch_.begin(), scratch_.end(), 0.0);
-    e.status = gfx_tarnGenCalc(correlation_.index, derivatives_ ? 1 : 0, 0, inputs_.data(), e.outputs.data(),
-                               scratch_.data());
+    e.status =
+        gfx_tarnGenCalc(correlation_.index, derivatives_ ? 1 : 0, 0, inputs_.data(), e.outputs.data(), scratch_.data());
     e.produced = produced_;
     if (derivatives_) {
       e.derivatives.assign(scratch_.begin(),
@@ -287,8 +296,8 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
       if (a == b) found = i;
     }
     if (found == names.size()) {
-      throw InputError(text->where(header.offset) + ": no column " + input + " (" + c.id + " takes " +
-                       inputList(c) + ")");
+      throw InputError(text->where(header.offset) + ": no column " + input + " (" + c.id + " takes " + inputList(c) +
+                       ")");
     }
     columns.push_back(found);
   }
@@ -306,8 +315,11 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
       double value = kMissing;
       const std::string& cell = record.fields[columns[j]];
       switch (lab::readNumber(cell, reader.decimalComma(), value)) {
-        case lab::NumberText::Value: break;
-        case lab::NumberText::Missing: value = kMissing; break;
+        case lab::NumberText::Value:
+          break;
+        case lab::NumberText::Missing:
+          value = kMissing;
+          break;
         default:
           throw InputError(text->where(record.offsets[columns[j]]) + ": " + c.inputs[j] + " is not a number: '" +
                            lab::printable(lab::trim(cell)) + "'");
@@ -328,11 +340,10 @@ void evaluateRows(const Correlation& c, const EvalOptions& options) {
   Evaluator evaluate(c, options.derivatives);
   const auto k = static_cast<std::size_t>(evaluate.produced());
   std::vector<std::string> outputHeader = names;
-  auto taken = [&](const std::string& name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-  };
+  auto taken = [&](const std::string& name) { return std::find(names.begin(), names.end(), name) != names.end(); };
   // An output named like a column of the file gets ".out" appended.
-  for (std::size_t o = 0; o < k; ++o) outputHeader.push_back(taken(c.outputs[o]) ? c.outputs[o] + ".out" : c.outputs[o]);
+  for (std::size_t o = 0; o < k; ++o)
+    outputHeader.push_back(taken(c.outputs[o]) ? c.outputs[o] + ".out" : c.outputs[o]);
   outputHeader.push_back("status");
   outputHeader.push_back("reason");
   if (options.derivatives) {

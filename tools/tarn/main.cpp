@@ -36,8 +36,9 @@ int fail(int code, const std::string& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"tarn: fuel-blending property correlations for refinery planning.\n"
-               "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
+  CLI::App app{
+      "tarn: fuel-blending property correlations for refinery planning.\n"
+      "Blend reports, the correlation catalogue and one-off evaluations over libtarn."};
   app.footer(
       "Exit status: 0 success, 1 the library could not compute a requested evaluation,\n"
       "2 bad command line or bad input, 3 the blend fails a limit of the grade asked for\n"
@@ -62,17 +63,22 @@ int main(int argc, char** argv) {
   std::string units;
   auto* blendCommandApp =
       app.add_subcommand("blend", "Blend report of a recipe (without one, the built-in sample of the --product)");
-  blendCommandApp->add_option("recipe", blend.recipe, "Recipe CSV: NAME, VOLUME[unit] or MASS[unit], properties with units ('-': standard input)");
+  blendCommandApp->add_option(
+      "recipe", blend.recipe,
+      "Recipe CSV: NAME, VOLUME[unit] or MASS[unit], properties with units ('-': standard input)");
   blendCommandApp->add_option("--units", units, "Unit of temperature columns whose header has none")
       ->check(CLI::IsMember({"F", "C"}, CLI::ignore_case));
-  blendCommandApp->add_option("--method", blend.method,
-                              "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
+  blendCommandApp
+      ->add_option("--method", blend.method,
+                   "Distillation conversion of the curve blend: HC94, THREEA11, SIXORDER, ETHYLS, NONE, ETHYLS-EXACT")
       ->capture_default_str();
-  blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")->type_name("FILE.svg");
+  blendCommandApp->add_option("--plot", blend.plot, "Write the distillation curves as an SVG picture")
+      ->type_name("FILE.svg");
   blendCommandApp->add_option("--product", blend.product,
                               "Product kind: gasoline, diesel or jet (default: the recipe's own, '# product: diesel', "
                               "else gasoline)");
-  blendCommandApp->add_option("--grade", blend.grade, "Check the blend against a grade (see 'tarn grades') or a grade file")
+  blendCommandApp
+      ->add_option("--grade", blend.grade, "Check the blend against a grade (see 'tarn grades') or a grade file")
       ->type_name("NAME|FILE");
   blendCommandApp->add_option("--class", blend.gradeClass, "Class of the grade (volatility, climate ...)");
   addFormatFlags(blendCommandApp, blendFormat);
@@ -94,8 +100,7 @@ int main(int argc, char** argv) {
   describe->add_option("correlation", described, "Identifier (any case) or index")->required();
   addFormatFlags(describe, describeFormat);
   std::string keyword;
-  auto* params = app.add_subcommand(
-      "params", "Parameter keywords: current values, defaults, units, descriptions");
+  auto* params = app.add_subcommand("params", "Parameter keywords: current values, defaults, units, descriptions");
   params->add_option("keyword", keyword, "Show only this correlation keyword");
   bool parameterPage = false;
   params->add_flag("--markdown", parameterPage, "Write the parameter page");

@@ -107,7 +107,6 @@ int objectiveNamed(const std::string& text) {
   throw InputError("--objective '" + text + "': cost, margin or change");
 }
 
-
 int component(tarnblend_problem* problem, const std::string& name) {
   int index = -1;
   check(tarnblend_problem_component_find(problem, name.c_str(), &index));
@@ -233,27 +232,38 @@ struct Outcome {
 
 const char* bindingWord(int binding) {
   switch (binding) {
-    case TARNBLEND_AT_MIN: return "min";
-    case TARNBLEND_AT_MAX: return "max";
-    case TARNBLEND_AT_TARGET: return "target";
-    default: return "";
+    case TARNBLEND_AT_MIN:
+      return "min";
+    case TARNBLEND_AT_MAX:
+      return "max";
+    case TARNBLEND_AT_TARGET:
+      return "target";
+    default:
+      return "";
   }
 }
 
 const char* outcomeWord(int outcome) {
   switch (outcome) {
-    case TARNBLEND_OPTIMAL: return "optimal";
-    case TARNBLEND_FEASIBLE: return "feasible";
-    case TARNBLEND_INFEASIBLE: return "infeasible";
-    default: return "not solved";
+    case TARNBLEND_OPTIMAL:
+      return "optimal";
+    case TARNBLEND_FEASIBLE:
+      return "feasible";
+    case TARNBLEND_INFEASIBLE:
+      return "infeasible";
+    default:
+      return "not solved";
   }
 }
 
 const char* objectiveWord(int objective) {
   switch (objective) {
-    case TARNBLEND_MIN_COST: return "least cost";
-    case TARNBLEND_MAX_MARGIN: return "greatest margin";
-    default: return "least change from the recipe";
+    case TARNBLEND_MIN_COST:
+      return "least cost";
+    case TARNBLEND_MAX_MARGIN:
+      return "greatest margin";
+    default:
+      return "least change from the recipe";
   }
 }
 
@@ -377,8 +387,7 @@ void writeTable(const Outcome& r, std::ostream& out) {
     out << "\nProduct " << p.name << " (" << p.kind
         << (p.grade.empty() ? "" : ", grade " + p.grade + (p.gradeClass.empty() ? "" : " class " + p.gradeClass))
         << "): " << rounded(p.volume, 1) << (r.volumeUnit.empty() ? "" : " " + r.volumeUnit) << ", cost "
-        << money(p.cost) << currency
-        << (p.revenue != 0.0 ? ", revenue " + money(p.revenue) + currency : std::string());
+        << money(p.cost) << currency << (p.revenue != 0.0 ? ", revenue " + money(p.revenue) + currency : std::string());
     if (p.demandBinding != TARNBLEND_FREE) {
       out << "; demand binds at its " << bindingWord(p.demandBinding) << ": " << money(p.demandValue) << currency
           << " per " << (r.volumeUnit.empty() ? "unit volume" : r.volumeUnit) << " more";
@@ -390,15 +399,16 @@ void writeTable(const Outcome& r, std::ostream& out) {
     }
     out << recipe.render(2);
     out << "\n";
-    Table limits({"Property", ">Value", "Unit", ">Min", ">Max", ">Margin", "Binds", ">" + withUnit("Shadow price", r.currency)});
+    Table limits(
+        {"Property", ">Value", "Unit", ">Min", ">Max", ">Margin", "Binds", ">" + withUnit("Shadow price", r.currency)});
     for (const LimitRow& l : p.limits) {
       const bool computed = !isMissing(l.value);
-      limits.add({l.key, computed ? rounded(l.value, l.decimals) : "not computed", l.unit,
-                  isMissing(l.minimum) ? "" : rounded(l.minimum, l.decimals),
-                  isMissing(l.maximum) ? "" : rounded(l.maximum, l.decimals),
-                  computed ? rounded(l.margin, l.decimals) : "", bindingWord(l.binding),
-                  l.binding == TARNBLEND_FREE || isMissing(l.shadow) ? ""
-                                                                     : money(l.shadow) + " " + perUnit(l.unit, l.key)});
+      limits.add(
+          {l.key, computed ? rounded(l.value, l.decimals) : "not computed", l.unit,
+           isMissing(l.minimum) ? "" : rounded(l.minimum, l.decimals),
+           isMissing(l.maximum) ? "" : rounded(l.maximum, l.decimals), computed ? rounded(l.margin, l.decimals) : "",
+           bindingWord(l.binding),
+           l.binding == TARNBLEND_FREE || isMissing(l.shadow) ? "" : money(l.shadow) + " " + perUnit(l.unit, l.key)});
     }
     for (const PropertyRow& row : p.properties) {
       if (row.limited || row.status != TARNBLEND_COMPUTED) continue;
@@ -407,8 +417,8 @@ void writeTable(const Outcome& r, std::ostream& out) {
     out << limits.render(2);
   }
   if (!r.products.empty()) {
-    out << "\nComponents (marginal value: change of the objective per " << (r.volumeUnit.empty() ? "unit" : r.volumeUnit)
-        << " more of the availability that binds)\n";
+    out << "\nComponents (marginal value: change of the objective per "
+        << (r.volumeUnit.empty() ? "unit" : r.volumeUnit) << " more of the availability that binds)\n";
     Table components({"Component", ">" + withUnit("Used", r.volumeUnit), ">" + withUnit("Cost", r.currency), "Binds",
                       ">Marginal value"});
     for (const ComponentResult& c : r.components) {
@@ -429,7 +439,8 @@ void writeTable(const Outcome& r, std::ostream& out) {
   std::vector<std::string> notes = r.notes;
   for (const ProductResult& p : r.products) {
     for (const PropertyRow& row : p.properties) {
-      if (row.status == TARNBLEND_NOT_COMPUTED) notes.push_back(p.name + ": " + row.key + " not computed: " + row.reason);
+      if (row.status == TARNBLEND_NOT_COMPUTED)
+        notes.push_back(p.name + ": " + row.key + " not computed: " + row.reason);
     }
   }
   if (!notes.empty()) {
@@ -443,51 +454,82 @@ void writeJson(const Outcome& r, std::ostream& out) {
   for (const ProductResult& p : r.products) {
     Json recipe = Json::array(), limits = Json::array(), properties = Json::array();
     for (std::size_t i = 0; i < p.volumes.size(); ++i) {
-      recipe.push_back({{"component", r.components[i].name}, {"volume", p.volumes[i]},
+      recipe.push_back({{"component", r.components[i].name},
+                        {"volume", p.volumes[i]},
                         {"volume_percent", p.volume > 0 ? 100.0 * p.volumes[i] / p.volume : 0.0}});
     }
     for (const LimitRow& l : p.limits) {
-      limits.push_back({{"property", l.key}, {"unit", l.unit}, {"min", number(l.minimum)}, {"max", number(l.maximum)},
-                        {"value", number(l.value)}, {"margin", number(l.margin)}, {"binding", bindingWord(l.binding)},
-                        {"shadow_price", number(l.shadow)}, {"source", l.source}});
+      limits.push_back({{"property", l.key},
+                        {"unit", l.unit},
+                        {"min", number(l.minimum)},
+                        {"max", number(l.maximum)},
+                        {"value", number(l.value)},
+                        {"margin", number(l.margin)},
+                        {"binding", bindingWord(l.binding)},
+                        {"shadow_price", number(l.shadow)},
+                        {"source", l.source}});
     }
     for (const PropertyRow& row : p.properties) {
-      Json item = {{"property", row.key}, {"description", row.description}, {"unit", row.unit},
-                   {"value", number(row.value)}};
+      Json item = {
+          {"property", row.key}, {"description", row.description}, {"unit", row.unit}, {"value", number(row.value)}};
       if (!row.reason.empty()) item["reason"] = row.reason;
       properties.push_back(item);
     }
-    products.push_back({{"name", p.name}, {"product", p.kind}, {"grade", p.grade}, {"class", p.gradeClass},
-                        {"volume", p.volume}, {"cost", p.cost}, {"revenue", p.revenue},
-                        {"demand_binding", bindingWord(p.demandBinding)}, {"demand_value", p.demandValue},
-                        {"recipe", recipe}, {"limits", limits}, {"properties", properties}});
+    products.push_back({{"name", p.name},
+                        {"product", p.kind},
+                        {"grade", p.grade},
+                        {"class", p.gradeClass},
+                        {"volume", p.volume},
+                        {"cost", p.cost},
+                        {"revenue", p.revenue},
+                        {"demand_binding", bindingWord(p.demandBinding)},
+                        {"demand_value", p.demandValue},
+                        {"recipe", recipe},
+                        {"limits", limits},
+                        {"properties", properties}});
   }
   Json components = Json::array();
   for (const ComponentResult& c : r.components) {
-    components.push_back({{"name", c.name}, {"volume", c.volume}, {"cost", number(c.cost)},
-                          {"binding", bindingWord(c.binding)}, {"availability_value", c.value}});
+    components.push_back({{"name", c.name},
+                          {"volume", c.volume},
+                          {"cost", number(c.cost)},
+                          {"binding", bindingWord(c.binding)},
+                          {"availability_value", c.value}});
   }
   Json relaxations = Json::array();
   for (const RelaxationRow& x : r.relaxations) {
-    relaxations.push_back({{"product", x.product}, {"property", x.key}, {"side", x.side}, {"unit", x.unit},
-                           {"alone", number(x.alone)}, {"together", x.together}});
+    relaxations.push_back({{"product", x.product},
+                           {"property", x.key},
+                           {"side", x.side},
+                           {"unit", x.unit},
+                           {"alone", number(x.alone)},
+                           {"together", x.together}});
   }
-  Json j = {{"source", r.source}, {"outcome", outcomeWord(r.outcome)}, {"objective", r.objective},
-            {"objective_value", number(r.objectiveValue)}, {"summary", r.summary},
-            {"solver_status", r.solverStatus}, {"iterations", r.iterations}, {"volume_unit", r.volumeUnit},
-            {"currency", r.currency}, {"products", products}, {"components", components},
-            {"relaxations", relaxations}, {"notes", r.notes}};
+  Json j = {{"source", r.source},
+            {"outcome", outcomeWord(r.outcome)},
+            {"objective", r.objective},
+            {"objective_value", number(r.objectiveValue)},
+            {"summary", r.summary},
+            {"solver_status", r.solverStatus},
+            {"iterations", r.iterations},
+            {"volume_unit", r.volumeUnit},
+            {"currency", r.currency},
+            {"products", products},
+            {"components", components},
+            {"relaxations", relaxations},
+            {"notes", r.notes}};
   out << j.dump(2) << "\n";
 }
 
 void writeCsv(const Outcome& r, std::ostream& out) {
   out << csv::line({"section", "product", "item", "value", "unit", "minimum", "maximum", "margin", "binding",
                     "sensitivity", "detail"});
-  out << csv::line({"solution", "", outcomeWord(r.outcome), exact(r.objectiveValue), r.currency, "", "", "", "", "",
-                    r.summary});
+  out << csv::line(
+      {"solution", "", outcomeWord(r.outcome), exact(r.objectiveValue), r.currency, "", "", "", "", "", r.summary});
   for (const ProductResult& p : r.products) {
-    out << csv::line({"product", p.name, p.name, exact(p.volume), r.volumeUnit, "", "", "", bindingWord(p.demandBinding),
-                      exact(p.demandValue), "cost " + exact(p.cost) + "; revenue " + exact(p.revenue)});
+    out << csv::line({"product", p.name, p.name, exact(p.volume), r.volumeUnit, "", "", "",
+                      bindingWord(p.demandBinding), exact(p.demandValue),
+                      "cost " + exact(p.cost) + "; revenue " + exact(p.revenue)});
     for (std::size_t i = 0; i < p.volumes.size(); ++i) {
       out << csv::line({"recipe", p.name, r.components[i].name, exact(p.volumes[i]), r.volumeUnit, "", "", "", "", "",
                         exact(p.volume > 0 ? 100.0 * p.volumes[i] / p.volume : 0.0)});
@@ -505,8 +547,8 @@ void writeCsv(const Outcome& r, std::ostream& out) {
                       exact(c.value), exact(c.cost)});
   }
   for (const RelaxationRow& x : r.relaxations) {
-    out << csv::line({"relaxation", x.product, x.key, exact(x.alone), x.unit, "", "", "", x.side, "",
-                      exact(x.together)});
+    out << csv::line(
+        {"relaxation", x.product, x.key, exact(x.alone), x.unit, "", "", "", x.side, "", exact(x.together)});
   }
   for (const std::string& n : r.notes) out << csv::line({"note", "", "", "", "", "", "", "", "", "", n});
 }
@@ -617,26 +659,36 @@ CLI::App* addOptimizeCommand(CLI::App& app, OptimizeOptions& o) {
   command->add_option("--grade", o.grade, "Grade to meet (see 'tarn grades') or a grade file")->type_name("NAME|FILE");
   command->add_option("--class", o.gradeClass, "Class of the grade");
   command->add_option("--limit", o.limits, "An extra limit, KEY<=VALUE or KEY>=VALUE, a unit may follow")
-      ->type_name("KEY<=VALUE")->allow_extra_args(false);
+      ->type_name("KEY<=VALUE")
+      ->allow_extra_args(false);
   command->add_option("--target", o.targets, "A property to hold at a value (back-solving)")
-      ->type_name("KEY=VALUE")->allow_extra_args(false);
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
   command->add_option("--free", o.free, "A component whose volume may change; the others keep theirs")
-      ->type_name("NAME")->allow_extra_args(false);
-  command->add_option("--cost", o.costs, "Cost per unit volume of a component")->type_name("NAME=COST")
+      ->type_name("NAME")
       ->allow_extra_args(false);
-  command->add_option("--min", o.minimums, "Least volume of a component to use")->type_name("NAME=VOLUME")
+  command->add_option("--cost", o.costs, "Cost per unit volume of a component")
+      ->type_name("NAME=COST")
       ->allow_extra_args(false);
-  command->add_option("--max", o.maximums, "Most volume of a component available")->type_name("NAME=VOLUME")
+  command->add_option("--min", o.minimums, "Least volume of a component to use")
+      ->type_name("NAME=VOLUME")
       ->allow_extra_args(false);
-  command->add_option("--fix", o.fixed, "Volume of a component to use exactly")->type_name("NAME=VOLUME")
+  command->add_option("--max", o.maximums, "Most volume of a component available")
+      ->type_name("NAME=VOLUME")
+      ->allow_extra_args(false);
+  command->add_option("--fix", o.fixed, "Volume of a component to use exactly")
+      ->type_name("NAME=VOLUME")
       ->allow_extra_args(false);
   command->add_option("--share", o.shares, "Share of a component in the product, vol%: MIN:MAX (either may be empty)")
-      ->type_name("NAME=MIN:MAX")->allow_extra_args(false);
-  command->add_option("--demand", o.demand, "Product volume: VOLUME or MIN:MAX (default: the recipe's total, "
-                                            "open when back-solving)");
+      ->type_name("NAME=MIN:MAX")
+      ->allow_extra_args(false);
+  command->add_option("--demand", o.demand,
+                      "Product volume: VOLUME or MIN:MAX (default: the recipe's total, "
+                      "open when back-solving)");
   command->add_option("--price", o.price, "Price of the product per unit volume (maximises the margin)");
-  command->add_option("--objective", o.objective, "cost, margin or change (default: margin with a price, else cost "
-                                                  "with costs, else change)");
+  command->add_option("--objective", o.objective,
+                      "cost, margin or change (default: margin with a price, else cost "
+                      "with costs, else change)");
   command->add_option("--units", o.units, "Unit of recipe temperature columns written without one")
       ->check(CLI::IsMember({"F", "C"}, CLI::ignore_case));
   command->add_option("--plot", o.plot, "Write each product's distillation curves with its grade's windows (SVG)")
@@ -659,8 +711,9 @@ int optimizeCommand(const OptimizeOptions& o, std::ostream& out) {
                         !o.targets.empty() || !o.free.empty() || !o.costs.empty() || !o.minimums.empty() ||
                         !o.maximums.empty() || !o.fixed.empty() || !o.shares.empty();
     if (shaped) {
-      throw InputError(o.input + ": a problem file says its products and components itself; the options that shape "
-                                 "a problem apply to a recipe");
+      throw InputError(o.input +
+                       ": a problem file says its products and components itself; the options that shape "
+                       "a problem apply to a recipe");
     }
     if (!o.recipe.empty()) recipe = readRecipe(o.recipe, 0, units);
     tarnblend_problem* raw = nullptr;
@@ -677,9 +730,15 @@ int optimizeCommand(const OptimizeOptions& o, std::ostream& out) {
   check(tarnblend_problem_solve(problem.get(), nullptr));
   const Outcome result = gather(problem.get(), o.input);
   switch (o.json ? Format::Json : o.csv ? Format::Csv : Format::Table) {
-    case Format::Json: writeJson(result, out); break;
-    case Format::Csv: writeCsv(result, out); break;
-    case Format::Table: writeTable(result, out); break;
+    case Format::Json:
+      writeJson(result, out);
+      break;
+    case Format::Csv:
+      writeCsv(result, out);
+      break;
+    case Format::Table:
+      writeTable(result, out);
+      break;
   }
   if (!o.saveRecipes.empty() && !result.products.empty()) {
     std::error_code error;
@@ -691,9 +750,12 @@ int optimizeCommand(const OptimizeOptions& o, std::ostream& out) {
   if (!o.plot.empty()) writePlots(result, o.plot);
   switch (result.outcome) {
     case TARNBLEND_OPTIMAL:
-    case TARNBLEND_FEASIBLE: return 0;
-    case TARNBLEND_INFEASIBLE: return kExitOffSpec;
-    default: return kExitCalculationFailed;
+    case TARNBLEND_FEASIBLE:
+      return 0;
+    case TARNBLEND_INFEASIBLE:
+      return kExitOffSpec;
+    default:
+      return kExitCalculationFailed;
   }
 }
 

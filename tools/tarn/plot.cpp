@@ -34,11 +34,20 @@ std::string escape(const std::string& text) {
   std::string out;
   for (char c : text) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default: out += c;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;
@@ -59,8 +68,8 @@ double tickStep(double span) {
 // temperature (E70 between 22 and 50 % at 70 C).
 struct Mark {
   bool window = false;
-  double percent = 0.0;              // temperature limits: where
-  double temperature = 0.0;          // temperature limits: the limit; windows: where
+  double percent = 0.0;                    // temperature limits: where
+  double temperature = 0.0;                // temperature limits: the limit; windows: where
   double low = kMissing, high = kMissing;  // windows: the percentages (missing when open)
   std::string label;
 };
@@ -109,9 +118,10 @@ std::vector<Mark> gradeMarks(const Report& report) {
     m.temperature = temperature;
     m.low = limit.minimum;
     m.high = limit.maximum;
-    m.label = limit.key + (isMissing(m.low) ? le + shortText(m.high)
-                           : isMissing(m.high) ? ge + shortText(m.low)
-                                               : " " + shortText(m.low) + "\xE2\x80\x93" + shortText(m.high)) +
+    m.label = limit.key +
+              (isMissing(m.low)    ? le + shortText(m.high)
+               : isMissing(m.high) ? ge + shortText(m.low)
+                                   : " " + shortText(m.low) + "\xE2\x80\x93" + shortText(m.high)) +
               " %";
     marks.push_back(m);
   }
@@ -156,11 +166,13 @@ std::string distillationPlot(const Report& report) {
 
   std::string title = "D86 distillation: " + report.source;
   if (report.checked) {
-    title += ", grade " + report.check.grade + (report.check.gradeClass.empty() ? "" : " class " + report.check.gradeClass);
+    title +=
+        ", grade " + report.check.grade + (report.check.gradeClass.empty() ? "" : " class " + report.check.gradeClass);
   }
   std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
   svg += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + fixed(kWidth) + "\" height=\"" + fixed(height) +
-         "\" viewBox=\"0 0 " + fixed(kWidth) + " " + fixed(height) + "\" font-family=\"sans-serif\" font-size=\"12\">\n";
+         "\" viewBox=\"0 0 " + fixed(kWidth) + " " + fixed(height) +
+         "\" font-family=\"sans-serif\" font-size=\"12\">\n";
   svg += "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
   svg += text(kLeft + plotWidth / 2, 22, title, "text-anchor=\"middle\" font-size=\"15\"");
 
@@ -231,9 +243,9 @@ std::string distillationPlot(const Report& report) {
     }
     svg += "</g>\n";
     const double legendY = kTop + 10 + kRow * static_cast<double>(i);
-    svg += line(legendX, legendY, legendX + 24, legendY,
-                "stroke=\"" + colour + "\" stroke-width=\"" + width + "\"" +
-                    (anyEstimated ? " stroke-dasharray=\"5 4\"" : ""));
+    svg += line(
+        legendX, legendY, legendX + 24, legendY,
+        "stroke=\"" + colour + "\" stroke-width=\"" + width + "\"" + (anyEstimated ? " stroke-dasharray=\"5 4\"" : ""));
     char share[32];
     std::snprintf(share, sizeof share, " %.1f %%", c.volumePercent);
     const std::string label = c.isBlend ? c.name : c.name + share + (anyEstimated ? " (T30/T70 estimated)" : "");
@@ -243,8 +255,9 @@ std::string distillationPlot(const Report& report) {
     const double legendY = kTop + 10 + kRow * static_cast<double>(report.curves.size());
     svg += line(legendX, legendY, legendX + 24, legendY,
                 "stroke=\"" + std::string(kLimitColour) + "\" stroke-width=\"2.5\"");
-    svg += text(legendX + 30, legendY + 4,
-                report.check.grade + (report.check.gradeClass.empty() ? "" : " " + report.check.gradeClass) + " limits");
+    svg +=
+        text(legendX + 30, legendY + 4,
+             report.check.grade + (report.check.gradeClass.empty() ? "" : " " + report.check.gradeClass) + " limits");
   }
   svg += "</svg>\n";
   return svg;

@@ -12,8 +12,8 @@ Recipe readRecipe(const std::string& path, int product, const std::string& tempe
   const char* unit = temperatureUnit.empty() ? nullptr : temperatureUnit.c_str();
   int status = TARNBLEND_OK;
   if (path.empty() || path == "-") {
-    const std::string text = path.empty() ? std::string(sampleRecipe(product))
-                                          : std::string(std::istreambuf_iterator<char>(std::cin), {});
+    const std::string text =
+        path.empty() ? std::string(sampleRecipe(product)) : std::string(std::istreambuf_iterator<char>(std::cin), {});
     status = tarnblend_recipe_parse(text.data(), text.size(), path.empty() ? "built-in sample" : "standard input",
                                     product, unit, &read);
   } else {

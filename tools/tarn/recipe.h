@@ -19,12 +19,12 @@ struct RecipeDeleter {
 
 struct Recipe {
   std::unique_ptr<tarnblend_recipe, RecipeDeleter> file;
-  tarnblend_model* model = nullptr;   // owned by file
-  std::string source;                 // file name, "standard input" or "built-in sample"
+  tarnblend_model* model = nullptr;  // owned by file
+  std::string source;                // file name, "standard input" or "built-in sample"
   Basis basis = Basis::Volume;
-  std::string quantityUnit;           // as the reader spells it ("" when none)
-  std::vector<double> quantities;     // volume or mass of each component, as written
-  std::vector<std::string> notes;     // the reader's remarks
+  std::string quantityUnit;        // as the reader spells it ("" when none)
+  std::vector<double> quantities;  // volume or mass of each component, as written
+  std::vector<std::string> notes;  // the reader's remarks
 };
 
 // Reads the recipe at path ("-" standard input, "" the built-in sample of the

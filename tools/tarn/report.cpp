@@ -112,8 +112,8 @@ Report blendReport(Recipe& recipe, const BlendOptions& options) {
   for (int i = 0; i < components; ++i) {
     const char* name = "";
     tarnblend_model_component_name(model, i, &name);
-    report.components.push_back({name, recipe.quantities[static_cast<std::size_t>(i)],
-                                 volumes[static_cast<std::size_t>(i)] / totalVolume});
+    report.components.push_back(
+        {name, recipe.quantities[static_cast<std::size_t>(i)], volumes[static_cast<std::size_t>(i)] / totalVolume});
     // Every component that takes part is drawn: through the points the curve
     // model estimates (T30, T70) when the recipe leaves them out.
     Curve curve;

@@ -12,7 +12,7 @@ struct StatusCode {
   bool router = false;   // a code of the router (gfx_bml*), message from gfx_bmlGetErrorMsg
   std::string constant;  // TARN_STATUS_* name, or "" for a code known only by its message
   std::string meaning;
-  std::string message;   // what gfx_tarnGetErrorMsg writes, or "" when it has no text
+  std::string message;  // what gfx_tarnGetErrorMsg writes, or "" when it has no text
 };
 
 // Every status code of tarn/status.h: the catalogue's codes first, then the

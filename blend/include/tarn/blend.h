@@ -43,15 +43,15 @@
 #include "tarn/export.h"
 
 #if defined(_WIN32) || defined(__CYGWIN__)
-#  if defined(TARNBLEND_BUILDING_LIBRARY)
-#    define TARNBLEND_API __declspec(dllexport)
-#  else
-#    define TARNBLEND_API __declspec(dllimport)
-#  endif
-#elif defined(__GNUC__) || defined(__clang__)
-#  define TARNBLEND_API __attribute__((visibility("default")))
+#if defined(TARNBLEND_BUILDING_LIBRARY)
+#define TARNBLEND_API __declspec(dllexport)
 #else
-#  define TARNBLEND_API
+#define TARNBLEND_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__) || defined(__clang__)
+#define TARNBLEND_API __attribute__((visibility("default")))
+#else
+#define TARNBLEND_API
 #endif
 
 /* ---- Status codes ------------------------------------------------------- */
@@ -77,15 +77,17 @@
 /* ---- Status of a blended property --------------------------------------- */
 #define TARNBLEND_COMPUTED 0
 #define TARNBLEND_NOT_COMPUTED 1 /* value TARN_MISSING; the reason says why */
-#define TARNBLEND_NOT_GIVEN 2    /* an optional figure none of whose inputs the recipe has
-                                    (oxygen by MTBE without an MTO column ...): reports leave it out */
+#define TARNBLEND_NOT_GIVEN                                   \
+  2 /* an optional figure none of whose inputs the recipe has \
+       (oxygen by MTBE without an MTO column ...): reports leave it out */
 
 /* Flags of a blended property (bits). */
 #define TARNBLEND_FLAG_ESTIMATE 1 /* an estimate, not a blending correlation (T95, CFPP) */
-#define TARNBLEND_FLAG_LINEAR_LIMITS 2 /* rises or falls with one volume- or mass-weighted mean of the
-                                          components' values (linear or index blending: RVP, sulfur,
-                                          cloud point ...), so a limit on it is a linear constraint on
-                                          the volumes */
+#define TARNBLEND_FLAG_LINEAR_LIMITS                                \
+  2 /* rises or falls with one volume- or mass-weighted mean of the \
+       components' values (linear or index blending: RVP, sulfur,   \
+       cloud point ...), so a limit on it is a linear constraint on \
+       the volumes */
 
 /* ---- Verdicts of a grade check ------------------------------------------ */
 #define TARNBLEND_PASS 0
@@ -137,8 +139,7 @@ TARNBLEND_API const char* TARN_CALL tarnblend_unit_list(int dimension);
 /* Converts value from one unit to another of the same dimension (either unit
  * as tarnblend_unit_parse reads it) into *result. TARN_MISSING stays missing.
  * TARNBLEND_ERROR_UNIT for an unknown unit or two dimensions. */
-TARNBLEND_API int TARN_CALL tarnblend_unit_convert(double value, const char* from, const char* to,
-                                                   double* result);
+TARNBLEND_API int TARN_CALL tarnblend_unit_convert(double value, const char* from, const char* to, double* result);
 
 /* Number of recipe property keys (the properties a component can carry). */
 TARNBLEND_API int TARN_CALL tarnblend_input_count(int* count);
@@ -148,8 +149,8 @@ TARNBLEND_API int TARN_CALL tarnblend_input_count(int* count);
  * assumed when none is given: "" for dimensionless keys, else the first of
  * its dimension's list). Outputs may be null. TARNBLEND_ERROR_ARGUMENT for a
  * bad k. */
-TARNBLEND_API int TARN_CALL tarnblend_input_info(int k, const char** key, const char** description,
-                                                 int* dimension, const char** defaultUnit);
+TARNBLEND_API int TARN_CALL tarnblend_input_info(int k, const char** key, const char** description, int* dimension,
+                                                 const char** defaultUnit);
 
 /* Finds a recipe property by name, case ignored, aliases included ("SPG" and
  * "API" are the density DEN given in those units, "DENSITY" is DEN,
@@ -235,8 +236,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_set_property(tarnblend_model* model,
 
 /* Reads component i's value of property key in the key's recipe unit
  * (TARN_MISSING when missing). */
-TARNBLEND_API int TARN_CALL tarnblend_model_get_property(const tarnblend_model* model, int component,
-                                                         const char* key, double* value);
+TARNBLEND_API int TARN_CALL tarnblend_model_get_property(const tarnblend_model* model, int component, const char* key,
+                                                         double* value);
 
 /* Whether the recipe gives property key at all (some component was given a
  * value for it, missing included): *given 1 or 0. */
@@ -321,8 +322,7 @@ TARNBLEND_API int TARN_CALL tarnblend_model_result(const tarnblend_model* model,
 
 /* Values and statuses of all blended properties from the last evaluation
  * into arrays of n (the property count); either may be null. */
-TARNBLEND_API int TARN_CALL tarnblend_model_values(const tarnblend_model* model, double* values, int* statuses,
-                                                   int n);
+TARNBLEND_API int TARN_CALL tarnblend_model_values(const tarnblend_model* model, double* values, int* statuses, int n);
 
 /* The derivatives of the last evaluation with derivatives: rows x columns
  * (property count x component count), row-major. A row of a property not
@@ -402,8 +402,8 @@ TARNBLEND_API int TARN_CALL tarnblend_grade_limit(const tarnblend_grade* grade, 
  * changed since) against every limit of the grade. *failures and *unchecked
  * (may be null) receive the number of limits failed and not checked.
  * TARNBLEND_ERROR_PRODUCT when the grade is for another product kind. */
-TARNBLEND_API int TARN_CALL tarnblend_model_check(tarnblend_model* model, const tarnblend_grade* grade,
-                                                  int* failures, int* unchecked);
+TARNBLEND_API int TARN_CALL tarnblend_model_check(tarnblend_model* model, const tarnblend_grade* grade, int* failures,
+                                                  int* unchecked);
 
 /* Number of rows of the last check (one per limit of the grade, in order). */
 TARNBLEND_API int TARN_CALL tarnblend_model_check_count(const tarnblend_model* model, int* count);
@@ -415,9 +415,8 @@ TARNBLEND_API int TARN_CALL tarnblend_model_check_count(const tarnblend_model* m
  * (TARNBLEND_PASS ...), the unit of these numbers and the reason of an
  * unchecked row ("" otherwise). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_model_check_row(const tarnblend_model* model, int k, int* property,
-                                                      double* minimum, double* maximum, double* value,
-                                                      double* margin, int* verdict, const char** unit,
-                                                      const char** reason);
+                                                      double* minimum, double* maximum, double* value, double* margin,
+                                                      int* verdict, const char** unit, const char** reason);
 
 /* ---- Recipe files -------------------------------------------------------- */
 /* A recipe as a laboratory or a spreadsheet writes it, read into a model.
@@ -487,8 +486,7 @@ TARNBLEND_API int TARN_CALL tarnblend_recipe_info(const tarnblend_recipe* recipe
                                                   const char** quantityUnit, int* productFrom);
 
 /* The quantity of component i as the file writes it (a mass on a mass basis). */
-TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component,
-                                                      double* quantity);
+TARNBLEND_API int TARN_CALL tarnblend_recipe_quantity(const tarnblend_recipe* recipe, int component, double* quantity);
 
 /* Remarks of the reader (a product kind imposed against the file's ...),
  * one line each. */

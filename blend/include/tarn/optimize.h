@@ -43,19 +43,21 @@
 #include "tarn/blend.h"
 
 /* ---- Objectives --------------------------------------------------------- */
-#define TARNBLEND_OBJECTIVE_AUTO 0 /* margin when a product has a price, else cost when a component
-                                      has one, else least change */
+#define TARNBLEND_OBJECTIVE_AUTO                                     \
+  0 /* margin when a product has a price, else cost when a component \
+       has one, else least change */
 #define TARNBLEND_MIN_COST 1
 #define TARNBLEND_MAX_MARGIN 2
 #define TARNBLEND_LEAST_CHANGE 3 /* nearest the recipe's volumes (back-solving) */
 
 /* ---- Outcomes of a solve ------------------------------------------------ */
-#define TARNBLEND_UNSOLVED (-1)  /* not solved yet, or changed since */
-#define TARNBLEND_OPTIMAL 0      /* a recipe meeting every limit; the solver's optimum */
-#define TARNBLEND_INFEASIBLE 1   /* no recipe meets every limit: see the relaxations */
-#define TARNBLEND_NOT_SOLVED 2   /* the solver stopped without an answer (its status says why) */
-#define TARNBLEND_FEASIBLE 3     /* the solver stopped without proving an optimum; the recipe is the best
-                                    it met that meets every limit (no shadow prices) */
+#define TARNBLEND_UNSOLVED (-1) /* not solved yet, or changed since */
+#define TARNBLEND_OPTIMAL 0     /* a recipe meeting every limit; the solver's optimum */
+#define TARNBLEND_INFEASIBLE 1  /* no recipe meets every limit: see the relaxations */
+#define TARNBLEND_NOT_SOLVED 2  /* the solver stopped without an answer (its status says why) */
+#define TARNBLEND_FEASIBLE                                                   \
+  3 /* the solver stopped without proving an optimum; the recipe is the best \
+       it met that meets every limit (no shadow prices) */
 
 /* ---- Which side of a limit binds (or is relaxed) ------------------------ */
 #define TARNBLEND_FREE 0
@@ -88,8 +90,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_read(const char* path, const tarnb
 
 /* As tarnblend_problem_read, from JSON text; origin names it in messages
  * (may be null) and files are found relative to the working folder. */
-TARNBLEND_API int TARN_CALL tarnblend_problem_parse(const char* json, const char* origin,
-                                                    const tarnblend_model* recipe, tarnblend_problem** problem);
+TARNBLEND_API int TARN_CALL tarnblend_problem_parse(const char* json, const char* origin, const tarnblend_model* recipe,
+                                                    tarnblend_problem** problem);
 
 /* Frees a problem and everything it handed out. A null problem is ignored. */
 TARNBLEND_API void TARN_CALL tarnblend_problem_free(tarnblend_problem* problem);
@@ -203,16 +205,16 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_solve(tarnblend_problem* problem, 
  * least change the sum of squared changes relative to the total volume;
  * TARN_MISSING unless optimal or feasible). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_solution(const tarnblend_problem* problem, int* outcome,
-                                                       const char** solverStatus, const char** summary,
-                                                       int* iterations, double* objective);
+                                                       const char** solverStatus, const char** summary, int* iterations,
+                                                       double* objective);
 
 /* The objective actually used (AUTO resolved). */
 TARNBLEND_API int TARN_CALL tarnblend_problem_objective(const tarnblend_problem* problem, int* objective);
 
 /* Volumes of every component in product p (n = component count), at the
  * optimum, or at the least-relaxed recipe of an infeasible problem. */
-TARNBLEND_API int TARN_CALL tarnblend_problem_volumes(const tarnblend_problem* problem, int product,
-                                                      double* volumes, int n);
+TARNBLEND_API int TARN_CALL tarnblend_problem_volumes(const tarnblend_problem* problem, int product, double* volumes,
+                                                      int n);
 
 /* The blend model of product p, evaluated (with derivatives) at its volumes
  * of the last solve: its properties, statuses, reasons, units and notes are
@@ -233,8 +235,8 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_product_result(const tarnblend_pro
  * volume more of the bound that binds) and which bound binds
  * (TARNBLEND_FREE, _AT_MIN, _AT_MAX). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_component_result(const tarnblend_problem* problem, int component,
-                                                               double* volume, double* cost,
-                                                               double* availabilityValue, int* binding);
+                                                               double* volume, double* cost, double* availabilityValue,
+                                                               int* binding);
 
 /* Number of limits (grade limits, then extra limits, then targets) of
  * product p. */
@@ -249,9 +251,9 @@ TARNBLEND_API int TARN_CALL tarnblend_problem_limit_count(const tarnblend_proble
  * up; 0 when free, TARN_MISSING for least change), the unit and the
  * source of the limit ("" for an extra limit). Outputs may be null. */
 TARNBLEND_API int TARN_CALL tarnblend_problem_limit(const tarnblend_problem* problem, int product, int k,
-                                                    const char** key, int* property, double* minimum,
-                                                    double* maximum, double* value, double* margin, int* binding,
-                                                    double* shadowPrice, const char** unit, const char** source);
+                                                    const char** key, int* property, double* minimum, double* maximum,
+                                                    double* value, double* margin, int* binding, double* shadowPrice,
+                                                    const char** unit, const char** source);
 
 /* Number of relaxations of an infeasible problem (0 otherwise). */
 TARNBLEND_API int TARN_CALL tarnblend_problem_relaxation_count(const tarnblend_problem* problem, int* count);

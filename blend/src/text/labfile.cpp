@@ -113,7 +113,8 @@ Text::Text(std::string bytes, std::string source) : source_(printable(source, 20
     throw FileError(source_ + ":1:1: the file is UTF-32 text: save it as UTF-8");
   }
   if (startsWith("\xFF\xFE", 2) || startsWith("\xFE\xFF", 2)) {
-    throw FileError(source_ + ":1:1: the file is UTF-16 text (\"Unicode text\"): save it as UTF-8 (in Excel: CSV UTF-8)");
+    throw FileError(source_ +
+                    ":1:1: the file is UTF-16 text (\"Unicode text\"): save it as UTF-8 (in Excel: CSV UTF-8)");
   }
   body_ = startsWith("\xEF\xBB\xBF", 3) ? all.substr(3) : all;
   for (std::size_t i = 0; i < body_.size();) {
@@ -206,8 +207,10 @@ CsvReader::CsvReader(const Text& text) : text_(text), body_(text.body()) {
       semicolons += c == ';';
       tabs += c == '\t';
     }
-    if (semicolons > commas && semicolons >= tabs) separator_ = ';';
-    else if (tabs > commas && tabs > semicolons) separator_ = '\t';
+    if (semicolons > commas && semicolons >= tabs)
+      separator_ = ';';
+    else if (tabs > commas && tabs > semicolons)
+      separator_ = '\t';
     break;
   }
 }

@@ -56,9 +56,9 @@ bool looksLikeJson(const Text& text);
 // ---- CSV -----------------------------------------------------------------
 
 struct Record {
-  std::vector<std::string> fields;      // unquoted, not trimmed
-  std::vector<std::size_t> offsets;     // byte offset of each field in the body
-  std::size_t offset = 0;               // of the record
+  std::vector<std::string> fields;   // unquoted, not trimmed
+  std::vector<std::size_t> offsets;  // byte offset of each field in the body
+  std::size_t offset = 0;            // of the record
 };
 
 // Records of a CSV text. Blank lines, lines of separators only (spreadsheets
