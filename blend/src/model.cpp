@@ -117,11 +117,18 @@ void Model::setRecipeUnit(Input input, const Unit& unit) {
 
 const Unit& Model::propertyUnit(Property property) const {
   const PropertyInfo& info = propertyInfo(property);
+  const auto reported = [this](Input input) -> const Unit& {
+    if (const Unit* unit = units_[static_cast<int>(input)]) return *unit;
+    for (const Unit* unit : units_) {
+      if (unit != nullptr && unit->dimension == inputInfo(input).dimension) return *unit;
+    }
+    return recipeUnit(input);
+  };
   switch (info.unitSource) {
     case UnitSource::Input:
-      return recipeUnit(info.input);
+      return reported(info.input);
     case UnitSource::Curve:
-      return recipeUnit(Input::T50);
+      return reported(Input::T50);
     case UnitSource::CurveLabel:
     case UnitSource::Fixed:
       break;

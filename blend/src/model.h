@@ -67,7 +67,9 @@ class Model {
   // Recipe unit of an input (its default until one is given or set).
   const Unit& recipeUnit(Input input) const;
   void setRecipeUnit(Input input, const Unit& unit);
-  // Unit a blended property is reported in.
+  // The unit a blended property is reported in: its input's recipe unit or,
+  // when the recipe has no column for that input, the unit of its columns of
+  // the same kind (a recipe in degrees C reports an absent pour point in C).
   const Unit& propertyUnit(Property property) const;
   std::string propertyUnitLabel(Property property) const;
 

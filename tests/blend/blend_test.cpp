@@ -250,6 +250,7 @@ TEST_F(BlendTest, IdentitiesAndPublishedReferencePoints) {
   EXPECT_NEAR(value(diesel.get(), "FLASH"), 60, 1e-9);
   EXPECT_NEAR(value(diesel.get(), "POUR"), -12, 1e-9);
   EXPECT_EQ(figure(diesel.get(), "VISC40").unit, "cSt");
+  EXPECT_EQ(figure(diesel.get(), "CFPP").unit, "C");  // no CFPP column: the recipe's temperatures are in C
 
   // By mass: volume = mass / SG (water 999.016 kg/m3); density is total mass over total volume.
   Model byMass = build(TARNBLEND_DIESEL, "NAME,VOLUME,DEN[g/mL],VISC40[cSt]\nLight,0,0.80,5\nHeavy,0,0.90,20\n");
