@@ -119,8 +119,11 @@ const Unit& Model::propertyUnit(Property property) const {
   const PropertyInfo& info = propertyInfo(property);
   const auto reported = [this](Input input) -> const Unit& {
     if (const Unit* unit = units_[static_cast<int>(input)]) return *unit;
+    // Temperatures only: sulfur in ppm says nothing of the unit of oxygen.
     for (const Unit* unit : units_) {
-      if (unit != nullptr && unit->dimension == inputInfo(input).dimension) return *unit;
+      if (unit != nullptr && unit->dimension == Dimension::Temperature &&
+          inputInfo(input).dimension == Dimension::Temperature)
+        return *unit;
     }
     return recipeUnit(input);
   };

@@ -68,8 +68,8 @@ class Model {
   const Unit& recipeUnit(Input input) const;
   void setRecipeUnit(Input input, const Unit& unit);
   // The unit a blended property is reported in: its input's recipe unit or,
-  // when the recipe has no column for that input, the unit of its columns of
-  // the same kind (a recipe in degrees C reports an absent pour point in C).
+  // when the recipe has no column for that temperature, the unit of its other
+  // temperature columns (a recipe in degrees C reports an absent pour point in C).
   const Unit& propertyUnit(Property property) const;
   std::string propertyUnitLabel(Property property) const;
 
